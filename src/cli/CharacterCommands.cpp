@@ -1,0 +1,108 @@
+// Commands that cast the project's recurring characters.
+
+#include "cli/Command.h"
+#include "model/ProjectJson.h"
+
+#include <QFileInfo>
+
+namespace quillvane::cli {
+
+namespace {
+
+// Absolute paths of the image files, in the order given; every one must be a readable file,
+// checked before anything changes.
+QStringList imagePaths(const QStringList &given)
+{
+    QStringList paths;
+    for (const QString &path : given) {
+        const QFileInfo info(path);
+        if (!info.isFile() || !info.isReadable())
+            throw Error(QStringLiteral("No readable image file at %1.").arg(path));
+        paths.append(info.absoluteFilePath());
+    }
+    return paths;
+}
+
+const CharacterReference &characterNamed(const Project &project, const QString &name)
+{
+    for (const auto &character : project.characters) {
+        if (character.name == name)
+            return character;
+    }
+    throw Error(QStringLiteral("No character named \"%1\".").arg(name));
+}
+
+const CharacterReference &characterWithID(const Project &project, const QUuid &id)
+{
+    return *std::find_if(project.characters.begin(), project.characters.end(),
+                         [&id](const auto &c) { return c.id == id; });
+}
+
+void report(const CommandContext &context, const CharacterReference &character, const QString &sentence)
+{
+    if (context.globals.json)
+        context.out.json(toJson(character));
+    else
+        context.out.line(sentence);
+}
+
+QString imagesPhrase(qsizetype count)
+{
+    return count == 1 ? QStringLiteral("1 reference image") : QStringLiteral("%1 reference images").arg(count);
+}
+
+QCoro::Task<int> addCharacter(CommandContext context)
+{
+    const QString name = context.args.positional.first().trimmed();
+    if (name.isEmpty())
+        throw UsageError(QStringLiteral("the character name must not be blank"));
+    const QStringList images = imagePaths(context.args.values(QStringLiteral("image")));
+
+    ProjectStore &store = context.store;
+    const QUuid id = *store.addCharacter(name);
+    if (const auto notes = context.args.value(QStringLiteral("notes"))) {
+        store.editProject([&](Project &project) {
+            for (auto &character : project.characters) {
+                if (character.id == id)
+                    character.notes = *notes;
+            }
+        });
+    }
+    if (!images.isEmpty())
+        store.addReferenceImages(id, images);
+
+    const CharacterReference &added = characterWithID(store.project(), id);
+    report(context, added,
+           QStringLiteral("Added character \"%1\" with %2.").arg(added.name, imagesPhrase(added.referenceImagePaths.size())));
+    co_return 0;
+}
+
+QCoro::Task<int> addImages(CommandContext context)
+{
+    const QString name = context.args.positional.first();
+    const QUuid id = characterNamed(context.store.project(), name).id;
+    const QStringList images = imagePaths(context.args.positional.mid(1));
+    context.store.addReferenceImages(id, images);
+
+    const CharacterReference &updated = characterWithID(context.store.project(), id);
+    report(context, updated,
+           QStringLiteral("\"%1\" now has %2.").arg(updated.name, imagesPhrase(updated.referenceImagePaths.size())));
+    co_return 0;
+}
+
+} // namespace
+
+QList<Command> characterCommands()
+{
+    return {
+        {QStringLiteral("character add"), QStringLiteral("NAME [--notes T] [--image PATH]..."),
+         QStringLiteral("add a recurring character, with notes and reference images"),
+         {{QStringLiteral("notes"), QStringLiteral("T"), QStringLiteral("consistency notes")},
+          {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("a reference image (repeatable)"), true}},
+         1, 1, addCharacter},
+        {QStringLiteral("character images"), QStringLiteral("NAME PATH..."),
+         QStringLiteral("add reference images to a character"), {}, 2, -1, addImages},
+    };
+}
+
+} // namespace quillvane::cli

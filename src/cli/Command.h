@@ -1,0 +1,54 @@
+#pragma once
+
+#include "cli/ArgParser.h"
+#include "store/ProjectStore.h"
+
+#include <QCoro/QCoroTask>
+#include <QJsonObject>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+
+namespace quillvane::cli {
+
+struct GlobalOptions {
+    bool json = false;
+    bool offline = false;
+    std::optional<QUrl> serviceURL; // used as given, not normalised
+};
+
+// Results go to standard output, everything else to standard error.
+class Output {
+public:
+    void line(const QString &text) const;
+    void json(const QJsonObject &object) const; // one compact object on one line
+    void raw(const QByteArray &bytes) const;
+    void error(const QString &text) const;      // "error: TEXT"
+    void note(const QString &text) const;
+};
+
+struct CommandContext {
+    ProjectStore &store;
+    const GlobalOptions &globals;
+    const ParsedArgs &args;
+    const Output &out;
+};
+
+// One command of quillvane-cli. A command returns its exit status; it reports a failure the
+// user can act on by throwing quillvane::Error (exit 1) or UsageError (exit 2), and it
+// checks its input before changing anything, so a failed command changes nothing.
+struct Command {
+    QString name;        // "status", "character add"
+    QString arguments;   // synopsis after the name, e.g. "NAME [--notes T] [--image PATH]..."
+    QString summary;
+    QList<OptionSpec> options;
+    int minPositional = 0;
+    int maxPositional = 0; // -1: no limit
+    std::function<QCoro::Task<int>(CommandContext)> run;
+};
+
+QList<Command> projectCommands();
+QList<Command> characterCommands();
+
+} // namespace quillvane::cli

@@ -1,0 +1,167 @@
+// Commands that read the project or edit its plain fields and the settings.
+
+#include "cli/Command.h"
+#include "model/PipelineStage.h"
+#include "model/ProjectJson.h"
+
+#include <QFile>
+#include <QJsonArray>
+
+namespace quillvane::cli {
+
+namespace {
+
+QCoro::Task<int> status(CommandContext context)
+{
+    const Project &project = context.store.project();
+    if (context.globals.json) {
+        QJsonObject stages;
+        for (const PipelineStage stage : allPipelineStages())
+            stages.insert(caseName(stage), caseName(context.store.status(stage)));
+        QJsonObject object{{QStringLiteral("title"), project.title},
+                           {QStringLiteral("artist"), project.artist},
+                           {QStringLiteral("segments"), project.transcript.size()},
+                           {QStringLiteral("chunks"), project.chunks.size()},
+                           {QStringLiteral("framed"), project.framedCount()},
+                           {QStringLiteral("accepted"), project.acceptedCount()},
+                           {QStringLiteral("stages"), stages}};
+        if (project.lyricsSource)
+            object.insert(QStringLiteral("lyricsSource"), caseName(*project.lyricsSource));
+        context.out.json(object);
+        co_return 0;
+    }
+
+    const auto orDash = [](const QString &text) { return text.isEmpty() ? QStringLiteral("—") : text; };
+    const auto &out = context.out;
+    out.line(QStringLiteral("Title:       %1").arg(orDash(project.title)));
+    out.line(QStringLiteral("Artist:      %1").arg(orDash(project.artist)));
+    out.line(QStringLiteral("Lyrics:      %1").arg(project.lyricsSource ? label(*project.lyricsSource)
+                                                                       : QStringLiteral("—")));
+    out.line(QStringLiteral("Transcript:  %1 lines").arg(project.transcript.size()));
+    out.line(QStringLiteral("Chunks:      %1 (%2 framed, %3 accepted)")
+                 .arg(project.chunks.size())
+                 .arg(project.framedCount())
+                 .arg(project.acceptedCount()));
+    out.line(QStringLiteral("Stages:"));
+    for (const PipelineStage stage : allPipelineStages()) {
+        const StageStatus state = context.store.status(stage);
+        const QString word = state == StageStatus::inProgress ? QStringLiteral("in progress") : caseName(state);
+        out.line(QStringLiteral("  %1 %2").arg(title(stage), -12).arg(word));
+    }
+    co_return 0;
+}
+
+QCoro::Task<int> show(CommandContext context)
+{
+    // The document exactly as saved: write what is waiting first, then print the file.
+    context.store.flushPendingSave();
+    QFile file(context.store.media().projectFile());
+    if (!file.open(QIODevice::ReadOnly))
+        throw Error(QStringLiteral("The project document could not be read: %1").arg(file.errorString()));
+    context.out.raw(file.readAll());
+    co_return 0;
+}
+
+QCoro::Task<int> settings(CommandContext context)
+{
+    ProjectStore &store = context.store;
+    const ParsedArgs &args = context.args;
+    if (const auto model = args.value(QStringLiteral("model")))
+        store.setGenerationModel(*model);
+    if (const auto workflow = args.value(QStringLiteral("edit-workflow")))
+        store.setEditWorkflow(*workflow);
+    if (const auto proxy = args.value(QStringLiteral("proxy-url")))
+        store.setProxyBaseURL(*proxy);
+
+    if (context.globals.json) {
+        context.out.json({{QStringLiteral("generationModel"), store.generationModel()},
+                          {QStringLiteral("editWorkflow"), store.editWorkflow()},
+                          {QStringLiteral("proxyBaseURL"), store.proxyBaseURL()}});
+    } else {
+        context.out.line(QStringLiteral("Generation model: %1").arg(store.generationModel()));
+        context.out.line(QStringLiteral("Edit workflow:    %1").arg(store.editWorkflow()));
+        context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.proxyBaseURL()));
+    }
+    co_return 0;
+}
+
+// title, artist and concept: one text field each, edited as a screen would edit it.
+Command textFieldCommand(const QString &name, const QString &argument, const QString &summary,
+                         const QString &jsonKey, QString Project::*field)
+{
+    Command command{name, argument, summary, {}, 1, 1, {}};
+    command.run = [jsonKey, field](CommandContext context) -> QCoro::Task<int> {
+        const QString value = context.args.positional.first();
+        context.store.editProject([&](Project &project) { project.*field = value; });
+        if (context.globals.json)
+            context.out.json({{jsonKey, value}});
+        co_return 0;
+    };
+    return command;
+}
+
+struct StyleOption {
+    const char *option;
+    const char *label;
+    QString StyleGuidance::*field;
+};
+
+const StyleOption styleOptions[] = {
+    {"palette", "Palette", &StyleGuidance::paletteName},
+    {"mood", "Mood", &StyleGuidance::mood},
+    {"medium", "Medium", &StyleGuidance::medium},
+    {"continuity", "Continuity", &StyleGuidance::continuityNotes},
+    {"negative", "Negative", &StyleGuidance::negativePrompts},
+};
+
+QCoro::Task<int> style(CommandContext context)
+{
+    context.store.editProject([&context](Project &project) {
+        for (const auto &option : styleOptions) {
+            if (const auto value = context.args.value(QString::fromUtf8(option.option)))
+                project.style.*option.field = *value;
+        }
+    });
+    const StyleGuidance &current = context.store.project().style;
+    if (context.globals.json) {
+        context.out.json(toJson(current));
+        co_return 0;
+    }
+    for (const auto &option : styleOptions)
+        context.out.line(QStringLiteral("%1 %2").arg(QString::fromUtf8(option.label) + QLatin1Char(':'), -12)
+                             .arg(current.*option.field));
+    co_return 0;
+}
+
+} // namespace
+
+QList<Command> projectCommands()
+{
+    QList<OptionSpec> styleSpecs;
+    for (const auto &option : styleOptions)
+        styleSpecs.append({QString::fromUtf8(option.option), QStringLiteral("TEXT"),
+                           QStringLiteral("set the style's %1").arg(QString::fromUtf8(option.label).toLower())});
+    return {
+        {QStringLiteral("status"), {}, QStringLiteral("show the project and the status of all nine stages"), {}, 0, 0,
+         status},
+        {QStringLiteral("show"), {}, QStringLiteral("print the project document exactly as it is saved"), {}, 0, 0,
+         show},
+        {QStringLiteral("settings"), QStringLiteral("[--model M] [--edit-workflow W] [--proxy-url U]"),
+         QStringLiteral("show or change the generation settings"),
+         {{QStringLiteral("model"), QStringLiteral("M"), QStringLiteral("image model identifier")},
+          {QStringLiteral("edit-workflow"), QStringLiteral("W"), QStringLiteral("frame edit workflow")},
+          {QStringLiteral("proxy-url"), QStringLiteral("U"), QStringLiteral("generation proxy base URL")}},
+         0, 0, settings},
+        textFieldCommand(QStringLiteral("title"), QStringLiteral("TITLE"), QStringLiteral("set the track title"),
+                         QStringLiteral("title"), &Project::title),
+        textFieldCommand(QStringLiteral("artist"), QStringLiteral("ARTIST"), QStringLiteral("set the artist"),
+                         QStringLiteral("artist"), &Project::artist),
+        textFieldCommand(QStringLiteral("concept"), QStringLiteral("TEXT"),
+                         QStringLiteral("set the concept sent to the planner"), QStringLiteral("conceptPrompt"),
+                         &Project::conceptPrompt),
+        {QStringLiteral("style"), QStringLiteral("[--palette P] [--mood M] [--medium M] [--continuity C] [--negative N]"),
+         QStringLiteral("show or change the style guidance"), styleSpecs, 0, 0, style},
+    };
+}
+
+} // namespace quillvane::cli

@@ -1,0 +1,172 @@
+#include "model/Records.h"
+
+#include <algorithm>
+#include <array>
+
+namespace quillvane {
+
+QDateTime now()
+{
+    return QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
+}
+
+QString uuidText(const QUuid &id)
+{
+    return id.toString(QUuid::WithoutBraces).toUpper();
+}
+
+namespace {
+
+struct LyricsSourceInfo {
+    LyricsSource source;
+    const char *caseName;
+    const char *label;
+    ChipIntent intent;
+};
+
+constexpr std::array<LyricsSourceInfo, 5> lyricsSources{{
+    {LyricsSource::embeddedVerified, "embeddedVerified", "Lyrics from file · verified", ChipIntent::good},
+    {LyricsSource::embeddedUnverified, "embeddedUnverified", "Lyrics from file", ChipIntent::neutral},
+    {LyricsSource::embeddedMismatch, "embeddedMismatch", "Lyrics may not match audio", ChipIntent::bad},
+    {LyricsSource::transcribed, "transcribed", "Transcribed with Whisper", ChipIntent::accent},
+    {LyricsSource::manual, "manual", "Edited manually", ChipIntent::neutral},
+}};
+
+const LyricsSourceInfo &info(LyricsSource source)
+{
+    return *std::find_if(lyricsSources.begin(), lyricsSources.end(),
+                         [source](const auto &entry) { return entry.source == source; });
+}
+
+struct ResolutionInfo {
+    ExportResolution resolution;
+    const char *text;
+};
+
+constexpr std::array<ResolutionInfo, 4> resolutions{{
+    {ExportResolution::p720, "720p"},
+    {ExportResolution::p1080, "1080p"},
+    {ExportResolution::p1440, "1440p"},
+    {ExportResolution::p2160, "4K"},
+}};
+
+struct ContainerInfo {
+    ExportContainer container;
+    const char *text;
+    const char *extension;
+};
+
+constexpr std::array<ContainerInfo, 2> containers{{
+    {ExportContainer::mp4, "MP4 (H.264)", "mp4"},
+    {ExportContainer::mov, "MOV (ProRes)", "mov"},
+}};
+
+} // namespace
+
+QString caseName(LyricsSource source)
+{
+    return QString::fromUtf8(info(source).caseName);
+}
+
+std::optional<LyricsSource> lyricsSourceFromCaseName(const QString &name)
+{
+    for (const auto &entry : lyricsSources) {
+        if (name == QLatin1String(entry.caseName))
+            return entry.source;
+    }
+    return std::nullopt;
+}
+
+QString label(LyricsSource source)
+{
+    return QString::fromUtf8(info(source).label);
+}
+
+ChipIntent chipIntent(LyricsSource source)
+{
+    return info(source).intent;
+}
+
+int ReviewChecklist::passedCount() const
+{
+    return int(spellingCorrect) + int(readable) + int(placementOK) + int(characterConsistent)
+        + int(styleContinuous);
+}
+
+QList<ExportResolution> allExportResolutions()
+{
+    QList<ExportResolution> all;
+    for (const auto &entry : resolutions)
+        all.append(entry.resolution);
+    return all;
+}
+
+QList<ExportContainer> allExportContainers()
+{
+    QList<ExportContainer> all;
+    for (const auto &entry : containers)
+        all.append(entry.container);
+    return all;
+}
+
+QString textValue(ExportResolution resolution)
+{
+    for (const auto &entry : resolutions) {
+        if (entry.resolution == resolution)
+            return QString::fromUtf8(entry.text);
+    }
+    return {};
+}
+
+QString textValue(ExportContainer container)
+{
+    for (const auto &entry : containers) {
+        if (entry.container == container)
+            return QString::fromUtf8(entry.text);
+    }
+    return {};
+}
+
+QString fileExtension(ExportContainer container)
+{
+    for (const auto &entry : containers) {
+        if (entry.container == container)
+            return QString::fromUtf8(entry.extension);
+    }
+    return {};
+}
+
+std::optional<ExportResolution> exportResolutionFromText(const QString &text)
+{
+    for (const auto &entry : resolutions) {
+        if (text == QLatin1String(entry.text))
+            return entry.resolution;
+    }
+    return std::nullopt;
+}
+
+std::optional<ExportContainer> exportContainerFromText(const QString &text)
+{
+    for (const auto &entry : containers) {
+        if (text == QString::fromUtf8(entry.text))
+            return entry.container;
+    }
+    return std::nullopt;
+}
+
+int Project::framedCount() const
+{
+    return int(std::count_if(chunks.begin(), chunks.end(), [](const auto &c) { return c.isFramed(); }));
+}
+
+int Project::acceptedCount() const
+{
+    return int(std::count_if(chunks.begin(), chunks.end(), [](const auto &c) { return c.isAccepted(); }));
+}
+
+bool Project::allChunksAccepted() const
+{
+    return !chunks.isEmpty() && acceptedCount() == chunks.size();
+}
+
+} // namespace quillvane

@@ -1,0 +1,191 @@
+#pragma once
+
+// The persisted records of one lyric-video project. Every record is a plain value: copying
+// copies all of it, equality compares every field, and cross-references go by identifier
+// (a chunk names its character by id, its plan elements by their id strings).
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+
+#include <optional>
+
+namespace quillvane {
+
+// Current time in UTC at whole-second precision: the document keeps dates to the second,
+// so records carry no finer time and a saved project reads back equal.
+QDateTime now();
+
+// Identifiers as the document writes them: canonical 36-character form, upper case.
+QString uuidText(const QUuid &id);
+
+struct TranscriptSegment {
+    QUuid id = QUuid::createUuid();
+    QString text;
+    double start = 0;
+    double end = 0;
+
+    bool operator==(const TranscriptSegment &) const = default;
+};
+
+enum class LyricsSource { embeddedVerified, embeddedUnverified, embeddedMismatch, transcribed, manual };
+
+// Visual intent of a status chip; the component kit draws one colour per intent.
+enum class ChipIntent { neutral, good, bad, accent, pending };
+
+QString caseName(LyricsSource source);
+std::optional<LyricsSource> lyricsSourceFromCaseName(const QString &name);
+QString label(LyricsSource source);
+ChipIntent chipIntent(LyricsSource source);
+
+struct PlanElement {
+    QString id;
+    QString type;
+    QString continuityDescription;
+    QString textToImagePrompt;
+    std::optional<QString> imageRemoteURL;
+    std::optional<QString> imageLocalPath;
+
+    bool operator==(const PlanElement &) const = default;
+};
+
+struct StoryboardPlan {
+    QString artDirectionStatement;
+    QString ideogramStylePreset;
+    QStringList palette;
+    QString motif;
+    QString storyline;
+    QString emotionalArc;
+    QString visualAnchor;
+    QList<PlanElement> elements;
+    QString rawJSON;
+
+    bool operator==(const StoryboardPlan &) const = default;
+};
+
+struct ReviewChecklist {
+    bool spellingCorrect = false;
+    bool readable = false;
+    bool placementOK = false;
+    bool characterConsistent = false;
+    bool styleContinuous = false;
+
+    int passedCount() const;
+    bool allPassed() const { return passedCount() == 5; }
+    bool operator==(const ReviewChecklist &) const = default;
+};
+
+struct GeneratedFrame {
+    QUuid id = QUuid::createUuid();
+    QString localPath;
+    std::optional<QString> remoteURL;
+    QString prompt;
+    std::optional<QString> editRequest;
+    std::optional<QString> motionClipPath;
+    ReviewChecklist review;
+    QDateTime createdAt = now();
+
+    bool operator==(const GeneratedFrame &) const = default;
+};
+
+struct StoryboardChunk {
+    QUuid id = QUuid::createUuid();
+    qint64 index = 0;
+    qint64 chunkNumber = 1;
+    double start = 0;
+    double end = 0;
+    QString lyricExcerpt;
+    QString renderedText;
+    QString surface;
+    bool primaryCharacterInFrame = false;
+    QStringList elementIdsUsed;
+    QString imagePrompt;
+    QString videoPrompt;
+    std::optional<QUuid> characterID;
+    std::optional<GeneratedFrame> frame;
+    QList<GeneratedFrame> undoStack;
+    QList<GeneratedFrame> redoStack;
+
+    // A chunk is framed when it has a frame, accepted when that frame passes all five checks.
+    bool isFramed() const { return frame.has_value(); }
+    bool isAccepted() const { return frame && frame->review.allPassed(); }
+    bool operator==(const StoryboardChunk &) const = default;
+};
+
+struct CharacterReference {
+    QUuid id = QUuid::createUuid();
+    QString name;
+    QString notes;
+    QStringList referenceImagePaths;
+
+    bool operator==(const CharacterReference &) const = default;
+};
+
+struct StyleGuidance {
+    QString paletteName = QStringLiteral("Acid & Coral");
+    QString mood = QStringLiteral("Vivid, analog, expressive");
+    QString medium = QStringLiteral("Hand-painted marker on physical surfaces");
+    QString negativePrompts = QStringLiteral("blurry text, misspelled words, watermark");
+    QString continuityNotes;
+
+    bool operator==(const StyleGuidance &) const = default;
+};
+
+struct DepthFlowSettings {
+    double intensity = 0.5;
+    double zoom = 0.15;
+    double durationSeconds = 4.0;
+    qint64 fps = 30;
+    bool loop = true;
+
+    bool operator==(const DepthFlowSettings &) const = default;
+};
+
+enum class ExportResolution { p720, p1080, p1440, p2160 };
+enum class ExportContainer { mp4, mov };
+
+QList<ExportResolution> allExportResolutions();
+QList<ExportContainer> allExportContainers();
+QString textValue(ExportResolution resolution);
+QString textValue(ExportContainer container);
+std::optional<ExportResolution> exportResolutionFromText(const QString &text);
+std::optional<ExportContainer> exportContainerFromText(const QString &text);
+// File extension of an exported video, without the dot.
+QString fileExtension(ExportContainer container);
+
+struct ExportSettings {
+    ExportResolution resolution = ExportResolution::p1080;
+    ExportContainer container = ExportContainer::mp4;
+    bool includeOriginalAudio = true;
+    QString destinationFolder;
+
+    bool operator==(const ExportSettings &) const = default;
+};
+
+struct Project {
+    QUuid id = QUuid::createUuid();
+    QString title;
+    QString artist;
+    QString audioPath;
+    QString rawLyrics;
+    QList<TranscriptSegment> transcript;
+    std::optional<LyricsSource> lyricsSource;
+    std::optional<StoryboardPlan> plan;
+    QString conceptPrompt;
+    QList<StoryboardChunk> chunks;
+    QList<CharacterReference> characters;
+    StyleGuidance style;
+    DepthFlowSettings motion;
+    ExportSettings exportSettings; // "export" in the document; the word is reserved in C++
+    QDateTime createdAt = now();
+    QDateTime updatedAt = createdAt;
+
+    int framedCount() const;
+    int acceptedCount() const;
+    bool allChunksAccepted() const; // true only when there is at least one chunk
+    bool operator==(const Project &) const = default;
+};
+
+} // namespace quillvane

@@ -1,0 +1,56 @@
+#include "storage/MediaLibrary.h"
+
+#include <QDir>
+
+namespace quillvane {
+
+MediaLibrary MediaLibrary::make(const QUuid &projectId, const QString &projectsFolder)
+{
+    return {projectsFolder + QLatin1Char('/') + uuidText(projectId)};
+}
+
+QString MediaLibrary::projectFile() const { return root + QStringLiteral("/project.json"); }
+QString MediaLibrary::framesFolder() const { return root + QStringLiteral("/frames"); }
+QString MediaLibrary::elementsFolder() const { return root + QStringLiteral("/elements"); }
+QString MediaLibrary::clipsFolder() const { return root + QStringLiteral("/clips"); }
+QString MediaLibrary::exportsFolder() const { return root + QStringLiteral("/exports"); }
+
+void MediaLibrary::ensureFolders() const
+{
+    for (const QString &folder : {framesFolder(), elementsFolder(), clipsFolder(), exportsFolder()})
+        QDir().mkpath(folder);
+}
+
+QString MediaLibrary::framePath(const QUuid &chunkId, const QUuid &frameId) const
+{
+    return framesFolder() + QLatin1Char('/') + uuidText(chunkId) + QLatin1Char('_') + uuidText(frameId)
+        + QStringLiteral(".png");
+}
+
+QString MediaLibrary::elementImagePath(const QString &elementId) const
+{
+    return elementsFolder() + QLatin1Char('/') + fileSafeName(elementId) + QStringLiteral(".png");
+}
+
+QString MediaLibrary::clipPath(const QUuid &chunkId) const
+{
+    return clipsFolder() + QLatin1Char('/') + uuidText(chunkId) + QStringLiteral(".mov");
+}
+
+QString MediaLibrary::exportPath(const Project &project) const
+{
+    const QString base = project.title.isEmpty() ? QStringLiteral("lyric-video") : fileSafeName(project.title);
+    const QString &destination = project.exportSettings.destinationFolder;
+    const QString folder = destination.isEmpty() ? exportsFolder() : destination;
+    return folder + QLatin1Char('/') + base + QLatin1Char('.') + fileExtension(project.exportSettings.container);
+}
+
+QString fileSafeName(const QString &text)
+{
+    QString name = text;
+    name.replace(QLatin1Char('/'), QLatin1Char('-'));
+    name.replace(QLatin1Char(' '), QLatin1Char('_'));
+    return name;
+}
+
+} // namespace quillvane

@@ -1,0 +1,18 @@
+#include "store/Cancellation.h"
+
+#include "model/Error.h"
+
+namespace quillvane {
+
+CancelToken::CancelToken()
+    : m_flag(std::make_shared<std::atomic_bool>(false))
+{
+}
+
+void CancelToken::throwIfCancelled() const
+{
+    if (isCancelled())
+        throw Cancelled();
+}
+
+} // namespace quillvane

@@ -1,0 +1,67 @@
+#pragma once
+
+// The local engines the pipeline drives, as interfaces: the store only knows the operations,
+// and each engine is supplied by its own library (audio, media). Every operation is a
+// coroutine awaited on the UI thread; engines do their work elsewhere, may call their
+// progress callbacks from any thread, and stop with Cancelled when the token is set.
+
+#include "model/Records.h"
+#include "store/Cancellation.h"
+
+#include <QCoro/QCoroTask>
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace quillvane {
+
+struct TimedChunk {
+    QString text;
+    double start = 0;
+    double end = 0;
+
+    bool operator==(const TimedChunk &) const = default;
+};
+
+struct TranscriptionResult {
+    QString text;
+    QList<TimedChunk> chunks;
+
+    bool operator==(const TranscriptionResult &) const = default;
+};
+
+class Transcriber {
+public:
+    virtual ~Transcriber() = default;
+
+    // Display name of the engine.
+    virtual QString name() const = 0;
+    // Whether the engine can run now; evaluated afresh on every call.
+    virtual bool isAvailable() const = 0;
+    // onProgress receives short status lines for the running-task strip.
+    virtual QCoro::Task<TranscriptionResult> transcribe(QString audioPath, std::function<void(QString)> onProgress,
+                                                        CancelToken cancel) = 0;
+};
+
+class MotionRenderer {
+public:
+    virtual ~MotionRenderer() = default;
+
+    // Writes the clip for one still; onProgress receives the fraction done, 0...1.
+    virtual QCoro::Task<> render(QString imagePath, DepthFlowSettings settings, QString outputPath,
+                                 std::function<void(double)> onProgress, CancelToken cancel) = 0;
+};
+
+class VideoExporter {
+public:
+    virtual ~VideoExporter() = default;
+
+    // Lays the clips end to end over the audio and returns the written file's path.
+    virtual QCoro::Task<QString> exportVideo(QStringList clipPaths, std::optional<QString> audioPath,
+                                             ExportSettings settings, QString outputPath,
+                                             std::function<void(double)> onProgress, CancelToken cancel) = 0;
+};
+
+} // namespace quillvane

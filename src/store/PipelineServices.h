@@ -1,0 +1,19 @@
+#pragma once
+
+#include "model/PipelineConfig.h"
+#include "store/Engines.h"
+
+#include <memory>
+
+namespace quillvane {
+
+// The engines and configuration the store is built with and never replaces. An empty engine
+// slot means that engine is not part of this build; the operation needing it reports so.
+struct PipelineServices {
+    std::shared_ptr<Transcriber> transcriber;
+    std::shared_ptr<MotionRenderer> motion;
+    std::shared_ptr<VideoExporter> exporter;
+    PipelineConfig config;
+};
+
+} // namespace quillvane

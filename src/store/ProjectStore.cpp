@@ -1,0 +1,251 @@
+#include "store/ProjectStore.h"
+
+#include "model/PipelineConfig.h"
+#include "store/SampleProject.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillvane {
+
+namespace {
+
+QString key(const char *name) { return QString::fromUtf8(name); }
+
+} // namespace
+
+ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> project, PipelineServices services,
+                           StoreOptions options, QObject *parent)
+    : QObject(parent)
+    , m_library(std::move(library))
+    , m_services(std::move(services))
+{
+    if (!project)
+        project = m_library.loadLastProject();
+    m_project = project ? std::move(*project) : sampleProject();
+
+    const Preferences &prefs = m_library.preferences();
+    m_generationModel = prefs.string(key(preferenceKeys::generationModel)).value_or(m_services.config.generationModel);
+    m_editWorkflow = prefs.string(key(preferenceKeys::editWorkflow)).value_or(m_services.config.editWorkflow);
+    const auto storedProxy = prefs.string(key(preferenceKeys::proxyBaseURL));
+    m_proxyBaseURL = normaliseProxyURL(storedProxy, m_services.config.proxyBaseURL);
+    if (storedProxy && *storedProxy != m_proxyBaseURL)
+        prefs.setString(key(preferenceKeys::proxyBaseURL), m_proxyBaseURL);
+
+    // The automatic save: every change restarts the quiet period, so a burst saves once.
+    // It is armed at start too, so the opened project is written (and becomes the last
+    // project) even when nothing changes.
+    m_saveTimer.setSingleShot(true);
+    m_saveTimer.setInterval(options.saveDelay);
+    connect(&m_saveTimer, &QTimer::timeout, this, &ProjectStore::saveNow);
+    connect(this, &ProjectStore::projectChanged, &m_saveTimer, qOverload<>(&QTimer::start));
+    m_saveTimer.start();
+}
+
+ProjectStore::~ProjectStore() = default;
+
+void ProjectStore::setProject(const Project &project)
+{
+    if (project == m_project)
+        return;
+    m_project = project;
+    Q_EMIT projectChanged();
+}
+
+void ProjectStore::editProject(const std::function<void(Project &)> &edit)
+{
+    Project changed = m_project;
+    edit(changed);
+    setProject(changed);
+}
+
+void ProjectStore::setSelectedStage(PipelineStage stage)
+{
+    if (stage == m_selectedStage)
+        return;
+    m_selectedStage = stage;
+    Q_EMIT selectedStageChanged();
+    setLastError(std::nullopt);
+}
+
+void ProjectStore::setSelectedChunkID(const std::optional<QUuid> &chunkID)
+{
+    if (chunkID == m_selectedChunkID)
+        return;
+    m_selectedChunkID = chunkID;
+    Q_EMIT selectedChunkIDChanged();
+}
+
+void ProjectStore::setRunningTask(const std::optional<QString> &label)
+{
+    if (label == m_runningTask)
+        return;
+    m_runningTask = label;
+    Q_EMIT runningTaskChanged();
+}
+
+void ProjectStore::setTaskProgress(std::optional<double> fraction)
+{
+    if (fraction && std::isnan(*fraction))
+        fraction.reset();
+    if (fraction)
+        fraction = std::clamp(*fraction, 0.0, 1.0);
+    if (fraction == m_taskProgress)
+        return;
+    m_taskProgress = fraction;
+    Q_EMIT taskProgressChanged();
+}
+
+void ProjectStore::setLastError(const std::optional<QString> &message)
+{
+    if (message == m_lastError)
+        return;
+    m_lastError = message;
+    Q_EMIT lastErrorChanged();
+}
+
+void ProjectStore::setGenerationModel(const QString &value)
+{
+    m_library.preferences().setString(key(preferenceKeys::generationModel), value);
+    if (value == m_generationModel)
+        return;
+    m_generationModel = value;
+    Q_EMIT generationModelChanged();
+}
+
+void ProjectStore::setEditWorkflow(const QString &value)
+{
+    m_library.preferences().setString(key(preferenceKeys::editWorkflow), value);
+    if (value == m_editWorkflow)
+        return;
+    m_editWorkflow = value;
+    Q_EMIT editWorkflowChanged();
+}
+
+void ProjectStore::setProxyBaseURL(const QString &value)
+{
+    const QString normalised = normaliseProxyURL(value, m_services.config.proxyBaseURL);
+    m_library.preferences().setString(key(preferenceKeys::proxyBaseURL), normalised);
+    if (normalised == m_proxyBaseURL)
+        return;
+    m_proxyBaseURL = normalised;
+    Q_EMIT proxyBaseURLChanged();
+}
+
+QUrl ProjectStore::generationBaseURL() const
+{
+    const QUrl url(normaliseProxyURL(m_proxyBaseURL, m_services.config.proxyBaseURL), QUrl::StrictMode);
+    if (url.isValid())
+        return url;
+    return QUrl(QString::fromUtf8(deployment::defaultProxyURL));
+}
+
+QCoro::Task<> ProjectStore::run(QString label, Operation operation)
+{
+    const QPointer<ProjectStore> self(this);
+    const CancelToken token;
+    m_activeRuns.push_back(token);
+    setRunningTask(label);
+    setTaskProgress(std::nullopt);
+    setLastError(std::nullopt);
+
+    std::optional<QString> failure;
+    try {
+        co_await operation(token);
+    } catch (const Cancelled &) {
+        // The user asked for this; nothing to report.
+    } catch (const std::exception &error) {
+        failure = userFacingDescription(error);
+    } catch (...) {
+        failure = userFacingDescription(std::runtime_error(""));
+    }
+
+    if (!self)
+        co_return;
+    std::erase(m_activeRuns, token);
+    if (failure)
+        setLastError(failure);
+    setRunningTask(std::nullopt);
+    setTaskProgress(std::nullopt);
+}
+
+void ProjectStore::cancelRunningTasks()
+{
+    for (const CancelToken &token : m_activeRuns)
+        token.cancel();
+}
+
+std::optional<QUuid> ProjectStore::addCharacter(const QString &name)
+{
+    const QString trimmed = name.trimmed();
+    if (trimmed.isEmpty())
+        return std::nullopt;
+    Project changed = m_project;
+    CharacterReference character;
+    character.name = trimmed;
+    changed.characters.append(character);
+    changed.updatedAt = now();
+    setProject(changed);
+    return character.id;
+}
+
+void ProjectStore::addReferenceImages(const QUuid &characterID, const QStringList &paths)
+{
+    Project changed = m_project;
+    const auto it = std::find_if(changed.characters.begin(), changed.characters.end(),
+                                 [&characterID](const auto &c) { return c.id == characterID; });
+    if (it == changed.characters.end())
+        return;
+    it->referenceImagePaths.append(paths);
+    setProject(changed);
+}
+
+std::function<void(double)> ProjectStore::progressSink()
+{
+    QPointer<ProjectStore> self(this);
+    return [self](double fraction) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, fraction] {
+                if (self)
+                    self->setTaskProgress(fraction);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+std::function<void(QString)> ProjectStore::statusSink()
+{
+    QPointer<ProjectStore> self(this);
+    return [self](QString status) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, status = std::move(status)] {
+                if (self)
+                    self->setRunningTask(status);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+void ProjectStore::flushPendingSave()
+{
+    if (!m_saveTimer.isActive())
+        return;
+    m_library.save(m_project);
+    m_saveTimer.stop();
+}
+
+void ProjectStore::saveNow()
+{
+    try {
+        m_library.save(m_project);
+    } catch (const Error &) {
+        // The previous document is still whole; the next change tries again.
+    }
+}
+
+} // namespace quillvane

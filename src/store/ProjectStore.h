@@ -1,0 +1,134 @@
+#pragma once
+
+#include "model/PipelineStage.h"
+#include "model/Records.h"
+#include "storage/ProjectLibrary.h"
+#include "store/Cancellation.h"
+#include "store/PipelineServices.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QTimer>
+#include <QUrl>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace quillvane {
+
+struct StoreOptions {
+    // Quiet time after the last change before the project is written.
+    std::chrono::milliseconds saveDelay{1000};
+};
+
+// The one controller of the application: owns the open project, the selected stage, the
+// state of the running task, the last error and the three generation settings. Every screen
+// observes it and every user action is one call on it. Lives on the UI thread; engines hand
+// their results and progress back to that thread before any field here is touched.
+//
+// Every setter notifies only when the value really changes. Every change of the project is
+// saved after StoreOptions::saveDelay of quiet; a failed save leaves the previous document
+// whole and the next change tries again.
+class ProjectStore : public QObject {
+    Q_OBJECT
+
+public:
+    using Operation = std::function<QCoro::Task<>(CancelToken)>;
+
+    // Start-up: the given project, else the library's last saved project, else the sample;
+    // then the three settings from the preferences (a stored proxy URL that normalises to
+    // something else is written back), and a first save after saveDelay.
+    explicit ProjectStore(ProjectLibrary library, std::optional<Project> project = std::nullopt,
+                          PipelineServices services = {}, StoreOptions options = {}, QObject *parent = nullptr);
+    ~ProjectStore() override;
+
+    const Project &project() const { return m_project; }
+    // Replaces the project as a whole value (how operations hand back a finished change).
+    void setProject(const Project &project);
+    // An edit made through a screen binding or the CLI; does not touch updatedAt.
+    void editProject(const std::function<void(Project &)> &edit);
+
+    PipelineStage selectedStage() const { return m_selectedStage; }
+    // Selecting a different stage clears lastError; selecting the same one changes nothing.
+    void setSelectedStage(PipelineStage stage);
+    std::optional<QUuid> selectedChunkID() const { return m_selectedChunkID; }
+    void setSelectedChunkID(const std::optional<QUuid> &chunkID);
+
+    std::optional<QString> runningTask() const { return m_runningTask; }
+    void setRunningTask(const std::optional<QString> &label);
+    std::optional<double> taskProgress() const { return m_taskProgress; }
+    // Clamped to 0...1; a value that is not a number means unknown.
+    void setTaskProgress(std::optional<double> fraction);
+    std::optional<QString> lastError() const { return m_lastError; }
+    void setLastError(const std::optional<QString> &message);
+    void dismissError() { setLastError(std::nullopt); }
+
+    QString generationModel() const { return m_generationModel; }
+    void setGenerationModel(const QString &value);
+    QString editWorkflow() const { return m_editWorkflow; }
+    void setEditWorkflow(const QString &value);
+    QString proxyBaseURL() const { return m_proxyBaseURL; }
+    // Stores the normalised form of value.
+    void setProxyBaseURL(const QString &value);
+    // Base URL of the generation client made for the next operation.
+    QUrl generationBaseURL() const;
+
+    const PipelineServices &services() const { return m_services; }
+    const ProjectLibrary &library() const { return m_library; }
+    MediaLibrary media() const { return m_library.mediaFor(m_project.id); }
+    StageStatus status(PipelineStage stage) const { return stageStatus(m_project, stage); }
+
+    // The wrapper of every long operation: shows label as the running task, clears progress
+    // and the last error, awaits the operation, and clears the task when it ends. A typed
+    // failure becomes lastError; a cancellation ends silently. Never throws.
+    QCoro::Task<> run(QString label, Operation operation);
+    // Asks every running operation to stop.
+    void cancelRunningTasks();
+
+    // Appends a character with a fresh id and the trimmed name and touches updatedAt; a blank
+    // name adds nothing. Returns the new character's id.
+    std::optional<QUuid> addCharacter(const QString &name);
+    // Appends the paths to the first character with that id; no character, no change.
+    void addReferenceImages(const QUuid &characterID, const QStringList &paths);
+
+    // Callbacks for engines, safe to call from any thread: each posts its value to the UI
+    // thread without waiting and drops it if the store is gone by then.
+    std::function<void(double)> progressSink();
+    std::function<void(QString)> statusSink();
+
+    bool hasPendingSave() const { return m_saveTimer.isActive(); }
+    // Writes a waiting save now. Throws SaveError when it fails (the save stays pending).
+    void flushPendingSave();
+
+Q_SIGNALS:
+    void projectChanged();
+    void selectedStageChanged();
+    void selectedChunkIDChanged();
+    void runningTaskChanged();
+    void taskProgressChanged();
+    void lastErrorChanged();
+    void generationModelChanged();
+    void editWorkflowChanged();
+    void proxyBaseURLChanged();
+
+private:
+    void saveNow();
+
+    ProjectLibrary m_library;
+    PipelineServices m_services;
+    Project m_project;
+    PipelineStage m_selectedStage = PipelineStage::intake;
+    std::optional<QUuid> m_selectedChunkID;
+    std::optional<QString> m_runningTask;
+    std::optional<double> m_taskProgress;
+    std::optional<QString> m_lastError;
+    QString m_generationModel;
+    QString m_editWorkflow;
+    QString m_proxyBaseURL;
+    std::vector<CancelToken> m_activeRuns;
+    QTimer m_saveTimer;
+};
+
+} // namespace quillvane

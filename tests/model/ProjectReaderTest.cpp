@@ -1,0 +1,156 @@
+// The reader's tolerant and strict rules, one document per row.
+
+#include "model/ProjectJson.h"
+#include "support/Fixtures.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace quillvane;
+
+namespace {
+
+const char *const frameJSON =
+    R"j({"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","localPath":"/f.png","prompt":"p","createdAt":"2025-03-14T09:26:53Z",
+        "review":{"spellingCorrect":true,"readable":true,"placementOK":true,"characterConsistent":true,"styleContinuous":false}})j";
+
+QByteArray withChunk(const QByteArray &chunk) { return "{\"chunks\":[" + chunk + "]}"; }
+
+struct ReaderCase {
+    const char *name;
+    QByteArray document;
+    // Checks on the project read; empty when the read must fail.
+    std::function<void(const Project &)> check;
+};
+
+void expectDefaults(const Project &p)
+{
+    EXPECT_FALSE(p.id.isNull());
+    EXPECT_TRUE(p.title.isEmpty() && p.artist.isEmpty() && p.audioPath.isEmpty() && p.rawLyrics.isEmpty());
+    EXPECT_TRUE(p.transcript.isEmpty() && p.chunks.isEmpty() && p.characters.isEmpty());
+    EXPECT_FALSE(p.lyricsSource.has_value());
+    EXPECT_FALSE(p.plan.has_value());
+    EXPECT_EQ(p.style, StyleGuidance{});
+    EXPECT_EQ(p.style.paletteName, QStringLiteral("Acid & Coral"));
+    EXPECT_EQ(p.motion, (DepthFlowSettings{0.5, 0.15, 4.0, 30, true}));
+    EXPECT_EQ(p.exportSettings, (ExportSettings{ExportResolution::p1080, ExportContainer::mp4, true, QString()}));
+    EXPECT_LE(std::abs(p.createdAt.secsTo(QDateTime::currentDateTimeUtc())), 2);
+    EXPECT_EQ(p.createdAt, p.updatedAt);
+}
+
+const ReaderCase readerCases[] = {
+    // Tolerant top level.
+    {"empty object reads as defaults", "{}", expectDefaults},
+    {"null members read as absent", R"j({"title":null,"plan":null,"lyricsSource":null,"chunks":null})j", expectDefaults},
+    {"unknown keys are ignored at every level",
+     R"j({"future":1,"style":{"paletteName":"a","mood":"b","medium":"c","negativePrompts":"d","continuityNotes":"e","extra":[]}})j",
+     [](const Project &p) { EXPECT_EQ(p.style.continuityNotes, QStringLiteral("e")); }},
+    {"upper- and lower-case identifiers both read",
+     R"j({"id":"0f8fad5b-d9cb-469f-a165-70867728950e"})j",
+     [](const Project &p) { EXPECT_EQ(p.id, QUuid::fromString(QStringLiteral("0F8FAD5B-D9CB-469F-A165-70867728950E"))); }},
+    {"escaped forward slashes read as slashes", R"j({"audioPath":"\/music\/song.mp3"})j",
+     [](const Project &p) { EXPECT_EQ(p.audioPath, QStringLiteral("/music/song.mp3")); }},
+    {"a date with a numeric offset reads in UTC", R"j({"createdAt":"2025-03-14T11:26:53+02:00"})j",
+     [](const Project &p) { EXPECT_EQ(p.createdAt, QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53), Qt::UTC)); }},
+    {"lyrics source by case name", R"j({"lyricsSource":"transcribed"})j",
+     [](const Project &p) { EXPECT_EQ(p.lyricsSource, LyricsSource::transcribed); }},
+    {"4K reads as p2160", R"j({"export":{"resolution":"4K","container":"MOV (ProRes)","includeOriginalAudio":false,"destinationFolder":"/x"}})j",
+     [](const Project &p) {
+         EXPECT_EQ(p.exportSettings.resolution, ExportResolution::p2160);
+         EXPECT_EQ(p.exportSettings.container, ExportContainer::mov);
+     }},
+    {"whole numbers may be written with a fraction of zero",
+     R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30.0,"loop":false}})j",
+     [](const Project &p) { EXPECT_EQ(p.motion.fps, 30); }},
+
+    // Tolerant storyboard.
+    {"a chunk with only index 4", withChunk(R"j({"index":4})j"),
+     [](const Project &p) {
+         const StoryboardChunk &c = p.chunks.at(0);
+         EXPECT_EQ(c.index, 4);
+         EXPECT_EQ(c.chunkNumber, 5);
+         EXPECT_EQ(c.start, 0);
+         EXPECT_EQ(c.end, 0);
+         EXPECT_TRUE(c.lyricExcerpt.isEmpty() && c.renderedText.isEmpty() && c.imagePrompt.isEmpty());
+         EXPECT_TRUE(c.undoStack.isEmpty() && c.redoStack.isEmpty() && c.elementIdsUsed.isEmpty());
+         EXPECT_FALSE(c.frame || c.characterID || c.primaryCharacterInFrame);
+         EXPECT_FALSE(c.id.isNull());
+     }},
+    {"a chunk with neither index nor number", withChunk("{}"),
+     [](const Project &p) {
+         EXPECT_EQ(p.chunks.at(0).index, 0);
+         EXPECT_EQ(p.chunks.at(0).chunkNumber, 1);
+     }},
+    {"chunks without numbers are numbered from their index", withChunk(R"j({"index":0},{"index":1},{"index":2})j"),
+     [](const Project &p) { EXPECT_EQ(p.chunks.at(2).chunkNumber, 3); }},
+    {"an explicit chunk number wins", withChunk(R"j({"index":2,"chunkNumber":7})j"),
+     [](const Project &p) { EXPECT_EQ(p.chunks.at(0).chunkNumber, 7); }},
+    {"a chunk's frame is read strictly but completely", withChunk(QByteArray(R"j({"frame":)j") + frameJSON + "}"),
+     [](const Project &p) {
+         const GeneratedFrame &f = *p.chunks.at(0).frame;
+         EXPECT_EQ(f.review.passedCount(), 4);
+         EXPECT_FALSE(f.remoteURL || f.editRequest || f.motionClipPath);
+     }},
+    {"a plan with missing keys reads as empty texts", R"j({"plan":{"motif":"rain"}})j",
+     [](const Project &p) {
+         EXPECT_EQ(p.plan->motif, QStringLiteral("rain"));
+         EXPECT_TRUE(p.plan->palette.isEmpty() && p.plan->elements.isEmpty() && p.plan->rawJSON.isEmpty());
+     }},
+
+    // Failures.
+    {"not JSON", "this is not json", {}},
+    {"truncated", R"j({"title":"Neon Over)j", {}},
+    {"an array at the top", "[]", {}},
+    {"empty bytes", "", {}},
+    {"a wrongly typed top-level key", R"j({"title":42})j", {}},
+    {"chunks that are not an array", R"j({"chunks":{}})j", {}},
+    {"a frame without review",
+     withChunk(R"j({"frame":{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","localPath":"","prompt":"","createdAt":"2025-03-14T09:26:53Z"}})j"),
+     {}},
+    {"a character without notes", R"j({"characters":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","name":"M","referenceImagePaths":[]}]})j", {}},
+    {"a style without continuity notes", R"j({"style":{"paletteName":"a","mood":"b","medium":"c","negativePrompts":"d"}})j", {}},
+    {"a resolution of 2160p", R"j({"export":{"resolution":"2160p","container":"MP4 (H.264)","includeOriginalAudio":true,"destinationFolder":""}})j", {}},
+    {"an unknown lyrics source", R"j({"lyricsSource":"radio"})j", {}},
+    {"a date with fractional seconds", R"j({"createdAt":"2025-03-14T09:26:53.120Z"})j", {}},
+    {"a date without a zone", R"j({"updatedAt":"2025-03-14T09:26:53"})j", {}},
+    {"an impossible date", R"j({"updatedAt":"2025-02-30T09:26:53Z"})j", {}},
+    {"an identifier in braces", R"j({"id":"{0f8fad5b-d9cb-469f-a165-70867728950e}"})j", {}},
+    {"a fractional chunk index", withChunk(R"j({"index":2.5})j"), {}},
+    {"a required member holding null", R"j({"transcript":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","text":null,"start":0,"end":1}]})j", {}},
+    {"a segment without end", R"j({"transcript":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","text":"a","start":0}]})j", {}},
+    {"a plan element without prompt", R"j({"plan":{"elements":[{"id":"a","type":"b","continuityDescription":"c"}]}})j", {}},
+    {"a string where a list belongs", R"j({"characters":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","name":"M","notes":"","referenceImagePaths":"/a.png"}]})j", {}},
+    {"a boolean written as a number", R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":1}})j", {}},
+};
+
+class ProjectReader : public testing::TestWithParam<ReaderCase> {};
+
+} // namespace
+
+TEST_P(ProjectReader, FollowsTheRules)
+{
+    const ReaderCase &c = GetParam();
+    if (!c.check) {
+        EXPECT_THROW(readProjectDocument(c.document), DocumentError);
+        return;
+    }
+    try {
+        c.check(readProjectDocument(c.document));
+    } catch (const DocumentError &error) {
+        FAIL() << error.what();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Documents, ProjectReader, testing::ValuesIn(readerCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(ProjectReaderErrors, SayWhereTheDocumentIsWrong)
+{
+    try {
+        readProjectDocument(withChunk(R"j({"index":0},{"frame":{"id":"nope"}})j"));
+        FAIL() << "expected a failure";
+    } catch (const DocumentError &error) {
+        EXPECT_TRUE(error.description().contains(QStringLiteral("chunks[1].frame.id"))) << error.what();
+    }
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "model/Records.h"
+#include "storage/ProjectLibrary.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <functional>
+
+namespace quillvane::test {
+
+// A project with every field and every optional filled, nested records included, so a round
+// trip exercises the whole document.
+Project fullyPopulatedProject();
+
+// A chunk with a frame whose five checks are all `accepted`.
+StoryboardChunk chunkWithFrame(bool accepted);
+
+// A library of its own in a temporary folder: projects folder and preference file.
+class TempLibrary {
+public:
+    TempLibrary();
+    ProjectLibrary library() const;
+    QString path(const QString &relative) const { return m_dir.filePath(relative); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+QByteArray readFile(const QString &path);
+void writeFile(const QString &path, const QByteArray &bytes);
+
+// Runs the event loop until `done` holds or the time runs out; returns `done()`.
+bool processEventsUntil(const std::function<bool()> &done, std::chrono::milliseconds limit);
+// Runs the event loop for the given time.
+void processEventsFor(std::chrono::milliseconds duration);
+
+} // namespace quillvane::test
+
+namespace quillvane::test {
+
+// A gtest parameter name made of a table row's description.
+std::string testName(const char *description);
+
+} // namespace quillvane::test
