@@ -2,11 +2,11 @@
 
 #include "model/PipelineConfig.h"
 #include "model/ProjectJson.h"
+#include "storage/AtomicFile.h"
 #include "storage/Locations.h"
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QSaveFile>
 
 namespace quillvane {
 
@@ -37,18 +37,8 @@ void ProjectLibrary::save(const Project &project) const
     media.ensureFolders();
     const QByteArray bytes = writeProjectDocument(project);
 
-    // QSaveFile writes a temporary file beside project.json, flushes it to disk and renames
-    // it over the old document; on any failure the old document stays as it was.
-    QSaveFile file(media.projectFile());
-    if (!file.open(QIODevice::WriteOnly))
-        throw SaveError(file.errorString());
-    if (file.write(bytes) != bytes.size()) {
-        const QString reason = file.errorString();
-        file.cancelWriting();
-        throw SaveError(reason);
-    }
-    if (!file.commit())
-        throw SaveError(file.errorString());
+    if (const auto failure = replaceFileAtomically(media.projectFile(), bytes))
+        throw SaveError(*failure);
 
     m_preferences.setString(QString::fromUtf8(preferenceKeys::lastProjectID), uuidText(project.id));
 }

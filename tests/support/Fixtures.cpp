@@ -7,6 +7,9 @@
 #include <QFileInfo>
 #include <QThread>
 
+#include <csignal>
+#include <sys/stat.h>
+
 namespace quillvane::test {
 
 namespace {
@@ -141,6 +144,32 @@ std::string testName(const char *description)
     for (const char *p = description; *p; ++p)
         name += std::isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
     return name;
+}
+
+} // namespace quillvane::test
+
+namespace quillvane::test {
+
+FileSizeLimit::FileSizeLimit(rlim_t bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &m_saved);
+    rlimit limit = m_saved;
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    setrlimit(RLIMIT_FSIZE, &m_saved);
+}
+
+QString fileIdentity(const QString &path)
+{
+    struct stat info {};
+    if (stat(path.toLocal8Bit().constData(), &info) != 0)
+        return {};
+    return QStringLiteral("%1:%2.%3").arg(info.st_ino).arg(info.st_mtim.tv_sec).arg(info.st_mtim.tv_nsec);
 }
 
 } // namespace quillvane::test

@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 
 #include <chrono>
+#include <sys/resource.h>
 #include <functional>
 
 namespace quillvane::test {
@@ -44,5 +45,26 @@ namespace quillvane::test {
 
 // A gtest parameter name made of a table row's description.
 std::string testName(const char *description);
+
+} // namespace quillvane::test
+
+namespace quillvane::test {
+
+// While this lives, no file can grow beyond `bytes`: the failure a full disk gives, and it
+// binds root too (permissions do not).
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes);
+    ~FileSizeLimit();
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    rlimit m_saved{};
+};
+
+// Identity of the file at path: inode and modification time, so it changes every time an
+// atomic replace writes the file. Empty when there is no file.
+QString fileIdentity(const QString &path);
 
 } // namespace quillvane::test

@@ -1,0 +1,109 @@
+// The automatic save, observed on disk: when project.json is written and what it holds.
+
+#include "model/PipelineConfig.h"
+#include "model/ProjectJson.h"
+#include "store/ProjectStore.h"
+#include "support/Fixtures.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace quillvane;
+using namespace std::chrono_literals;
+
+TEST(Autosave, AFirstStartSavesTheSampleAboutOneSecondLater)
+{
+    test::TempLibrary temp;
+    const ProjectLibrary library = temp.library();
+    const ProjectStore store(library);
+    const QString file = library.mediaFor(store.project().id).projectFile();
+
+    test::processEventsFor(700ms);
+    EXPECT_FALSE(QFileInfo::exists(file)) << "saved before the quiet second was over";
+    ASSERT_TRUE(test::processEventsUntil([&] { return QFileInfo::exists(file); }, 1500ms));
+    EXPECT_EQ(readProjectDocument(test::readFile(file)), store.project());
+    EXPECT_EQ(library.preferences().string(QString::fromUtf8(preferenceKeys::lastProjectID)),
+              uuidText(store.project().id));
+}
+
+TEST(Autosave, TenChangesWithinHalfASecondAreWrittenOnce)
+{
+    test::TempLibrary temp;
+    const ProjectLibrary library = temp.library();
+    ProjectStore store(library);
+    const QString file = library.mediaFor(store.project().id).projectFile();
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    const QString beforeBurst = test::fileIdentity(file);
+
+    std::set<QString> versionsSeen{beforeBurst};
+    for (int i = 1; i <= 10; ++i) {
+        store.editProject([i](Project &p) { p.title = QStringLiteral("Take %1").arg(i); });
+        test::processEventsFor(45ms);
+        versionsSeen.insert(test::fileIdentity(file));
+    }
+    EXPECT_EQ(versionsSeen.size(), 1u) << "the file was written during the burst";
+
+    QElapsedTimer quiet;
+    quiet.start();
+    ASSERT_TRUE(test::processEventsUntil([&] { return test::fileIdentity(file) != beforeBurst; }, 2s));
+    EXPECT_GE(quiet.elapsed(), 800) << "written before a second of quiet";
+    const QString afterBurst = test::fileIdentity(file);
+    test::processEventsFor(1200ms);
+    EXPECT_EQ(test::fileIdentity(file), afterBurst) << "written more than once";
+    EXPECT_EQ(readProjectDocument(test::readFile(file)).title, QStringLiteral("Take 10"));
+}
+
+TEST(Autosave, AFailedSaveKeepsTheOldDocumentAndTheNextChangeTriesAgain)
+{
+    test::TempLibrary temp;
+    const ProjectLibrary library = temp.library();
+    ProjectStore store(library, std::nullopt, {}, StoreOptions{50ms});
+    const QString file = library.mediaFor(store.project().id).projectFile();
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    const QByteArray before = test::readFile(file);
+
+    {
+        const test::FileSizeLimit diskFull(rlim_t(before.size()) / 2);
+        store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("lost while the disk is full"); });
+        ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+        EXPECT_EQ(test::readFile(file), before);
+        EXPECT_THROW(
+            {
+                store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("flushed on a full disk"); });
+                store.flushPendingSave();
+            },
+            SaveError);
+        EXPECT_TRUE(store.hasPendingSave()) << "a failed flush stays pending";
+        EXPECT_EQ(test::readFile(file), before);
+    }
+
+    store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("space again"); });
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    EXPECT_EQ(readProjectDocument(test::readFile(file)), store.project());
+}
+
+TEST(Autosave, FlushWritesAWaitingSaveAtOnce)
+{
+    test::TempLibrary temp;
+    const ProjectLibrary library = temp.library();
+    ProjectStore store(library);
+    store.editProject([](Project &p) { p.artist = QStringLiteral("Flushed"); });
+    ASSERT_TRUE(store.hasPendingSave());
+    store.flushPendingSave();
+    EXPECT_FALSE(store.hasPendingSave());
+    EXPECT_EQ(library.loadLastProject(), store.project());
+}
+
+TEST(Autosave, AnUnchangedValueIsNotAChange)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), std::nullopt, {}, StoreOptions{50ms});
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    store.setProject(store.project());
+    store.editProject([](Project &) {});
+    EXPECT_FALSE(store.hasPendingSave());
+}

@@ -1,0 +1,231 @@
+#include "model/PipelineConfig.h"
+#include "model/ProjectJson.h"
+#include "store/ProjectStore.h"
+#include "store/SampleProject.h"
+#include "support/Fixtures.h"
+
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace quillvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+QString key(const char *name) { return QString::fromUtf8(name); }
+
+void expectSample(const Project &project)
+{
+    EXPECT_EQ(project.title, QStringLiteral("Neon Overpass"));
+    EXPECT_EQ(project.artist, QStringLiteral("The Marker Kids"));
+    EXPECT_EQ(project.rawLyrics.split(QLatin1Char('\n')).size(), 4);
+    EXPECT_TRUE(project.rawLyrics.startsWith(QStringLiteral("City lights are burning low\nDown the road")));
+    EXPECT_TRUE(project.audioPath.isEmpty() && project.transcript.isEmpty() && project.chunks.isEmpty());
+    EXPECT_TRUE(project.characters.isEmpty() && project.conceptPrompt.isEmpty());
+    EXPECT_FALSE(project.lyricsSource || project.plan);
+    StyleGuidance style;
+    style.continuityNotes = QStringLiteral("Warm dusk, wet asphalt reflections, recurring red jacket.");
+    EXPECT_EQ(project.style, style);
+    EXPECT_EQ(project.motion, DepthFlowSettings{});
+    EXPECT_EQ(project.exportSettings, ExportSettings{});
+}
+
+} // namespace
+
+TEST(ProjectStoreStartUp, TakesTheGivenProjectThenTheLastSavedThenTheSample)
+{
+    test::TempLibrary temp;
+    const Project saved = test::fullyPopulatedProject();
+    temp.library().save(saved);
+    Project given;
+    given.title = QStringLiteral("given");
+
+    EXPECT_EQ(ProjectStore(temp.library(), given).project(), given);
+    EXPECT_EQ(ProjectStore(temp.library()).project(), saved);
+
+    test::TempLibrary empty;
+    const ProjectStore fresh(empty.library());
+    expectSample(fresh.project());
+    EXPECT_EQ(fresh.selectedStage(), PipelineStage::intake);
+    EXPECT_FALSE(fresh.selectedChunkID() || fresh.runningTask() || fresh.taskProgress() || fresh.lastError());
+}
+
+TEST(ProjectStoreStartUp, AnUnreadableSavedProjectShowsTheSampleAndStaysByteForByte)
+{
+    const QByteArray badDocuments[] = {
+        "", "{\"title\": \"Neon", "not json at all", R"({"title": 7})", R"({"chunks": [{"frame": {}}]})",
+    };
+    for (const QByteArray &bad : badDocuments) {
+        test::TempLibrary temp;
+        const ProjectLibrary library = temp.library();
+        const QUuid id = QUuid::createUuid();
+        test::writeFile(library.mediaFor(id).projectFile(), bad);
+        library.preferences().setString(key(preferenceKeys::lastProjectID), uuidText(id));
+
+        ProjectStore store(library, std::nullopt, {}, StoreOptions{50ms});
+        expectSample(store.project());
+        ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+        EXPECT_EQ(test::readFile(library.mediaFor(id).projectFile()), bad);
+        EXPECT_EQ(library.loadLastProject(), store.project()) << "the sample became the last project";
+    }
+}
+
+TEST(ProjectStoreStartUp, ReadsTheThreeSettingsAndWritesBackANormalisedProxy)
+{
+    const QString builtIn = QString::fromUtf8(deployment::defaultProxyURL);
+    const struct {
+        const char *name;
+        std::optional<QString> storedProxy;
+        QString expectedProxy;
+        std::optional<QString> proxyAfterwards; // the preference after start-up
+    } cases[] = {
+        {"no preference: the normalised default, nothing written", std::nullopt, builtIn, std::nullopt},
+        {"already normal: kept as it is", QStringLiteral("https://mine.example/p"), QStringLiteral("https://mine.example/p"),
+         QStringLiteral("https://mine.example/p")},
+        {"default host without path: written back", QStringLiteral("https://studio.quillvane.app"), builtIn, builtIn},
+        {"http: falls back and is written back", QStringLiteral("http://mine.example/p"), builtIn, builtIn},
+        {"retired host: falls back and is written back", QStringLiteral("https://proxy.quillvane.app/api/fal"), builtIn,
+         builtIn},
+    };
+    for (const auto &c : cases) {
+        test::TempLibrary temp;
+        const Preferences prefs = temp.library().preferences();
+        if (c.storedProxy)
+            prefs.setString(key(preferenceKeys::proxyBaseURL), *c.storedProxy);
+        const ProjectStore store(temp.library());
+        EXPECT_EQ(store.proxyBaseURL(), c.expectedProxy) << c.name;
+        EXPECT_EQ(prefs.string(key(preferenceKeys::proxyBaseURL)), c.proxyAfterwards) << c.name;
+    }
+
+    test::TempLibrary temp;
+    const Preferences prefs = temp.library().preferences();
+    PipelineServices services;
+    services.config.generationModel = QStringLiteral("configured/model");
+    const ProjectStore defaults(temp.library(), std::nullopt, services);
+    EXPECT_EQ(defaults.generationModel(), QStringLiteral("configured/model"));
+    EXPECT_EQ(defaults.editWorkflow(), PipelineConfig{}.editWorkflow);
+
+    prefs.setString(key(preferenceKeys::generationModel), QStringLiteral("stored/model"));
+    prefs.setString(key(preferenceKeys::editWorkflow), QStringLiteral(" "));
+    const ProjectStore stored(temp.library(), std::nullopt, services);
+    EXPECT_EQ(stored.generationModel(), QStringLiteral("stored/model"));
+    EXPECT_EQ(stored.editWorkflow(), QStringLiteral(" "));
+}
+
+TEST(ProjectStoreSettings, SettersStoreExactlyWhatTheyShow)
+{
+    test::TempLibrary temp;
+    const Preferences prefs = temp.library().preferences();
+    ProjectStore store(temp.library());
+
+    store.setGenerationModel(QStringLiteral("  spaced/model "));
+    store.setEditWorkflow(QStringLiteral("   "));
+    store.setProxyBaseURL(QStringLiteral("https://mine.example/custom/"));
+    EXPECT_EQ(store.generationModel(), QStringLiteral("  spaced/model "));
+    EXPECT_EQ(prefs.string(key(preferenceKeys::generationModel)), QStringLiteral("  spaced/model "));
+    EXPECT_EQ(store.editWorkflow(), QStringLiteral("   "));
+    EXPECT_EQ(prefs.string(key(preferenceKeys::editWorkflow)), QStringLiteral("   "));
+    EXPECT_EQ(store.proxyBaseURL(), QStringLiteral("https://mine.example/custom"));
+    EXPECT_EQ(prefs.string(key(preferenceKeys::proxyBaseURL)), QStringLiteral("https://mine.example/custom"));
+    EXPECT_EQ(store.generationBaseURL(), QUrl(QStringLiteral("https://mine.example/custom")));
+
+    store.setProxyBaseURL(QStringLiteral("not a url"));
+    EXPECT_EQ(store.proxyBaseURL(), QString::fromUtf8(deployment::defaultProxyURL));
+    EXPECT_EQ(store.generationBaseURL(), QUrl(QString::fromUtf8(deployment::defaultProxyURL)));
+}
+
+TEST(ProjectStoreStages, SelectingAnotherStageClearsTheErrorButTheSameStageKeepsIt)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    store.setLastError(QStringLiteral("Something failed."));
+    store.setSelectedStage(PipelineStage::intake);
+    EXPECT_EQ(store.lastError(), QStringLiteral("Something failed."));
+    store.setSelectedStage(PipelineStage::timing);
+    EXPECT_EQ(store.selectedStage(), PipelineStage::timing);
+    EXPECT_FALSE(store.lastError());
+
+    const ProjectStore sample(temp.library());
+    EXPECT_EQ(sample.status(PipelineStage::intake), StageStatus::complete);
+    EXPECT_EQ(sample.status(PipelineStage::motion), StageStatus::inProgress);
+}
+
+TEST(ProjectStoreProgress, IsClampedAndANonNumberMeansUnknown)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    const std::pair<double, std::optional<double>> cases[] = {
+        {-0.5, 0.0}, {0.25, 0.25}, {1.7, 1.0}, {std::nan(""), std::nullopt}, {INFINITY, 1.0},
+    };
+    for (const auto &[given, expected] : cases) {
+        store.setTaskProgress(given);
+        EXPECT_EQ(store.taskProgress(), expected) << given;
+    }
+}
+
+TEST(ProjectStoreProgress, EngineCallbacksArePostedToTheUIThreadAndOutliveTheStore)
+{
+    test::TempLibrary temp;
+    auto store = std::make_unique<ProjectStore>(temp.library());
+    const auto progress = store->progressSink();
+    const auto status = store->statusSink();
+
+    std::thread engine([&] {
+        progress(0.4);
+        status(QStringLiteral("Transcribing with Local Whisper"));
+    });
+    engine.join();
+    EXPECT_FALSE(store->taskProgress()) << "nothing is written off the UI thread";
+    ASSERT_TRUE(test::processEventsUntil([&] { return store->runningTask().has_value(); }, 1s));
+    EXPECT_EQ(store->taskProgress(), 0.4);
+    EXPECT_EQ(store->runningTask(), QStringLiteral("Transcribing with Local Whisper"));
+
+    store.reset();
+    progress(0.9); // the store is gone: the value is dropped
+    test::processEventsFor(20ms);
+}
+
+TEST(ProjectStoreCharacters, AddCharacterTrimsTouchesAndIgnoresBlankNames)
+{
+    test::TempLibrary temp;
+    Project project;
+    project.updatedAt = QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
+    ProjectStore store(temp.library(), project);
+
+    for (const QString &blank : {QString(), QStringLiteral("   "), QStringLiteral("\t\n")})
+        EXPECT_FALSE(store.addCharacter(blank).has_value());
+    EXPECT_EQ(store.project(), project);
+
+    const auto id = store.addCharacter(QStringLiteral("  Mara  "));
+    ASSERT_TRUE(id);
+    ASSERT_EQ(store.project().characters.size(), 1);
+    const CharacterReference &mara = store.project().characters.first();
+    EXPECT_EQ(mara.id, *id);
+    EXPECT_EQ(mara.name, QStringLiteral("Mara"));
+    EXPECT_TRUE(mara.notes.isEmpty() && mara.referenceImagePaths.isEmpty());
+    EXPECT_GT(store.project().updatedAt, project.updatedAt);
+}
+
+TEST(ProjectStoreCharacters, ReferenceImagesGoToTheFirstMatchingCharacterWithoutTouching)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    const QUuid mara = *store.addCharacter(QStringLiteral("Mara"));
+    const QUuid other = *store.addCharacter(QStringLiteral("Other"));
+    const QDateTime touched = store.project().updatedAt;
+
+    store.addReferenceImages(mara, {QStringLiteral("/a.png"), QStringLiteral("/b.png")});
+    store.addReferenceImages(mara, {QStringLiteral("/a.png")});
+    const Project before = store.project();
+    store.addReferenceImages(QUuid::createUuid(), {QStringLiteral("/lost.png")});
+    EXPECT_EQ(store.project(), before) << "an unknown character changes nothing";
+
+    EXPECT_EQ(store.project().characters.at(0).referenceImagePaths,
+              (QStringList{QStringLiteral("/a.png"), QStringLiteral("/b.png"), QStringLiteral("/a.png")}));
+    EXPECT_TRUE(store.project().characters.at(1).referenceImagePaths.isEmpty());
+    EXPECT_EQ(store.project().updatedAt, touched);
+    EXPECT_EQ(store.project().characters.at(1).id, other);
+}

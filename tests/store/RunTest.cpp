@@ -1,0 +1,134 @@
+// The Run wrapper: what the user sees while an operation runs and after it ends.
+
+#include "model/PipelineConfig.h"
+#include "store/BlockingWait.h"
+#include "store/ProjectStore.h"
+#include "support/Fixtures.h"
+
+#include <QCoro/QCoroTimer>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace quillvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct RunCase {
+    const char *name;
+    // The operation's body after a short wait; it may change the project or throw.
+    std::function<void(ProjectStore &, const CancelToken &)> body;
+    std::optional<QString> expectedError;
+    bool projectChanged;
+};
+
+const RunCase runCases[] = {
+    {"success keeps the change and reports nothing",
+     [](ProjectStore &store, const CancelToken &) {
+         store.setTaskProgress(0.5);
+         store.editProject([](Project &p) { p.title = QStringLiteral("changed"); });
+     },
+     std::nullopt, true},
+    {"a typed error becomes its sentence",
+     [](ProjectStore &, const CancelToken &) { throw PipelineError(PipelineError::Case::emptyLyrics); },
+     QStringLiteral("Add lyrics before planning the storyboard."), false},
+    {"any other error gets a generic sentence with its detail",
+     [](ProjectStore &, const CancelToken &) { throw std::runtime_error("disk on fire"); },
+     QStringLiteral("The operation couldn’t be completed. (disk on fire)"), false},
+    {"a cancellation ends silently",
+     [](ProjectStore &, const CancelToken &) { throw Cancelled(); }, std::nullopt, false},
+};
+
+class RunOutcome : public testing::TestWithParam<RunCase> {};
+
+} // namespace
+
+TEST_P(RunOutcome, EndsIdleWithTheRightErrorText)
+{
+    const RunCase &c = GetParam();
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    store.setLastError(QStringLiteral("an old error"));
+    const Project before = store.project();
+
+    std::optional<QString> labelWhileRunning;
+    bool errorClearedWhileRunning = false;
+    blockingWait(store.run(QStringLiteral("Planning storyboard"), [&](CancelToken token) -> QCoro::Task<> {
+        co_await QCoro::sleepFor(10ms);
+        labelWhileRunning = store.runningTask();
+        errorClearedWhileRunning = !store.lastError().has_value();
+        c.body(store, token);
+    }));
+
+    EXPECT_EQ(labelWhileRunning, QStringLiteral("Planning storyboard"));
+    EXPECT_TRUE(errorClearedWhileRunning);
+    EXPECT_FALSE(store.runningTask());
+    EXPECT_FALSE(store.taskProgress());
+    EXPECT_EQ(store.lastError(), c.expectedError);
+    EXPECT_EQ(store.project() != before, c.projectChanged);
+}
+
+INSTANTIATE_TEST_SUITE_P(Outcomes, RunOutcome, testing::ValuesIn(runCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(Run, CancellingStopsAWaitingOperationSilentlyAndKeepsTheProject)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    const Project before = store.project();
+    bool reachedTheEnd = false;
+
+    QTimer::singleShot(30ms, &store, [&store] { store.cancelRunningTasks(); });
+    blockingWait(store.run(QStringLiteral("Rendering motion"), [&](CancelToken token) -> QCoro::Task<> {
+        // An engine's loop: one step at a time, checking between steps.
+        for (int step = 0; step < 200; ++step) {
+            co_await QCoro::sleepFor(5ms);
+            token.throwIfCancelled();
+        }
+        reachedTheEnd = true;
+        store.editProject([](Project &p) { p.title = QStringLiteral("rendered"); });
+    }));
+
+    EXPECT_FALSE(reachedTheEnd);
+    EXPECT_EQ(store.project(), before);
+    EXPECT_FALSE(store.runningTask() || store.taskProgress() || store.lastError());
+}
+
+TEST(Run, ACancelReachesOnlyTheRunsThatAreGoing)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    store.cancelRunningTasks(); // nothing running: must not poison the next run
+    bool cancelledAtStart = true;
+    blockingWait(store.run(QStringLiteral("Reading audio"), [&](CancelToken token) -> QCoro::Task<> {
+        cancelledAtStart = token.isCancelled();
+        co_return;
+    }));
+    EXPECT_FALSE(cancelledAtStart);
+}
+
+TEST(Run, TheRunThatFinishesFirstClearsTheSharedTaskState)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    auto slow = store.run(QStringLiteral("slow"), [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(60ms); });
+    auto fast = store.run(QStringLiteral("fast"), [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(10ms); });
+    EXPECT_EQ(store.runningTask(), QStringLiteral("fast"));
+    blockingWait(std::move(fast));
+    EXPECT_FALSE(store.runningTask());
+    blockingWait(std::move(slow));
+    EXPECT_FALSE(store.runningTask());
+}
+
+TEST(Run, AStoreDestroyedWhileAnOperationWaitsIsNotTouchedAfterwards)
+{
+    test::TempLibrary temp;
+    auto store = std::make_unique<ProjectStore>(temp.library());
+    auto running = store->run(QStringLiteral("Exporting video"),
+                              [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(20ms); });
+    store.reset();
+    blockingWait(std::move(running));
+    SUCCEED();
+}
