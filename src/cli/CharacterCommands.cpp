@@ -53,9 +53,7 @@ QString imagesPhrase(qsizetype count)
 
 QCoro::Task<int> addCharacter(CommandContext context)
 {
-    const QString name = context.args.positional.first().trimmed();
-    if (name.isEmpty())
-        throw UsageError(QStringLiteral("the character name must not be blank"));
+    const QString name = context.args.positional.first();
     const QStringList images = imagePaths(context.args.values(QStringLiteral("image")));
 
     ProjectStore &store = context.store;
@@ -99,7 +97,11 @@ QList<Command> characterCommands()
          QStringLiteral("add a recurring character, with notes and reference images"),
          {{QStringLiteral("notes"), QStringLiteral("T"), QStringLiteral("consistency notes")},
           {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("a reference image (repeatable)"), true}},
-         1, 1, addCharacter},
+         1, 1, addCharacter,
+         [](const ParsedArgs &args) {
+             if (args.positional.first().trimmed().isEmpty())
+                 throw UsageError(QStringLiteral("the character name must not be blank"));
+         }},
         {QStringLiteral("character images"), QStringLiteral("NAME PATH..."),
          QStringLiteral("add reference images to a character"), {}, 2, -1, addImages},
     };

@@ -208,6 +208,8 @@ int runCli(const QStringList &arguments)
             throw UsageError(QStringLiteral("missing arguments: %1 %2").arg(command->name, command->arguments));
         if (command->maxPositional >= 0 && count > command->maxPositional)
             throw UsageError(QStringLiteral("too many arguments: %1 %2").arg(command->name, command->arguments));
+        if (command->check)
+            command->check(parsed);
         return execute(*command, parsed, globals, out);
     } catch (const UsageError &error) {
         return usageFailure(out, error.problem(), usage);

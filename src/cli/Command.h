@@ -46,6 +46,8 @@ struct Command {
     int minPositional = 0;
     int maxPositional = 0; // -1: no limit
     std::function<QCoro::Task<int>(CommandContext)> run;
+    // Checks the arguments before the library is opened; throws UsageError.
+    std::function<void(const ParsedArgs &)> check = {};
 };
 
 QList<Command> projectCommands();

@@ -1,11 +1,8 @@
 #include "model/JsonFields.h"
 
-#include <QLocale>
 #include <QRegularExpression>
 
-#include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace quillvane {
 
@@ -196,114 +193,6 @@ QStringList FieldReader::stringList(const QString &key, const QStringList &fallb
     if (!member(key))
         return fallback;
     return stringList(key);
-}
-
-namespace {
-
-void writeString(QByteArray &out, const QString &text)
-{
-    out += '"';
-    const QByteArray utf8 = text.toUtf8();
-    for (const char c : utf8) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned char>(c));
-                out += escaped;
-            } else {
-                out += c;
-            }
-        }
-    }
-    out += '"';
-}
-
-void writeNumber(QByteArray &out, const QJsonValue &value)
-{
-    const double d = value.toDouble();
-    if (d == std::floor(d) && std::fabs(d) < 9.0e15)
-        out += QByteArray::number(value.toInteger(qint64(d)));
-    else
-        out += QByteArray::number(d, 'g', QLocale::FloatingPointShortest);
-}
-
-void writeValue(QByteArray &out, const QJsonValue &value, int depth)
-{
-    const auto indent = [&out](int level) { out.append(level * 2, ' '); };
-    switch (value.type()) {
-    case QJsonValue::Null:
-    case QJsonValue::Undefined:
-        out += "null";
-        break;
-    case QJsonValue::Bool:
-        out += value.toBool() ? "true" : "false";
-        break;
-    case QJsonValue::Double:
-        writeNumber(out, value);
-        break;
-    case QJsonValue::String:
-        writeString(out, value.toString());
-        break;
-    case QJsonValue::Array: {
-        const QJsonArray array = value.toArray();
-        if (array.isEmpty()) {
-            out += "[]";
-            break;
-        }
-        out += "[\n";
-        for (qsizetype i = 0; i < array.size(); ++i) {
-            indent(depth + 1);
-            writeValue(out, array.at(i), depth + 1);
-            out += i + 1 < array.size() ? ",\n" : "\n";
-        }
-        indent(depth);
-        out += ']';
-        break;
-    }
-    case QJsonValue::Object: {
-        const QJsonObject object = value.toObject();
-        if (object.isEmpty()) {
-            out += "{}";
-            break;
-        }
-        std::vector<std::pair<QByteArray, QString>> keys;
-        keys.reserve(size_t(object.size()));
-        for (auto it = object.begin(); it != object.end(); ++it)
-            keys.emplace_back(it.key().toUtf8(), it.key());
-        // QByteArray compares as unsigned bytes: exactly the UTF-8 byte order.
-        std::sort(keys.begin(), keys.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
-        out += "{\n";
-        for (size_t i = 0; i < keys.size(); ++i) {
-            indent(depth + 1);
-            writeString(out, keys[i].second);
-            out += " : ";
-            writeValue(out, object.value(keys[i].second), depth + 1);
-            out += i + 1 < keys.size() ? ",\n" : "\n";
-        }
-        indent(depth);
-        out += '}';
-        break;
-    }
-    }
-}
-
-} // namespace
-
-QByteArray writeSortedJson(const QJsonValue &value)
-{
-    QByteArray out;
-    out.reserve(4096);
-    writeValue(out, value, 0);
-    out += '\n';
-    return out;
 }
 
 } // namespace quillvane

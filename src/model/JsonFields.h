@@ -1,8 +1,7 @@
 #pragma once
 
-// Building blocks of the document codec: a typed reader over one JSON object that knows
-// where it is in the document (for a useful failure sentence), and a pretty-printing writer
-// whose key order is fixed here rather than left to the JSON library.
+// Reading side of the document codec: a typed reader over one JSON object that knows where
+// it is in the document, for a failure sentence that says what to fix.
 
 #include "model/Error.h"
 
@@ -89,9 +88,5 @@ private:
     QJsonObject m_object;
     QString m_path;
 };
-
-// Pretty-prints a JSON value: two-space indent, one member per line, object keys in
-// ascending order of their UTF-8 bytes at every level.
-QByteArray writeSortedJson(const QJsonValue &value);
 
 } // namespace quillvane

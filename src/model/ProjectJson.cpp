@@ -1,35 +1,10 @@
 #include "model/ProjectJson.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
-
-#include <cmath>
 
 namespace quillvane {
 
 namespace {
-
-QJsonValue number(double value, const char *field)
-{
-    if (!std::isfinite(value))
-        throw EncodingError(QString::fromUtf8(field));
-    return value;
-}
-
-void putOptional(QJsonObject &object, const QString &key, const std::optional<QString> &value)
-{
-    if (value)
-        object.insert(key, *value);
-}
-
-template <typename T>
-QJsonArray arrayOf(const QList<T> &items)
-{
-    QJsonArray array;
-    for (const auto &item : items)
-        array.append(toJson(item));
-    return array;
-}
 
 template <typename T>
 std::function<T(const QJsonValue &, const QString &)> decoder()
@@ -55,141 +30,210 @@ Enum enumeration(const FieldReader &reader, const QString &key, std::optional<En
     return *parsed;
 }
 
+// Each encoder writes its keys in ascending UTF-8 byte order; JsonWriter checks it.
+
+void optional(JsonWriter &w, const char *key, const std::optional<QString> &value)
+{
+    if (value)
+        w.key(key).string(*value);
+}
+
+template <typename T>
+void list(JsonWriter &w, const QList<T> &items)
+{
+    w.beginArray();
+    for (const auto &item : items)
+        encode(w, item);
+    w.endArray();
+}
+
+template <typename T>
+QJsonObject asObject(const T &record)
+{
+    JsonWriter w;
+    encode(w, record);
+    return QJsonDocument::fromJson(w.take()).object();
+}
+
 } // namespace
 
-QJsonObject toJson(const TranscriptSegment &segment)
+void encode(JsonWriter &w, const TranscriptSegment &segment)
 {
-    return {{QStringLiteral("id"), uuidText(segment.id)},
-            {QStringLiteral("text"), segment.text},
-            {QStringLiteral("start"), number(segment.start, "segment start")},
-            {QStringLiteral("end"), number(segment.end, "segment end")}};
+    w.beginObject();
+    w.key("end").number(segment.end, "segment end");
+    w.key("id").string(uuidText(segment.id));
+    w.key("start").number(segment.start, "segment start");
+    w.key("text").string(segment.text);
+    w.endObject();
 }
 
-QJsonObject toJson(const PlanElement &element)
+void encode(JsonWriter &w, const PlanElement &element)
 {
-    QJsonObject object{{QStringLiteral("id"), element.id},
-                       {QStringLiteral("type"), element.type},
-                       {QStringLiteral("continuityDescription"), element.continuityDescription},
-                       {QStringLiteral("textToImagePrompt"), element.textToImagePrompt}};
-    putOptional(object, QStringLiteral("imageRemoteURL"), element.imageRemoteURL);
-    putOptional(object, QStringLiteral("imageLocalPath"), element.imageLocalPath);
-    return object;
+    w.beginObject();
+    w.key("continuityDescription").string(element.continuityDescription);
+    w.key("id").string(element.id);
+    optional(w, "imageLocalPath", element.imageLocalPath);
+    optional(w, "imageRemoteURL", element.imageRemoteURL);
+    w.key("textToImagePrompt").string(element.textToImagePrompt);
+    w.key("type").string(element.type);
+    w.endObject();
 }
 
-QJsonObject toJson(const StoryboardPlan &plan)
+void encode(JsonWriter &w, const StoryboardPlan &plan)
 {
-    return {{QStringLiteral("artDirectionStatement"), plan.artDirectionStatement},
-            {QStringLiteral("ideogramStylePreset"), plan.ideogramStylePreset},
-            {QStringLiteral("palette"), QJsonArray::fromStringList(plan.palette)},
-            {QStringLiteral("motif"), plan.motif},
-            {QStringLiteral("storyline"), plan.storyline},
-            {QStringLiteral("emotionalArc"), plan.emotionalArc},
-            {QStringLiteral("visualAnchor"), plan.visualAnchor},
-            {QStringLiteral("elements"), arrayOf(plan.elements)},
-            {QStringLiteral("rawJSON"), plan.rawJSON}};
+    w.beginObject();
+    w.key("artDirectionStatement").string(plan.artDirectionStatement);
+    w.key("elements");
+    list(w, plan.elements);
+    w.key("emotionalArc").string(plan.emotionalArc);
+    w.key("ideogramStylePreset").string(plan.ideogramStylePreset);
+    w.key("motif").string(plan.motif);
+    w.key("palette").stringArray(plan.palette);
+    w.key("rawJSON").string(plan.rawJSON);
+    w.key("storyline").string(plan.storyline);
+    w.key("visualAnchor").string(plan.visualAnchor);
+    w.endObject();
 }
 
-QJsonObject toJson(const ReviewChecklist &review)
+void encode(JsonWriter &w, const ReviewChecklist &review)
 {
-    return {{QStringLiteral("spellingCorrect"), review.spellingCorrect},
-            {QStringLiteral("readable"), review.readable},
-            {QStringLiteral("placementOK"), review.placementOK},
-            {QStringLiteral("characterConsistent"), review.characterConsistent},
-            {QStringLiteral("styleContinuous"), review.styleContinuous}};
+    w.beginObject();
+    w.key("characterConsistent").boolean(review.characterConsistent);
+    w.key("placementOK").boolean(review.placementOK);
+    w.key("readable").boolean(review.readable);
+    w.key("spellingCorrect").boolean(review.spellingCorrect);
+    w.key("styleContinuous").boolean(review.styleContinuous);
+    w.endObject();
 }
 
-QJsonObject toJson(const GeneratedFrame &frame)
+void encode(JsonWriter &w, const GeneratedFrame &frame)
 {
-    QJsonObject object{{QStringLiteral("id"), uuidText(frame.id)},
-                       {QStringLiteral("localPath"), frame.localPath},
-                       {QStringLiteral("prompt"), frame.prompt},
-                       {QStringLiteral("review"), toJson(frame.review)},
-                       {QStringLiteral("createdAt"), formatInternetDate(frame.createdAt)}};
-    putOptional(object, QStringLiteral("remoteURL"), frame.remoteURL);
-    putOptional(object, QStringLiteral("editRequest"), frame.editRequest);
-    putOptional(object, QStringLiteral("motionClipPath"), frame.motionClipPath);
-    return object;
+    w.beginObject();
+    w.key("createdAt").string(formatInternetDate(frame.createdAt));
+    optional(w, "editRequest", frame.editRequest);
+    w.key("id").string(uuidText(frame.id));
+    w.key("localPath").string(frame.localPath);
+    optional(w, "motionClipPath", frame.motionClipPath);
+    w.key("prompt").string(frame.prompt);
+    optional(w, "remoteURL", frame.remoteURL);
+    w.key("review");
+    encode(w, frame.review);
+    w.endObject();
 }
 
-QJsonObject toJson(const StoryboardChunk &chunk)
+void encode(JsonWriter &w, const StoryboardChunk &chunk)
 {
-    QJsonObject object{{QStringLiteral("id"), uuidText(chunk.id)},
-                       {QStringLiteral("index"), chunk.index},
-                       {QStringLiteral("chunkNumber"), chunk.chunkNumber},
-                       {QStringLiteral("start"), number(chunk.start, "chunk start")},
-                       {QStringLiteral("end"), number(chunk.end, "chunk end")},
-                       {QStringLiteral("lyricExcerpt"), chunk.lyricExcerpt},
-                       {QStringLiteral("renderedText"), chunk.renderedText},
-                       {QStringLiteral("surface"), chunk.surface},
-                       {QStringLiteral("primaryCharacterInFrame"), chunk.primaryCharacterInFrame},
-                       {QStringLiteral("elementIdsUsed"), QJsonArray::fromStringList(chunk.elementIdsUsed)},
-                       {QStringLiteral("imagePrompt"), chunk.imagePrompt},
-                       {QStringLiteral("videoPrompt"), chunk.videoPrompt},
-                       {QStringLiteral("undoStack"), arrayOf(chunk.undoStack)},
-                       {QStringLiteral("redoStack"), arrayOf(chunk.redoStack)}};
+    w.beginObject();
     if (chunk.characterID)
-        object.insert(QStringLiteral("characterID"), uuidText(*chunk.characterID));
-    if (chunk.frame)
-        object.insert(QStringLiteral("frame"), toJson(*chunk.frame));
-    return object;
+        w.key("characterID").string(uuidText(*chunk.characterID));
+    w.key("chunkNumber").integer(chunk.chunkNumber);
+    w.key("elementIdsUsed").stringArray(chunk.elementIdsUsed);
+    w.key("end").number(chunk.end, "chunk end");
+    if (chunk.frame) {
+        w.key("frame");
+        encode(w, *chunk.frame);
+    }
+    w.key("id").string(uuidText(chunk.id));
+    w.key("imagePrompt").string(chunk.imagePrompt);
+    w.key("index").integer(chunk.index);
+    w.key("lyricExcerpt").string(chunk.lyricExcerpt);
+    w.key("primaryCharacterInFrame").boolean(chunk.primaryCharacterInFrame);
+    w.key("redoStack");
+    list(w, chunk.redoStack);
+    w.key("renderedText").string(chunk.renderedText);
+    w.key("start").number(chunk.start, "chunk start");
+    w.key("surface").string(chunk.surface);
+    w.key("undoStack");
+    list(w, chunk.undoStack);
+    w.key("videoPrompt").string(chunk.videoPrompt);
+    w.endObject();
 }
 
-QJsonObject toJson(const CharacterReference &character)
+void encode(JsonWriter &w, const CharacterReference &character)
 {
-    return {{QStringLiteral("id"), uuidText(character.id)},
-            {QStringLiteral("name"), character.name},
-            {QStringLiteral("notes"), character.notes},
-            {QStringLiteral("referenceImagePaths"), QJsonArray::fromStringList(character.referenceImagePaths)}};
+    w.beginObject();
+    w.key("id").string(uuidText(character.id));
+    w.key("name").string(character.name);
+    w.key("notes").string(character.notes);
+    w.key("referenceImagePaths").stringArray(character.referenceImagePaths);
+    w.endObject();
 }
 
-QJsonObject toJson(const StyleGuidance &style)
+void encode(JsonWriter &w, const StyleGuidance &style)
 {
-    return {{QStringLiteral("paletteName"), style.paletteName},
-            {QStringLiteral("mood"), style.mood},
-            {QStringLiteral("medium"), style.medium},
-            {QStringLiteral("negativePrompts"), style.negativePrompts},
-            {QStringLiteral("continuityNotes"), style.continuityNotes}};
+    w.beginObject();
+    w.key("continuityNotes").string(style.continuityNotes);
+    w.key("medium").string(style.medium);
+    w.key("mood").string(style.mood);
+    w.key("negativePrompts").string(style.negativePrompts);
+    w.key("paletteName").string(style.paletteName);
+    w.endObject();
 }
 
-QJsonObject toJson(const DepthFlowSettings &motion)
+void encode(JsonWriter &w, const DepthFlowSettings &motion)
 {
-    return {{QStringLiteral("intensity"), number(motion.intensity, "motion intensity")},
-            {QStringLiteral("zoom"), number(motion.zoom, "motion zoom")},
-            {QStringLiteral("durationSeconds"), number(motion.durationSeconds, "motion duration")},
-            {QStringLiteral("fps"), motion.fps},
-            {QStringLiteral("loop"), motion.loop}};
+    w.beginObject();
+    w.key("durationSeconds").number(motion.durationSeconds, "motion duration");
+    w.key("fps").integer(motion.fps);
+    w.key("intensity").number(motion.intensity, "motion intensity");
+    w.key("loop").boolean(motion.loop);
+    w.key("zoom").number(motion.zoom, "motion zoom");
+    w.endObject();
 }
 
-QJsonObject toJson(const ExportSettings &exportSettings)
+void encode(JsonWriter &w, const ExportSettings &exportSettings)
 {
-    return {{QStringLiteral("resolution"), textValue(exportSettings.resolution)},
-            {QStringLiteral("container"), textValue(exportSettings.container)},
-            {QStringLiteral("includeOriginalAudio"), exportSettings.includeOriginalAudio},
-            {QStringLiteral("destinationFolder"), exportSettings.destinationFolder}};
+    w.beginObject();
+    w.key("container").string(textValue(exportSettings.container));
+    w.key("destinationFolder").string(exportSettings.destinationFolder);
+    w.key("includeOriginalAudio").boolean(exportSettings.includeOriginalAudio);
+    w.key("resolution").string(textValue(exportSettings.resolution));
+    w.endObject();
 }
 
-QJsonObject toJson(const Project &project)
+void encode(JsonWriter &w, const Project &project)
 {
-    QJsonObject object{{QStringLiteral("id"), uuidText(project.id)},
-                       {QStringLiteral("title"), project.title},
-                       {QStringLiteral("artist"), project.artist},
-                       {QStringLiteral("audioPath"), project.audioPath},
-                       {QStringLiteral("rawLyrics"), project.rawLyrics},
-                       {QStringLiteral("transcript"), arrayOf(project.transcript)},
-                       {QStringLiteral("conceptPrompt"), project.conceptPrompt},
-                       {QStringLiteral("chunks"), arrayOf(project.chunks)},
-                       {QStringLiteral("characters"), arrayOf(project.characters)},
-                       {QStringLiteral("style"), toJson(project.style)},
-                       {QStringLiteral("motion"), toJson(project.motion)},
-                       {QStringLiteral("export"), toJson(project.exportSettings)},
-                       {QStringLiteral("createdAt"), formatInternetDate(project.createdAt)},
-                       {QStringLiteral("updatedAt"), formatInternetDate(project.updatedAt)}};
+    w.beginObject();
+    w.key("artist").string(project.artist);
+    w.key("audioPath").string(project.audioPath);
+    w.key("characters");
+    list(w, project.characters);
+    w.key("chunks");
+    list(w, project.chunks);
+    w.key("conceptPrompt").string(project.conceptPrompt);
+    w.key("createdAt").string(formatInternetDate(project.createdAt));
+    w.key("export");
+    encode(w, project.exportSettings);
+    w.key("id").string(uuidText(project.id));
     if (project.lyricsSource)
-        object.insert(QStringLiteral("lyricsSource"), caseName(*project.lyricsSource));
-    if (project.plan)
-        object.insert(QStringLiteral("plan"), toJson(*project.plan));
-    return object;
+        w.key("lyricsSource").string(caseName(*project.lyricsSource));
+    w.key("motion");
+    encode(w, project.motion);
+    if (project.plan) {
+        w.key("plan");
+        encode(w, *project.plan);
+    }
+    w.key("rawLyrics").string(project.rawLyrics);
+    w.key("style");
+    encode(w, project.style);
+    w.key("title").string(project.title);
+    w.key("transcript");
+    list(w, project.transcript);
+    w.key("updatedAt").string(formatInternetDate(project.updatedAt));
+    w.endObject();
 }
+
+QJsonObject toJson(const TranscriptSegment &segment) { return asObject(segment); }
+QJsonObject toJson(const PlanElement &element) { return asObject(element); }
+QJsonObject toJson(const StoryboardPlan &plan) { return asObject(plan); }
+QJsonObject toJson(const ReviewChecklist &review) { return asObject(review); }
+QJsonObject toJson(const GeneratedFrame &frame) { return asObject(frame); }
+QJsonObject toJson(const StoryboardChunk &chunk) { return asObject(chunk); }
+QJsonObject toJson(const CharacterReference &character) { return asObject(character); }
+QJsonObject toJson(const StyleGuidance &style) { return asObject(style); }
+QJsonObject toJson(const DepthFlowSettings &motion) { return asObject(motion); }
+QJsonObject toJson(const ExportSettings &exportSettings) { return asObject(exportSettings); }
+QJsonObject toJson(const Project &project) { return asObject(project); }
 
 template <>
 TranscriptSegment fromJson(const QJsonValue &value, const QString &path)
@@ -345,7 +389,9 @@ Project fromJson(const QJsonValue &value, const QString &path)
 
 QByteArray writeProjectDocument(const Project &project)
 {
-    return writeSortedJson(toJson(project));
+    JsonWriter writer;
+    encode(writer, project);
+    return writer.take();
 }
 
 Project readProjectDocument(const QByteArray &bytes)

@@ -12,6 +12,7 @@
 // fails the whole read. Unknown keys are ignored. A member holding null reads as absent.
 
 #include "model/JsonFields.h"
+#include "model/JsonWriter.h"
 #include "model/Records.h"
 
 #include <QByteArray>
@@ -24,6 +25,20 @@ namespace quillvane {
 QByteArray writeProjectDocument(const Project &project);
 Project readProjectDocument(const QByteArray &bytes);
 
+// Streaming encoders, used to write the document.
+void encode(JsonWriter &writer, const TranscriptSegment &segment);
+void encode(JsonWriter &writer, const PlanElement &element);
+void encode(JsonWriter &writer, const StoryboardPlan &plan);
+void encode(JsonWriter &writer, const ReviewChecklist &review);
+void encode(JsonWriter &writer, const GeneratedFrame &frame);
+void encode(JsonWriter &writer, const StoryboardChunk &chunk);
+void encode(JsonWriter &writer, const CharacterReference &character);
+void encode(JsonWriter &writer, const StyleGuidance &style);
+void encode(JsonWriter &writer, const DepthFlowSettings &motion);
+void encode(JsonWriter &writer, const ExportSettings &exportSettings);
+void encode(JsonWriter &writer, const Project &project);
+
+// The same records as JSON objects, for callers that print or embed them.
 QJsonObject toJson(const TranscriptSegment &segment);
 QJsonObject toJson(const PlanElement &element);
 QJsonObject toJson(const StoryboardPlan &plan);

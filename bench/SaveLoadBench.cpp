@@ -1,0 +1,107 @@
+// Save and load of a full-length project: 200 chunks, each with a frame and five earlier
+// versions on its undo stack. The automatic save writes this whole document after every
+// burst of edits, so it has to stay cheap.
+
+#include "model/ProjectJson.h"
+#include "storage/ProjectLibrary.h"
+
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+using namespace quillvane;
+
+namespace {
+
+GeneratedFrame frame(int chunk, int version)
+{
+    GeneratedFrame f;
+    f.localPath = QStringLiteral("/home/user/.local/share/Quillvane/projects/X/frames/%1_%2.png").arg(chunk).arg(version);
+    f.remoteURL = QStringLiteral("https://fal.media/files/elephant/%1-%2.png").arg(chunk).arg(version);
+    f.prompt = QStringLiteral("Hand-painted marker letters reading \"CITY LIGHTS ARE BURNING LOW\" on a wet brick wall at "
+                              "dusk, recurring red jacket, acid and coral palette, cinematic, version %1")
+                   .arg(version);
+    if (version > 0)
+        f.editRequest = QStringLiteral("make the letters larger and warmer");
+    f.motionClipPath = QStringLiteral("/home/user/.local/share/Quillvane/projects/X/clips/%1.mov").arg(chunk);
+    f.review = {true, true, version % 2 == 0, true, false};
+    return f;
+}
+
+Project largeProject()
+{
+    Project project;
+    project.title = QStringLiteral("Neon Overpass");
+    project.artist = QStringLiteral("The Marker Kids");
+    project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(200);
+    for (int i = 0; i < 200; ++i) {
+        project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2});
+        StoryboardChunk chunk;
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        chunk.start = i * 2.0;
+        chunk.end = i * 2.0 + 2;
+        chunk.lyricExcerpt = chunk.renderedText = QStringLiteral("City lights are burning low");
+        chunk.surface = QStringLiteral("a wet brick wall");
+        chunk.elementIdsUsed = {QStringLiteral("red-jacket"), QStringLiteral("overpass")};
+        chunk.imagePrompt = QStringLiteral("A long still-image prompt describing the scene in detail. ").repeated(4);
+        chunk.videoPrompt = QStringLiteral("slow push-in with a gentle drift");
+        chunk.frame = frame(i, 5);
+        for (int v = 0; v < 5; ++v)
+            chunk.undoStack.append(frame(i, v));
+        project.chunks.append(chunk);
+    }
+    return project;
+}
+
+const Project &fixture()
+{
+    static const Project project = largeProject();
+    return project;
+}
+
+void BM_Encode(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(writeProjectDocument(fixture()));
+    state.counters["bytes"] = double(writeProjectDocument(fixture()).size());
+}
+
+void BM_Save(benchmark::State &state)
+{
+    QTemporaryDir dir;
+    const ProjectLibrary library(dir.filePath(QStringLiteral("projects")),
+                                 Preferences(dir.filePath(QStringLiteral("Quillvane.conf"))));
+    for (auto _ : state)
+        library.save(fixture());
+}
+
+void BM_Decode(benchmark::State &state)
+{
+    const QByteArray document = writeProjectDocument(fixture());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(readProjectDocument(document));
+}
+
+void BM_Load(benchmark::State &state)
+{
+    QTemporaryDir dir;
+    const ProjectLibrary library(dir.filePath(QStringLiteral("projects")),
+                                 Preferences(dir.filePath(QStringLiteral("Quillvane.conf"))));
+    library.save(fixture());
+    for (auto _ : state) {
+        auto loaded = library.loadLastProject();
+        if (!loaded)
+            state.SkipWithError("the saved project did not load");
+        benchmark::DoNotOptimize(loaded);
+    }
+}
+
+} // namespace
+
+BENCHMARK(BM_Encode)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Save)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Decode)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Load)->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();

@@ -1,0 +1,288 @@
+// quillvane-cli as a user runs it: a real process on a HOME of its own.
+
+#include "model/PipelineConfig.h"
+#include "model/ProjectJson.h"
+#include "storage/LibraryLock.h"
+#include "storage/ProjectLibrary.h"
+#include "support/Fixtures.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace quillvane;
+
+namespace {
+
+struct CliResult {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// One user's machine: HOME and the XDG folders in a temporary folder.
+class CliHome {
+public:
+    CliResult run(const QStringList &arguments) const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), m_dir.path());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
+        env.insert(QStringLiteral("TMPDIR"), m_dir.path());
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
+        process.closeWriteChannel();
+        if (!process.waitForFinished(20000))
+            return {};
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QJsonObject json(const QStringList &arguments) const
+    {
+        return QJsonDocument::fromJson(run(QStringList{QStringLiteral("--json")} + arguments).out.toUtf8()).object();
+    }
+
+    QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString configHome() const { return m_dir.filePath(QStringLiteral("config")); }
+    QString path(const QString &relative) const { return m_dir.filePath(relative); }
+    ProjectLibrary library() const
+    {
+        return ProjectLibrary(dataHome() + QStringLiteral("/Quillvane/projects"),
+                              Preferences(configHome() + QStringLiteral("/Quillvane/Quillvane.conf")));
+    }
+    Project savedProject() const { return library().loadLastProject().value_or(Project{}); }
+    QByteArray savedDocument() const
+    {
+        return test::readFile(library().mediaFor(savedProject().id).projectFile());
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+} // namespace
+
+TEST(CliStatus, AFreshHomeShowsTheSampleWithItsStatusesAndSavesIt)
+{
+    const CliHome home;
+    const CliResult text = home.run({QStringLiteral("status")});
+    ASSERT_EQ(text.exitCode, 0) << text.err.toStdString();
+    EXPECT_TRUE(text.out.contains(QStringLiteral("Neon Overpass")));
+    EXPECT_TRUE(text.out.contains(QStringLiteral("The Marker Kids")));
+    EXPECT_TRUE(text.out.contains(QStringLiteral("Motion       in progress")));
+    EXPECT_TRUE(text.err.isEmpty()) << text.err.toStdString();
+
+    const QJsonObject status = home.json({QStringLiteral("status")});
+    const QJsonObject expectedStages{
+        {QStringLiteral("intake"), QStringLiteral("complete")},   {QStringLiteral("timing"), QStringLiteral("todo")},
+        {QStringLiteral("characters"), QStringLiteral("todo")},   {QStringLiteral("storyboard"), QStringLiteral("todo")},
+        {QStringLiteral("frames"), QStringLiteral("todo")},       {QStringLiteral("style"), QStringLiteral("complete")},
+        {QStringLiteral("motion"), QStringLiteral("inProgress")}, {QStringLiteral("preview"), QStringLiteral("todo")},
+        {QStringLiteral("export"), QStringLiteral("todo")}};
+    EXPECT_EQ(status.value(QStringLiteral("stages")).toObject(), expectedStages);
+    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
+    EXPECT_FALSE(status.contains(QStringLiteral("lyricsSource")));
+    for (const char *count : {"segments", "chunks", "framed", "accepted"})
+        EXPECT_EQ(status.value(QString::fromUtf8(count)).toInt(-1), 0) << count;
+
+    // The same sample both times: the first command saved it as the last project.
+    EXPECT_EQ(home.savedProject().title, QStringLiteral("Neon Overpass"));
+}
+
+TEST(CliShow, PrintsTheDocumentExactlyAsSaved)
+{
+    const CliHome home;
+    const CliResult shown = home.run({QStringLiteral("show")});
+    ASSERT_EQ(shown.exitCode, 0) << shown.err.toStdString();
+    EXPECT_EQ(shown.out.toUtf8(), home.savedDocument());
+    EXPECT_EQ(readProjectDocument(shown.out.toUtf8()).title, QStringLiteral("Neon Overpass"));
+}
+
+TEST(CliEdits, EveryEditIsSavedBeforeTheCommandEnds)
+{
+    const CliHome home;
+    const Project before = [&] {
+        home.run({QStringLiteral("status")});
+        return home.savedProject();
+    }();
+    const struct {
+        QStringList arguments;
+        std::function<bool(const Project &)> holds;
+    } edits[] = {
+        {{QStringLiteral("title"), QStringLiteral("Live / Remix 2")},
+         [](const Project &p) { return p.title == QStringLiteral("Live / Remix 2"); }},
+        {{QStringLiteral("artist"), QStringLiteral("")}, [](const Project &p) { return p.artist.isEmpty(); }},
+        {{QStringLiteral("concept"), QStringLiteral("Chalk on rain-soaked walls")},
+         [](const Project &p) { return p.conceptPrompt == QStringLiteral("Chalk on rain-soaked walls"); }},
+        {{QStringLiteral("style"), QStringLiteral("--mood"), QStringLiteral("Quiet"), QStringLiteral("--negative=none")},
+         [](const Project &p) {
+             return p.style.mood == QStringLiteral("Quiet") && p.style.negativePrompts == QStringLiteral("none")
+                 && p.style.paletteName == QStringLiteral("Acid & Coral");
+         }},
+    };
+    for (const auto &edit : edits) {
+        const CliResult result = home.run(edit.arguments);
+        EXPECT_EQ(result.exitCode, 0) << edit.arguments.join(QLatin1Char(' ')).toStdString();
+        const Project saved = home.savedProject();
+        EXPECT_TRUE(edit.holds(saved)) << edit.arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_EQ(saved.id, before.id);
+        EXPECT_EQ(saved.updatedAt, before.updatedAt) << "plain edits do not touch updatedAt";
+    }
+    EXPECT_EQ(home.json({QStringLiteral("style")}).value(QStringLiteral("continuityNotes")).toString(),
+              QStringLiteral("Warm dusk, wet asphalt reflections, recurring red jacket."));
+}
+
+TEST(CliSettings, PrintsTheNormalisedValuesAndKeepsThem)
+{
+    const CliHome home;
+    const QJsonObject changed = home.json({QStringLiteral("settings"), QStringLiteral("--model"), QStringLiteral("m/x"),
+                                           QStringLiteral("--edit-workflow"), QStringLiteral(" "),
+                                           QStringLiteral("--proxy-url"), QStringLiteral("https://studio.quillvane.app/")});
+    EXPECT_EQ(changed, (QJsonObject{{QStringLiteral("generationModel"), QStringLiteral("m/x")},
+                                    {QStringLiteral("editWorkflow"), QStringLiteral(" ")},
+                                    {QStringLiteral("proxyBaseURL"), QString::fromUtf8(deployment::defaultProxyURL)}}));
+    EXPECT_EQ(home.json({QStringLiteral("settings")}), changed);
+
+    const CliResult text = home.run({QStringLiteral("settings"), QStringLiteral("--proxy-url"), QStringLiteral("http://x")});
+    EXPECT_TRUE(text.out.contains(QString::fromUtf8(deployment::defaultProxyURL)));
+}
+
+TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
+{
+    const CliHome home;
+    const QString image = home.path(QStringLiteral("mara face.png"));
+    test::writeFile(image, "not really a png, but a readable file");
+
+    const CliResult added = home.run({QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("  Mara "),
+                                      QStringLiteral("--notes"), QStringLiteral("red jacket"), QStringLiteral("--image"),
+                                      image});
+    ASSERT_EQ(added.exitCode, 0) << added.err.toStdString();
+    EXPECT_EQ(added.out.trimmed(), QStringLiteral("Added character \"Mara\" with 1 reference image."));
+
+    const QJsonObject withMore =
+        home.json({QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image, image});
+    EXPECT_EQ(withMore.value(QStringLiteral("referenceImagePaths")).toArray().size(), 3);
+    const CharacterReference mara = home.savedProject().characters.value(0);
+    EXPECT_EQ(mara.name, QStringLiteral("Mara"));
+    EXPECT_EQ(mara.notes, QStringLiteral("red jacket"));
+    EXPECT_EQ(mara.referenceImagePaths, (QStringList{image, image, image}));
+
+    const QByteArray document = home.savedDocument();
+    const struct {
+        QStringList arguments;
+        QString sentence;
+    } failures[] = {
+        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Nobody"), image},
+         QStringLiteral("error: No character named \"Nobody\".")},
+        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image,
+          home.path(QStringLiteral("missing.png"))},
+         QStringLiteral("error: No readable image file at ") + home.path(QStringLiteral("missing.png")) + QLatin1Char('.')},
+        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Theo"), QStringLiteral("--image"),
+          home.path(QStringLiteral("missing.png"))},
+         QStringLiteral("error: No readable image file at ") + home.path(QStringLiteral("missing.png")) + QLatin1Char('.')},
+    };
+    for (const auto &failure : failures) {
+        const CliResult result = home.run(failure.arguments);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.err.trimmed(), failure.sentence);
+        EXPECT_EQ(home.savedDocument(), document) << "a failed command changes nothing";
+    }
+}
+
+TEST(CliUsage, MistakesExitTwoWithAOneLineHint)
+{
+    const CliHome home;
+    const struct {
+        QStringList arguments;
+        QString hint;
+    } cases[] = {
+        {{}, QStringLiteral("no command given")},
+        {{QStringLiteral("render")}, QStringLiteral("unknown command \"render\"")},
+        {{QStringLiteral("--verbose"), QStringLiteral("status")}, QStringLiteral("unknown option --verbose")},
+        {{QStringLiteral("status"), QStringLiteral("--all")}, QStringLiteral("unknown option --all")},
+        {{QStringLiteral("status"), QStringLiteral("extra")}, QStringLiteral("too many arguments")},
+        {{QStringLiteral("title")}, QStringLiteral("missing arguments: title TITLE")},
+        {{QStringLiteral("title"), QStringLiteral("a"), QStringLiteral("b")}, QStringLiteral("too many arguments")},
+        {{QStringLiteral("style"), QStringLiteral("--mood")}, QStringLiteral("--mood needs a value")},
+        {{QStringLiteral("style"), QStringLiteral("--mood"), QStringLiteral("a"), QStringLiteral("--mood"),
+          QStringLiteral("b")},
+         QStringLiteral("--mood is given more than once")},
+        {{QStringLiteral("character")}, QStringLiteral("character needs a subcommand")},
+        {{QStringLiteral("character"), QStringLiteral("rename")}, QStringLiteral("unknown command \"character rename\"")},
+        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("   ")},
+         QStringLiteral("the character name must not be blank")},
+        {{QStringLiteral("--service-url"), QStringLiteral("ftp://x"), QStringLiteral("status")},
+         QStringLiteral("--service-url needs an http or https URL")},
+    };
+    for (const auto &c : cases) {
+        const CliResult result = home.run(c.arguments);
+        const QString context = c.arguments.join(QLatin1Char(' '));
+        EXPECT_EQ(result.exitCode, 2) << context.toStdString();
+        EXPECT_TRUE(result.out.isEmpty()) << context.toStdString();
+        EXPECT_EQ(result.err.count(QLatin1Char('\n')), 1) << context.toStdString() << ": " << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(c.hint)) << context.toStdString() << ": " << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(QStringLiteral("--help"))) << context.toStdString();
+    }
+    EXPECT_FALSE(QFileInfo::exists(home.dataHome())) << "a usage error touches nothing";
+}
+
+TEST(CliHelp, EveryCommandExplainsItself)
+{
+    const CliHome home;
+    const QStringList commands[] = {
+        {},
+        {QStringLiteral("status")},
+        {QStringLiteral("show")},
+        {QStringLiteral("settings")},
+        {QStringLiteral("title")},
+        {QStringLiteral("artist")},
+        {QStringLiteral("concept")},
+        {QStringLiteral("style")},
+        {QStringLiteral("character")},
+        {QStringLiteral("character"), QStringLiteral("add")},
+        {QStringLiteral("character"), QStringLiteral("images")},
+    };
+    for (const QStringList &command : commands) {
+        const CliResult result = home.run(command + QStringList{QStringLiteral("--help")});
+        EXPECT_EQ(result.exitCode, 0) << command.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(result.out.startsWith(QStringLiteral("usage: quillvane-cli"))) << result.out.toStdString();
+    }
+    EXPECT_FALSE(QFileInfo::exists(home.dataHome())) << "help touches nothing";
+}
+
+TEST(CliLibrary, ASecondWriterStopsAtOnceAndChangesNothing)
+{
+    const CliHome home;
+    home.run({QStringLiteral("status")});
+    const QByteArray document = home.savedDocument();
+    {
+        const LibraryLock app(home.dataHome() + QStringLiteral("/Quillvane/library.lock"));
+        const CliResult result = home.run({QStringLiteral("title"), QStringLiteral("Stolen")});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.err.trimmed(),
+                  QStringLiteral("error: Quillvane is already open on this library. Close it and try again."));
+        EXPECT_EQ(home.savedDocument(), document);
+    }
+    EXPECT_EQ(home.run({QStringLiteral("title"), QStringLiteral("Mine")}).exitCode, 0);
+    EXPECT_EQ(home.savedProject().title, QStringLiteral("Mine"));
+}
+
+TEST(CliLibrary, ABrokenDocumentShowsTheSampleAndStaysByteForByte)
+{
+    const CliHome home;
+    const QUuid id = QUuid::createUuid();
+    const ProjectLibrary library = home.library();
+    const QByteArray broken = "{\"title\": \"Half a docu";
+    test::writeFile(library.mediaFor(id).projectFile(), broken);
+    library.preferences().setString(QString::fromUtf8(preferenceKeys::lastProjectID), uuidText(id));
+
+    const QJsonObject status = home.json({QStringLiteral("status")});
+    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
+    EXPECT_EQ(test::readFile(library.mediaFor(id).projectFile()), broken);
+}
