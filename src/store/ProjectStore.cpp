@@ -107,32 +107,30 @@ void ProjectStore::setLastError(const std::optional<QString> &message)
     Q_EMIT lastErrorChanged();
 }
 
+void ProjectStore::storeSetting(const char *preferenceKey, QString &field, const QString &value,
+                                void (ProjectStore::*changed)())
+{
+    m_library.preferences().setString(key(preferenceKey), value);
+    if (value == field)
+        return;
+    field = value;
+    Q_EMIT(this->*changed)();
+}
+
 void ProjectStore::setGenerationModel(const QString &value)
 {
-    m_library.preferences().setString(key(preferenceKeys::generationModel), value);
-    if (value == m_generationModel)
-        return;
-    m_generationModel = value;
-    Q_EMIT generationModelChanged();
+    storeSetting(preferenceKeys::generationModel, m_generationModel, value, &ProjectStore::generationModelChanged);
 }
 
 void ProjectStore::setEditWorkflow(const QString &value)
 {
-    m_library.preferences().setString(key(preferenceKeys::editWorkflow), value);
-    if (value == m_editWorkflow)
-        return;
-    m_editWorkflow = value;
-    Q_EMIT editWorkflowChanged();
+    storeSetting(preferenceKeys::editWorkflow, m_editWorkflow, value, &ProjectStore::editWorkflowChanged);
 }
 
 void ProjectStore::setProxyBaseURL(const QString &value)
 {
-    const QString normalised = normaliseProxyURL(value, m_services.config.proxyBaseURL);
-    m_library.preferences().setString(key(preferenceKeys::proxyBaseURL), normalised);
-    if (normalised == m_proxyBaseURL)
-        return;
-    m_proxyBaseURL = normalised;
-    Q_EMIT proxyBaseURLChanged();
+    storeSetting(preferenceKeys::proxyBaseURL, m_proxyBaseURL,
+                 normaliseProxyURL(value, m_services.config.proxyBaseURL), &ProjectStore::proxyBaseURLChanged);
 }
 
 QUrl ProjectStore::generationBaseURL() const

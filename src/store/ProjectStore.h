@@ -115,6 +115,8 @@ Q_SIGNALS:
 
 private:
     void saveNow();
+    // Writes a setting to the preferences and to its field, notifying when it changed.
+    void storeSetting(const char *preferenceKey, QString &field, const QString &value, void (ProjectStore::*changed)());
 
     ProjectLibrary m_library;
     PipelineServices m_services;

@@ -14,6 +14,7 @@ const QString builtIn = QStringLiteral("https://studio.quillvane.app/api/fal");
 const QString custom = QStringLiteral("https://mine.example/api/fal");
 
 struct NormaliseCase {
+    friend void PrintTo(const NormaliseCase &c, std::ostream *os) { *os << c.name; }
     const char *name;
     std::optional<QString> raw;
     QString fallback;

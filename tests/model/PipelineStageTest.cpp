@@ -22,6 +22,7 @@ Project sampleLike()
 }
 
 struct StatusCase {
+    friend void PrintTo(const StatusCase &c, std::ostream *os) { *os << c.name; }
     const char *name;
     std::function<Project()> make;
     // Expected status of every stage, in stage order.

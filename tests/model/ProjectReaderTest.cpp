@@ -18,6 +18,7 @@ const char *const frameJSON =
 QByteArray withChunk(const QByteArray &chunk) { return "{\"chunks\":[" + chunk + "]}"; }
 
 struct ReaderCase {
+    friend void PrintTo(const ReaderCase &c, std::ostream *os) { *os << c.name; }
     const char *name;
     QByteArray document;
     // Checks on the project read; empty when the read must fail.

@@ -17,6 +17,7 @@ using namespace std::chrono_literals;
 namespace {
 
 struct RunCase {
+    friend void PrintTo(const RunCase &c, std::ostream *os) { *os << c.name; }
     const char *name;
     // The operation's body after a short wait; it may change the project or throw.
     std::function<void(ProjectStore &, const CancelToken &)> body;
