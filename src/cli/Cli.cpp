@@ -1,6 +1,7 @@
 #include "cli/Cli.h"
 
 #include "cli/Command.h"
+#include "cli/ProgressPrinter.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -8,6 +9,7 @@
 #include <QJsonDocument>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace quillvane::cli {
 
@@ -122,6 +124,8 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
     try {
         const LibraryLock lock(locations::libraryLockFile());
         ProjectStore store(ProjectLibrary::forUser());
+        const ProgressPrinter progress(
+            store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         int status = 0;
         try {
             status = blockingWait(command.run(CommandContext{store, globals, parsed, out}));
