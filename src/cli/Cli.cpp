@@ -149,72 +149,97 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
     }
 }
 
+// The leading global options, up to the first word that is not one.
+QStringList leadingOptions(const QStringList &arguments, qsizetype &next)
+{
+    QStringList leading;
+    while (next < arguments.size() && arguments.at(next).startsWith(QLatin1String("--"))) {
+        leading.append(arguments.at(next++));
+        if (leading.last() == QLatin1String("--service-url") && next < arguments.size())
+            leading.append(arguments.at(next++));
+    }
+    return leading;
+}
+
+// The subcommands of a group such as "character"; empty when the word is no group.
+QList<Command> subcommandsOf(const QList<Command> &commands, const QString &group)
+{
+    QList<Command> members;
+    for (const auto &command : commands) {
+        if (command.name.startsWith(group + QLatin1Char(' ')))
+            members.append(command);
+    }
+    return members;
+}
+
+QString groupHelp(const QString &group, const QList<Command> &members)
+{
+    QString text = QStringLiteral("usage: %1 %2 SUBCOMMAND ...\n\nSubcommands:\n").arg(program, group);
+    for (const auto &command : members)
+        text += QStringLiteral("  %1 %2\n").arg(command.name, -20).arg(command.summary);
+    return text.trimmed();
+}
+
+const Command &findCommand(const QList<Command> &commands, const QString &name)
+{
+    const auto command = std::find_if(commands.begin(), commands.end(), [&name](const auto &c) { return c.name == name; });
+    if (command == commands.end())
+        throw UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
+    return *command;
+}
+
+void checkArguments(const Command &command, const ParsedArgs &parsed)
+{
+    const auto count = parsed.positional.size();
+    if (count < command.minPositional)
+        throw UsageError(QStringLiteral("missing arguments: %1 %2").arg(command.name, command.arguments));
+    if (command.maxPositional >= 0 && count > command.maxPositional)
+        throw UsageError(QStringLiteral("too many arguments: %1 %2").arg(command.name, command.arguments));
+    if (command.check)
+        command.check(parsed);
+}
+
 } // namespace
 
 int runCli(const QStringList &arguments)
 {
     const Output out;
-    GlobalOptions globals;
     UsageContext usage;
     try {
-        // Global options come first; the first other word names the command.
+        GlobalOptions globals;
         qsizetype next = 0;
-        QStringList leading;
-        while (next < arguments.size() && arguments.at(next).startsWith(QLatin1String("--"))) {
-            leading.append(arguments.at(next++));
-            if (leading.last() == QLatin1String("--service-url") && next < arguments.size())
-                leading.append(arguments.at(next++));
-        }
-        const ParsedArgs leadingParsed = parseArgs(leading, globalOptions());
-        if (leadingParsed.has(QStringLiteral("help"))) {
+        const ParsedArgs leading = parseArgs(leadingOptions(arguments, next), globalOptions());
+        if (leading.has(QStringLiteral("help"))) {
             out.line(programHelp());
             return 0;
         }
-        applyGlobal(globals, leadingParsed);
+        applyGlobal(globals, leading);
         if (next >= arguments.size())
             throw UsageError(QStringLiteral("no command given"));
 
         const QList<Command> commands = allCommands();
         QString name = arguments.at(next++);
-        const bool hasSubcommands = std::any_of(commands.begin(), commands.end(), [&name](const auto &c) {
-            return c.name.startsWith(name + QLatin1Char(' '));
-        });
-        if (hasSubcommands) {
+        if (const QList<Command> group = subcommandsOf(commands, name); !group.isEmpty()) {
             usage.helpTarget = name;
-            if (next >= arguments.size() || arguments.at(next) == QLatin1String("--help")) {
-                QString text = QStringLiteral("usage: %1 %2 SUBCOMMAND ...\n\nSubcommands:\n").arg(program, name);
-                for (const auto &command : commands) {
-                    if (command.name.startsWith(name + QLatin1Char(' ')))
-                        text += QStringLiteral("  %1 %2\n").arg(command.name, -20).arg(command.summary);
-                }
-                if (next >= arguments.size())
-                    throw UsageError(QStringLiteral("%1 needs a subcommand").arg(name));
-                out.line(text.trimmed());
+            if (next < arguments.size() && arguments.at(next) == QLatin1String("--help")) {
+                out.line(groupHelp(name, group));
                 return 0;
             }
+            if (next >= arguments.size())
+                throw UsageError(QStringLiteral("%1 needs a subcommand").arg(name));
             name += QLatin1Char(' ') + arguments.at(next++);
         }
-        const auto command = std::find_if(commands.begin(), commands.end(), [&name](const auto &c) {
-            return c.name == name;
-        });
-        if (command == commands.end())
-            throw UsageError(QStringLiteral("unknown command \"%1\"").arg(name));
+        const Command &command = findCommand(commands, name);
         usage.helpTarget = name;
 
-        const ParsedArgs parsed = parseArgs(arguments.mid(next), command->options + globalOptions());
+        const ParsedArgs parsed = parseArgs(arguments.mid(next), command.options + globalOptions());
         if (parsed.has(QStringLiteral("help"))) {
-            out.line(commandHelp(*command));
+            out.line(commandHelp(command));
             return 0;
         }
         applyGlobal(globals, parsed);
-        const auto count = parsed.positional.size();
-        if (count < command->minPositional)
-            throw UsageError(QStringLiteral("missing arguments: %1 %2").arg(command->name, command->arguments));
-        if (command->maxPositional >= 0 && count > command->maxPositional)
-            throw UsageError(QStringLiteral("too many arguments: %1 %2").arg(command->name, command->arguments));
-        if (command->check)
-            command->check(parsed);
-        return execute(*command, parsed, globals, out);
+        checkArguments(command, parsed);
+        return execute(command, parsed, globals, out);
     } catch (const UsageError &error) {
         return usageFailure(out, error.problem(), usage);
     }

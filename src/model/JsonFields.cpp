@@ -12,7 +12,7 @@ DocumentError::DocumentError(const QString &where, const QString &problem)
 }
 
 EncodingError::EncodingError(const QString &where)
-    : Error(QStringLiteral("The project could not be written: %1 is not a finite number.").arg(where))
+    : Error(QStringLiteral("The project could not be written: %1 holds a value that has no JSON form.").arg(where))
 {
 }
 

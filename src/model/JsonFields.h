@@ -26,7 +26,8 @@ public:
     DocumentError(const QString &where, const QString &problem);
 };
 
-// A value that has no JSON form (a time that is not a finite number).
+// A value that has no JSON form: a time that is not a finite number, or a date that is not
+// a valid date between the years 1 and 9999.
 class EncodingError : public Error {
 public:
     explicit EncodingError(const QString &where);

@@ -38,6 +38,16 @@ void optional(JsonWriter &w, const char *key, const std::optional<QString> &valu
         w.key(key).string(*value);
 }
 
+// A date the reader would refuse must not be written: the save fails instead and the
+// previous document stays, rather than a document that no longer opens.
+void date(JsonWriter &w, const char *key, const QDateTime &value)
+{
+    const int year = value.toUTC().date().year();
+    if (!value.isValid() || year < 1 || year > 9999)
+        throw EncodingError(QString::fromUtf8(key));
+    w.key(key).string(formatInternetDate(value));
+}
+
 template <typename T>
 void list(JsonWriter &w, const QList<T> &items)
 {
@@ -109,7 +119,7 @@ void encode(JsonWriter &w, const ReviewChecklist &review)
 void encode(JsonWriter &w, const GeneratedFrame &frame)
 {
     w.beginObject();
-    w.key("createdAt").string(formatInternetDate(frame.createdAt));
+    date(w, "createdAt", frame.createdAt);
     optional(w, "editRequest", frame.editRequest);
     w.key("id").string(uuidText(frame.id));
     w.key("localPath").string(frame.localPath);
@@ -201,7 +211,7 @@ void encode(JsonWriter &w, const Project &project)
     w.key("chunks");
     list(w, project.chunks);
     w.key("conceptPrompt").string(project.conceptPrompt);
-    w.key("createdAt").string(formatInternetDate(project.createdAt));
+    date(w, "createdAt", project.createdAt);
     w.key("export");
     encode(w, project.exportSettings);
     w.key("id").string(uuidText(project.id));
@@ -219,7 +229,7 @@ void encode(JsonWriter &w, const Project &project)
     w.key("title").string(project.title);
     w.key("transcript");
     list(w, project.transcript);
-    w.key("updatedAt").string(formatInternetDate(project.updatedAt));
+    date(w, "updatedAt", project.updatedAt);
     w.endObject();
 }
 

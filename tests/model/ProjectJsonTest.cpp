@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <map>
 
 using namespace quillvane;
@@ -124,12 +125,26 @@ TEST(ProjectDocument, OptionalFieldsHoldingNothingAreLeftOut)
     EXPECT_FALSE(chunkObject.contains(QStringLiteral("characterID")));
 }
 
-TEST(ProjectDocument, ATimeThatIsNotAFiniteNumberCannotBeWritten)
+TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
 {
-    for (const double bad : {std::nan(""), double(INFINITY), -double(INFINITY)}) {
+    const struct {
+        const char *name;
+        std::function<void(Project &)> spoil;
+    } cases[] = {
+        {"a time that is not a number", [](Project &p) { p.transcript = {{QUuid::createUuid(), {}, 0, std::nan("")}}; }},
+        {"an infinite chunk end", [](Project &p) { p.chunks = {StoryboardChunk{}}; p.chunks[0].end = INFINITY; }},
+        {"an infinite zoom", [](Project &p) { p.motion.zoom = -double(INFINITY); }},
+        {"an invalid date", [](Project &p) { p.updatedAt = QDateTime(); }},
+        {"a frame date past the year 9999",
+         [](Project &p) {
+             p.chunks = {test::chunkWithFrame(true)};
+             p.chunks[0].frame->createdAt = QDateTime(QDate(12000, 1, 1), QTime(0, 0), Qt::UTC);
+         }},
+    };
+    for (const auto &c : cases) {
         Project project;
-        project.transcript = {{QUuid::createUuid(), QStringLiteral("x"), 0, bad}};
-        EXPECT_THROW(writeProjectDocument(project), EncodingError);
+        c.spoil(project);
+        EXPECT_THROW(writeProjectDocument(project), EncodingError) << c.name;
     }
 }
 
