@@ -28,9 +28,12 @@ struct StoreOptions {
 // observes it and every user action is one call on it. Lives on the UI thread; engines hand
 // their results and progress back to that thread before any field here is touched.
 //
-// Every setter notifies only when the value really changes. Every change of the project is
-// saved after StoreOptions::saveDelay of quiet; a failed save leaves the previous document
-// whole and the next change tries again.
+// Every change of the project is all or nothing: a mutator works on a copy and assigns it
+// back whole when it is done, so a mutator (or an operation that fails or is cancelled
+// part-way) either makes its whole change or leaves the project as it was. Every setter
+// notifies only when the value really changes. Every change of the project is saved after
+// StoreOptions::saveDelay of quiet; a failed save leaves the previous document whole and
+// the next change tries again.
 class ProjectStore : public QObject {
     Q_OBJECT
 
