@@ -1,6 +1,7 @@
 #include "cli/Cli.h"
 
 #include "cli/Command.h"
+#include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
@@ -41,6 +42,8 @@ void Output::note(const QString &text) const
 namespace {
 
 const QString program = QStringLiteral("quillvane-cli");
+// A command stopped by Ctrl+C exits as programs stopped by SIGINT do.
+constexpr int cancelledStatus = 130;
 
 QList<OptionSpec> globalOptions()
 {
@@ -126,12 +129,19 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         ProjectStore store(ProjectLibrary::forUser());
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
+        const InterruptCanceller interrupt([&store, &out] {
+            out.note(QStringLiteral("Cancelling…"));
+            store.cancelRunningTasks();
+        });
         int status = 0;
         try {
             status = blockingWait(command.run(CommandContext{store, globals, parsed, out}));
             if (const auto failure = store.lastError()) {
                 out.error(*failure);
                 status = 1;
+            } else if (interrupt.interrupted()) {
+                out.note(QStringLiteral("Cancelled."));
+                status = cancelledStatus;
             }
         } catch (const UsageError &) {
             throw; // nothing was changed; nothing to save
