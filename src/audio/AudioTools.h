@@ -1,0 +1,50 @@
+#pragma once
+
+// Reading an audio file's tags and cutting a stretch of it into a temporary clip. Stateless;
+// the coroutine forms run the work on the thread pool and resume the caller on its thread.
+
+#include "model/Error.h"
+
+#include <QCoro/QCoroTask>
+#include <QString>
+
+#include <optional>
+
+namespace quillvane {
+
+struct AudioMetadata {
+    std::optional<QString> title;  // trimmed; absent when missing or blank
+    std::optional<QString> artist; // trimmed; absent when missing or blank
+    std::optional<QString> lyrics; // after cleanLyrics, trimmed; absent when none are left
+    double duration = 0;           // seconds; 0 when unreadable
+
+    bool operator==(const AudioMetadata &) const = default;
+};
+
+class AudioToolError : public Error {
+public:
+    enum class Case { trimFailed };
+
+    static AudioToolError trimFailed();
+    Case kind() const { return m_kind; }
+    bool operator==(const AudioToolError &other) const { return m_kind == other.m_kind; }
+
+private:
+    AudioToolError(Case kind, const QString &description);
+    Case m_kind;
+};
+
+namespace AudioTools {
+
+// Never fails: every read failure gives an absent field or a zero duration.
+AudioMetadata readMetadataNow(const QString &path);
+QCoro::Task<AudioMetadata> readMetadata(QString path);
+
+// Writes [max(start, 0), +duration) of the file as an AAC clip "qv-trim-<UUID>.m4a" in the
+// temporary folder and returns its path; the caller deletes it. Throws AudioToolError.
+QString trimClipNow(const QString &path, double start, double duration);
+QCoro::Task<QString> trimClip(QString path, double start, double duration);
+
+} // namespace AudioTools
+
+} // namespace quillvane
