@@ -1,1 +1,141 @@
 #include "audio/AudioImport.h"
+
+#include "audio/AudioTools.h"
+#include "audio/Lyrics.h"
+#include "audio/TranscriptionError.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace quillvane {
+
+namespace {
+
+constexpr double clipLength = 30;
+constexpr double shortestTailClip = 1;
+constexpr qsizetype wordsPerEnd = 12;
+constexpr double matchThreshold = 0.35;
+
+Transcriber &transcriberOf(const ProjectStore &store)
+{
+    if (!store.services().transcriber)
+        throw TranscriptionError::noEngineAvailable();
+    return *store.services().transcriber;
+}
+
+// Deletes the verification clips however the check ends.
+struct ClipFiles {
+    QStringList paths;
+    ~ClipFiles()
+    {
+        for (const QString &path : paths)
+            QFile::remove(path);
+    }
+};
+
+void apply(ProjectStore &store, const std::function<void(Project &)> &change)
+{
+    Project changed = store.project();
+    change(changed);
+    store.setProject(changed);
+}
+
+} // namespace
+
+std::pair<ClipRange, ClipRange> verificationClips(double duration)
+{
+    const ClipRange head{0, std::min(duration, clipLength)};
+    const double tailStart = std::max(duration - clipLength, 0.0);
+    const ClipRange tail{tailStart, std::min(std::max(duration - tailStart, shortestTailClip), clipLength)};
+    return {head, tail};
+}
+
+LyricsCheck compareLyrics(const QString &lyrics, const QString &headText, const QString &tailText)
+{
+    const QStringList words = lyricWords(lyrics);
+    if (words.isEmpty())
+        return {};
+    const bool few = words.size() <= wordsPerEnd;
+    const QStringList headExpected = few ? words : words.mid(0, wordsPerEnd);
+    const QStringList tailExpected = few ? words : words.mid(words.size() - wordsPerEnd);
+    return {wordOverlap(lyricWords(headText), headExpected) >= matchThreshold,
+            wordOverlap(lyricWords(tailText), tailExpected) >= matchThreshold};
+}
+
+QCoro::Task<LyricsCheck> verifyLyrics(Transcriber &transcriber, QString path, QString lyrics, double duration,
+                                      CancelToken cancel)
+{
+    const auto [head, tail] = verificationClips(duration);
+    ClipFiles clips;
+    clips.paths.append(co_await AudioTools::trimClip(path, head.start, head.duration));
+    clips.paths.append(co_await AudioTools::trimClip(path, tail.start, tail.duration));
+    cancel.throwIfCancelled();
+
+    const auto ignoreStatus = [](QString) {};
+    const TranscriptionResult headHeard = co_await transcriber.transcribe(clips.paths.at(0), ignoreStatus, cancel);
+    cancel.throwIfCancelled();
+    const TranscriptionResult tailHeard = co_await transcriber.transcribe(clips.paths.at(1), ignoreStatus, cancel);
+    co_return compareLyrics(lyrics, headHeard.text, tailHeard.text);
+}
+
+QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
+{
+    const QString audioPath = QFileInfo(path).absoluteFilePath();
+    const AudioMetadata metadata = co_await AudioTools::readMetadata(audioPath);
+    cancel.throwIfCancelled();
+
+    // The track is the project's from here on, whatever the lyrics step below decides.
+    apply(store, [&](Project &project) {
+        project.audioPath = audioPath;
+        if (metadata.title)
+            project.title = *metadata.title;
+        if (metadata.artist)
+            project.artist = *metadata.artist;
+        project.transcript.clear();
+        project.chunks.clear();
+    });
+    Transcriber &transcriber = transcriberOf(store);
+
+    if (!metadata.lyrics) {
+        const TranscriptionResult heard = co_await transcriber.transcribe(audioPath, store.statusSink(), cancel);
+        cancel.throwIfCancelled();
+        QStringList texts;
+        for (const TimedChunk &chunk : heard.chunks)
+            texts.append(chunk.text);
+        apply(store, [&](Project &project) {
+            project.transcript = segmentsFromChunks(heard.chunks);
+            project.rawLyrics = texts.join(QLatin1Char('\n'));
+            project.lyricsSource = LyricsSource::transcribed;
+            project.updatedAt = now();
+        });
+        co_return;
+    }
+
+    const QString lyrics = *metadata.lyrics;
+    apply(store, [&](Project &project) { project.rawLyrics = lyrics; });
+    if (!transcriber.isAvailable()) {
+        apply(store, [](Project &project) {
+            project.lyricsSource = LyricsSource::embeddedUnverified;
+            project.updatedAt = now();
+        });
+        co_return;
+    }
+
+    store.statusSink()(verifyingLabel);
+    const LyricsCheck check = co_await verifyLyrics(transcriber, audioPath, lyrics, metadata.duration, cancel);
+    cancel.throwIfCancelled();
+    apply(store, [&check](Project &project) {
+        project.lyricsSource = check.headMatches && check.tailMatches ? LyricsSource::embeddedVerified
+                                                                       : LyricsSource::embeddedMismatch;
+        project.updatedAt = now();
+    });
+}
+
+QCoro::Task<> startImport(ProjectStore &store, QString path)
+{
+    return store.run(importLabel, [&store, path](CancelToken cancel) { return importAudio(store, path, std::move(cancel)); });
+}
+
+} // namespace quillvane

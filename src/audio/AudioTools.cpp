@@ -1,6 +1,29 @@
 #include "audio/AudioTools.h"
 
-// Placeholder until the TagLib and FFmpeg implementation lands.
+#include "audio/FfmpegClip.h"
+#include "audio/Lyrics.h"
+
+#include <QCoro/QCoroFuture>
+#include <QDir>
+#include <QFile>
+#include <QUuid>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <taglib/aifffile.h>
+#include <taglib/apetag.h>
+#include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/infotag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/tpropertymap.h>
+#include <taglib/unsynchronizedlyricsframe.h>
+#include <taglib/wavfile.h>
+#include <taglib/xiphcomment.h>
+
+#include <vector>
 
 namespace quillvane {
 
@@ -15,26 +38,231 @@ AudioToolError AudioToolError::trimFailed()
     return {Case::trimFailed, QStringLiteral("Could not trim the audio clip for verification.")};
 }
 
+namespace {
+
+QString fromTagLib(const TagLib::String &text) { return QString::fromStdString(text.to8Bit(true)); }
+
+// The first value stored under `key`; an empty string when the key is there without a
+// value, and absent only when the key is missing, so a blank title still counts as found.
+std::optional<QString> firstValue(const TagLib::PropertyMap &properties, const char *key)
+{
+    const auto found = properties.find(TagLib::String(key));
+    if (found == properties.end())
+        return std::nullopt;
+    return found->second.isEmpty() ? QString() : fromTagLib(found->second.front());
+}
+
+// What the search looks at in one tag format: its items under TagLib's common keys (TITLE,
+// ARTIST, ...) and its lyric candidates, best first.
+struct FormatTags {
+    TagLib::PropertyMap properties;
+    std::vector<QString> lyrics;
+};
+
+bool mentionsLyrics(const TagLib::String &key)
+{
+    return fromTagLib(key).contains(QStringLiteral("lyric"), Qt::CaseInsensitive);
+}
+
+// Every value under a key that mentions lyrics: a TXXX frame described LYRICS, a Vorbis
+// UNSYNCEDLYRICS comment, an APE Lyrics item, ...
+void addLyricKeyedValues(const TagLib::PropertyMap &properties, std::vector<QString> &candidates)
+{
+    for (const auto &[key, values] : properties) {
+        if (!mentionsLyrics(key))
+            continue;
+        for (const TagLib::String &value : values)
+            candidates.push_back(fromTagLib(value));
+    }
+}
+
+FormatTags plainTags(TagLib::PropertyMap properties)
+{
+    FormatTags tags{std::move(properties), {}};
+    addLyricKeyedValues(tags.properties, tags.lyrics);
+    return tags;
+}
+
+// The first USLT frame comes before the keyed items, which include the USLT frames again
+// (TagLib files them under LYRICS); a second look at a rejected text rejects it again.
+FormatTags id3v2Tags(const TagLib::ID3v2::Tag &tag)
+{
+    FormatTags tags{tag.properties(), {}};
+    const TagLib::ID3v2::FrameList &frames = tag.frameList("USLT");
+    if (!frames.isEmpty()) {
+        if (const auto *frame = dynamic_cast<const TagLib::ID3v2::UnsynchronizedLyricsFrame *>(frames.front()))
+            tags.lyrics.push_back(fromTagLib(frame->text()));
+    }
+    addLyricKeyedValues(tags.properties, tags.lyrics);
+    return tags;
+}
+
+// The ©lyr item first, then the items whose atom name mentions lyrics: TagLib's common keys
+// leave out free-form items such as "----:com.apple.iTunes:LYRICS", so the atoms are
+// scanned themselves.
+FormatTags mp4Tags(const TagLib::MP4::Tag &tag)
+{
+    FormatTags tags{tag.properties(), {}};
+    const TagLib::String lyricsAtom("\251lyr", TagLib::String::Latin1);
+    const auto addValues = [&](const TagLib::MP4::Item &item) {
+        for (const TagLib::String &value : item.toStringList())
+            tags.lyrics.push_back(fromTagLib(value));
+    };
+    if (tag.contains(lyricsAtom))
+        addValues(tag.item(lyricsAtom));
+    for (const auto &[atom, item] : tag.itemMap()) {
+        if (mentionsLyrics(atom))
+            addValues(item);
+    }
+    return tags;
+}
+
+// Every tag format the file carries, always in the order ID3v2, APE, Xiph comment, MP4,
+// RIFF INFO, ID3v1: the richer formats first, and ID3v1, whose fields are cut at 30
+// characters, last.
+std::vector<FormatTags> formatTagsOf(TagLib::File *file)
+{
+    TagLib::ID3v2::Tag *id3v2 = nullptr;
+    TagLib::APE::Tag *ape = nullptr;
+    TagLib::Ogg::XiphComment *xiph = nullptr;
+    TagLib::MP4::Tag *mp4 = nullptr;
+    TagLib::RIFF::Info::Tag *info = nullptr;
+    TagLib::ID3v1::Tag *id3v1 = nullptr;
+
+    if (auto *mpeg = dynamic_cast<TagLib::MPEG::File *>(file)) {
+        id3v2 = mpeg->hasID3v2Tag() ? mpeg->ID3v2Tag() : nullptr;
+        ape = mpeg->hasAPETag() ? mpeg->APETag() : nullptr;
+        id3v1 = mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr;
+    } else if (auto *m4a = dynamic_cast<TagLib::MP4::File *>(file)) {
+        mp4 = m4a->hasMP4Tag() ? m4a->tag() : nullptr;
+    } else if (auto *flac = dynamic_cast<TagLib::FLAC::File *>(file)) {
+        id3v2 = flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr;
+        xiph = flac->hasXiphComment() ? flac->xiphComment() : nullptr;
+        id3v1 = flac->hasID3v1Tag() ? flac->ID3v1Tag() : nullptr;
+    } else if (auto *wav = dynamic_cast<TagLib::RIFF::WAV::File *>(file)) {
+        id3v2 = wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr;
+        info = wav->hasInfoTag() ? wav->InfoTag() : nullptr;
+    } else if (auto *aiff = dynamic_cast<TagLib::RIFF::AIFF::File *>(file)) {
+        id3v2 = aiff->hasID3v2Tag() ? aiff->tag() : nullptr;
+    } else {
+        // Ogg Vorbis, Opus, Speex and Ogg FLAC all keep their tags in a Xiph comment.
+        xiph = dynamic_cast<TagLib::Ogg::XiphComment *>(file->tag());
+    }
+
+    std::vector<FormatTags> formats;
+    if (id3v2)
+        formats.push_back(id3v2Tags(*id3v2));
+    if (ape)
+        formats.push_back(plainTags(ape->properties()));
+    if (xiph)
+        formats.push_back(plainTags(xiph->properties()));
+    if (mp4)
+        formats.push_back(mp4Tags(*mp4));
+    // INFO and ID3v1 have no key-value view of their own; the base class maps their fixed
+    // fields (title, artist, ...) onto the common keys.
+    if (info)
+        formats.push_back(plainTags(info->TagLib::Tag::properties()));
+    if (id3v1)
+        formats.push_back(plainTags(id3v1->TagLib::Tag::properties()));
+    return formats;
+}
+
+// The first candidate that still holds lyrics once cleaned: a frame of nothing but section
+// tags such as [Chorus] gives way to the next one.
+std::optional<QString> findLyrics(const FormatTags &tags)
+{
+    for (const QString &candidate : tags.lyrics) {
+        if (candidate.isEmpty())
+            continue;
+        QString cleaned = cleanLyrics(candidate);
+        if (!cleaned.trimmed().isEmpty())
+            return cleaned;
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> trimmedOrAbsent(const std::optional<QString> &text)
+{
+    if (!text)
+        return std::nullopt;
+    QString trimmed = text->trimmed();
+    return trimmed.isEmpty() ? std::nullopt : std::optional<QString>(std::move(trimmed));
+}
+
+AudioMetadata readTags(const QString &path)
+{
+    // Audio properties come from FFmpeg; TagLib only reads the tags.
+    const TagLib::FileRef ref(QFile::encodeName(path).constData(), false);
+    if (ref.isNull())
+        return {};
+
+    // The unified view is what the file shows under TagLib's common keys: for an MP3, the
+    // first of its ID3v2, APE and ID3v1 tags that holds anything. A title found there, even
+    // a blank one, ends the title search.
+    const TagLib::PropertyMap unified = ref.file()->properties();
+    std::optional<QString> title = firstValue(unified, "TITLE");
+    std::optional<QString> artist = firstValue(unified, "ARTIST");
+    std::optional<QString> lyrics;
+    for (const FormatTags &format : formatTagsOf(ref.file())) {
+        if (!lyrics)
+            lyrics = findLyrics(format);
+        if (!title)
+            title = firstValue(format.properties, "TITLE");
+        if (!artist)
+            artist = firstValue(format.properties, "ARTIST");
+    }
+    return {trimmedOrAbsent(title), trimmedOrAbsent(artist), trimmedOrAbsent(lyrics), 0};
+}
+
+} // namespace
+
 namespace AudioTools {
 
-AudioMetadata readMetadataNow(const QString &)
+AudioMetadata readMetadataNow(const QString &path)
 {
-    return {};
+    AudioMetadata metadata = readTags(path);
+    metadata.duration = probeAudioDuration(path);
+    return metadata;
 }
 
 QCoro::Task<AudioMetadata> readMetadata(QString path)
 {
-    co_return readMetadataNow(path);
+    // The future is a named local: g++ 12 destroys temporaries of a full expression that
+    // holds co_await twice, which would drop the captured path's reference twice.
+    QFuture<AudioMetadata> reading = QtConcurrent::run([path] { return readMetadataNow(path); });
+    co_return co_await reading;
 }
 
-QString trimClipNow(const QString &, double, double)
+QString trimClipNow(const QString &path, double start, double duration)
 {
-    throw AudioToolError::trimFailed();
+    if (!(duration > 0))
+        throw AudioToolError::trimFailed();
+    const QString clip = QDir::tempPath() + QStringLiteral("/qv-trim-")
+        + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".m4a");
+    if (!writeAacClip(path, clip, start > 0 ? start : 0, duration)) {
+        // Only the caller could clean up a clip, and it never learns this one's name.
+        QFile::remove(clip);
+        throw AudioToolError::trimFailed();
+    }
+    return clip;
 }
 
 QCoro::Task<QString> trimClip(QString path, double start, double duration)
 {
-    co_return trimClipNow(path, start, duration);
+    // A QFuture hands only QException subclasses over between threads, so the worker
+    // reports the failure as an empty result and it is thrown again on the caller's thread.
+    // (A named future for the same reason as in readMetadata.)
+    QFuture<std::optional<QString>> trimming = QtConcurrent::run([path, start, duration]() -> std::optional<QString> {
+        try {
+            return trimClipNow(path, start, duration);
+        } catch (const AudioToolError &) {
+            return std::nullopt;
+        }
+    });
+    const std::optional<QString> clip = co_await trimming;
+    if (!clip)
+        throw AudioToolError::trimFailed();
+    co_return *clip;
 }
 
 } // namespace AudioTools

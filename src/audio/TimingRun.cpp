@@ -1,1 +1,52 @@
 #include "audio/TimingRun.h"
+
+#include "audio/AudioTools.h"
+#include "audio/Lyrics.h"
+#include "audio/TranscriptionError.h"
+#include "model/PipelineConfig.h"
+
+#include <algorithm>
+
+namespace quillvane {
+
+namespace {
+
+Transcriber &transcriberOf(const ProjectStore &store)
+{
+    if (!store.services().transcriber)
+        throw TranscriptionError::noEngineAvailable();
+    return *store.services().transcriber;
+}
+
+} // namespace
+
+QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
+{
+    const Project &project = store.project();
+    if (project.audioPath.isEmpty())
+        throw PipelineError(PipelineError::Case::missingAudio);
+    // A transcript is never recomputed: it goes only when the lyrics or the track change.
+    if (!project.transcript.isEmpty())
+        co_return;
+    const QStringList lines = lyricLines(project.rawLyrics);
+    if (std::all_of(lines.begin(), lines.end(), [](const QString &line) { return line.trimmed().isEmpty(); }))
+        throw PipelineError(PipelineError::Case::emptyLyrics);
+    const QString audioPath = project.audioPath;
+
+    const AudioMetadata metadata = co_await AudioTools::readMetadata(audioPath);
+    cancel.throwIfCancelled();
+    const TranscriptionResult heard = co_await transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+    cancel.throwIfCancelled();
+
+    Project changed = store.project();
+    changed.transcript = alignLines(lines, heard.chunks, metadata.duration);
+    changed.updatedAt = now();
+    store.setProject(changed);
+}
+
+QCoro::Task<> startTiming(ProjectStore &store)
+{
+    return store.run(timingLabel, [&store](CancelToken cancel) { return runTiming(store, std::move(cancel)); });
+}
+
+} // namespace quillvane

@@ -1,5 +1,6 @@
 #include "cli/Cli.h"
 
+#include "audio/SystemTranscriber.h"
 #include "cli/Command.h"
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
@@ -56,7 +57,7 @@ QList<OptionSpec> globalOptions()
 
 QList<Command> allCommands()
 {
-    return projectCommands() + characterCommands();
+    return projectCommands() + audioCommands() + characterCommands();
 }
 
 QString optionLines(const QList<OptionSpec> &options)
@@ -120,13 +121,21 @@ void applyGlobal(GlobalOptions &globals, const ParsedArgs &parsed)
     }
 }
 
+// The engines of this build.
+PipelineServices defaultServices()
+{
+    PipelineServices services;
+    services.transcriber = makeDefaultTranscriber();
+    return services;
+}
+
 // Runs one command against the user's library: takes the library lock, opens the store,
 // runs the command, and flushes a save still waiting so nothing the command did is lost.
 int execute(const Command &command, const ParsedArgs &parsed, const GlobalOptions &globals, const Output &out)
 {
     try {
         const LibraryLock lock(locations::libraryLockFile());
-        ProjectStore store(ProjectLibrary::forUser());
+        ProjectStore store(ProjectLibrary::forUser(), std::nullopt, defaultServices());
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         const InterruptCanceller interrupt([&store, &out] {

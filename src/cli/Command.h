@@ -52,5 +52,6 @@ struct Command {
 
 QList<Command> projectCommands();
 QList<Command> characterCommands();
+QList<Command> audioCommands();
 
 } // namespace quillvane::cli

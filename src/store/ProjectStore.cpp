@@ -201,6 +201,31 @@ void ProjectStore::addReferenceImages(const QUuid &characterID, const QStringLis
     setProject(changed);
 }
 
+void ProjectStore::setLyrics(const QString &text)
+{
+    if (text == m_project.rawLyrics)
+        return;
+    editProject([&text](Project &project) {
+        project.rawLyrics = text;
+        project.lyricsSource = LyricsSource::manual;
+        project.transcript.clear();
+    });
+}
+
+bool ProjectStore::editSegment(qsizetype index, const std::optional<QString> &text, const std::optional<double> &end)
+{
+    if (index < 0 || index >= m_project.transcript.size())
+        return false;
+    editProject([&](Project &project) {
+        TranscriptSegment &segment = project.transcript[index];
+        if (text)
+            segment.text = *text;
+        if (end)
+            segment.end = *end;
+    });
+    return true;
+}
+
 std::function<void(double)> ProjectStore::progressSink()
 {
     QPointer<ProjectStore> self(this);

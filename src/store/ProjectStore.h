@@ -96,6 +96,13 @@ public:
     // Appends the paths to the first character with that id; no character, no change.
     void addReferenceImages(const QUuid &characterID, const QStringList &paths);
 
+    // The lyrics editor's write rule: changed text replaces the lyrics, marks them as edited by
+    // hand and throws the transcript away (it no longer matches); the same text changes nothing.
+    void setLyrics(const QString &text);
+    // Corrects one transcript segment in place (index from 0); nothing else changes and
+    // updatedAt stays. False when there is no such segment.
+    bool editSegment(qsizetype index, const std::optional<QString> &text, const std::optional<double> &end);
+
     // Callbacks for engines, safe to call from any thread: each posts its value to the UI
     // thread without waiting and drops it if the store is gone by then.
     std::function<void(double)> progressSink();

@@ -1,1 +1,196 @@
+#include "ScriptedTranscriber.h"
+#include "audio/AudioImport.h"
+#include "audio/SystemTranscriber.h"
+#include "audio/TranscriptionError.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
+#include "TaggedTrack.h"
+
+#include <QDir>
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+
+namespace {
+
+const QString lyrics = QStringLiteral("City lights are burning low\nDown the road we used to know\n"
+                                      "Hold my hand and don't let go\nWe are letters in the snow");
+
+QStringList leftoverClips()
+{
+    return QDir(QDir::tempPath()).entryList({QStringLiteral("qv-trim-*")}, QDir::Files);
+}
+
+// The store's project before the import: a title, old lyrics, a transcript and a chunk.
+Project earlierProject()
+{
+    Project project;
+    project.title = QStringLiteral("Earlier title");
+    project.artist = QStringLiteral("Earlier artist");
+    project.rawLyrics = QStringLiteral("old lyrics");
+    project.lyricsSource = LyricsSource::manual;
+    project.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("old"), 0, 1}};
+    project.chunks = {StoryboardChunk{}};
+    return project;
+}
+
+class AudioImport : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        folder = new QTemporaryDir();
+        withLyrics = test::makeTaggedMp3(folder->filePath(QStringLiteral("with lyrics.mp3")), 45, lyrics);
+        withoutLyrics = test::makeTaggedMp3(folder->filePath(QStringLiteral("no lyrics.mp3")), 3, std::nullopt);
+        notAudio = folder->filePath(QStringLiteral("notes.mp3"));
+        test::writeFile(notAudio, "this is not audio at all");
+    }
+    static void TearDownTestSuite() { delete folder; }
+
+    ProjectStore &storeWith(std::shared_ptr<Transcriber> transcriber)
+    {
+        store = std::make_unique<ProjectStore>(library.library(), earlierProject(),
+                                               PipelineServices{std::move(transcriber), {}, {}, {}});
+        return *store;
+    }
+
+    static QTemporaryDir *folder;
+    static QString withLyrics, withoutLyrics, notAudio;
+    test::TempLibrary library;
+    std::unique_ptr<ProjectStore> store;
+};
+
+QTemporaryDir *AudioImport::folder = nullptr;
+QString AudioImport::withLyrics, AudioImport::withoutLyrics, AudioImport::notAudio;
+
+std::shared_ptr<Transcriber> noEngine()
+{
+    return std::make_shared<SystemTranscriber>(std::make_shared<UnavailableSpeechTranscriber>(),
+                                               std::make_shared<UnavailableSpeechTranscriber>());
+}
+
+} // namespace
+
+TEST_F(AudioImport, EmbeddedLyricsAreCheckedAgainstBothEndsOfTheTrack)
+{
+    ASSERT_FALSE(withLyrics.isEmpty()) << "ffmpeg could not make the fixture";
+    const QString firstWords = QStringLiteral("city lights are burning low down"); // 6 of the first 12
+    const QString lastWords = QStringLiteral("we are letters in the snow"); // 6 of the last 12
+    const struct {
+        const char *name;
+        QString headHeard;
+        QString tailHeard;
+        LyricsSource expected;
+    } cases[] = {
+        {"both ends heard", firstWords, lastWords, LyricsSource::embeddedVerified},
+        {"the tail is another song", firstWords, QStringLiteral("something else entirely"),
+         LyricsSource::embeddedMismatch},
+        {"nothing heard", QString(), QString(), LyricsSource::embeddedMismatch},
+    };
+    for (const auto &c : cases) {
+        auto engine = std::make_shared<test::ScriptedTranscriber>();
+        engine->respond = [&c, engine](const QString &) {
+            return TranscriptionResult{engine->calls.size() == 1 ? c.headHeard : c.tailHeard, {}};
+        };
+        ProjectStore &s = storeWith(engine);
+        blockingWait(startImport(s, withLyrics));
+
+        EXPECT_FALSE(s.lastError()) << c.name << ": " << s.lastError().value_or(QString()).toStdString();
+        EXPECT_EQ(s.project().lyricsSource, c.expected) << c.name;
+        EXPECT_EQ(s.project().rawLyrics, lyrics) << c.name;
+        EXPECT_EQ(s.project().title, QStringLiteral("Tagged Title")) << c.name;
+        EXPECT_EQ(s.project().artist, QStringLiteral("Earlier artist")) << c.name << ": untagged fields are kept";
+        EXPECT_EQ(s.project().audioPath, withLyrics) << c.name;
+        EXPECT_TRUE(s.project().transcript.isEmpty() && s.project().chunks.isEmpty()) << c.name;
+        ASSERT_EQ(engine->calls.size(), 2) << c.name << ": the head clip, then the tail clip";
+        EXPECT_TRUE(engine->filesExisted.at(0) && engine->filesExisted.at(1)) << c.name;
+        EXPECT_NE(engine->calls.at(0), withLyrics) << c.name << ": clips, not the whole track";
+        EXPECT_TRUE(leftoverClips().isEmpty()) << c.name << ": clips are deleted";
+    }
+}
+
+TEST_F(AudioImport, EmbeddedLyricsWithoutAnEngineAreTakenUnverified)
+{
+    ASSERT_FALSE(withLyrics.isEmpty());
+    ProjectStore &s = storeWith(noEngine());
+    blockingWait(startImport(s, withLyrics));
+    EXPECT_FALSE(s.lastError());
+    EXPECT_EQ(s.project().lyricsSource, LyricsSource::embeddedUnverified);
+    EXPECT_EQ(s.project().rawLyrics, lyrics);
+    EXPECT_TRUE(leftoverClips().isEmpty());
+}
+
+TEST_F(AudioImport, ATrackWithoutLyricsIsTranscribedIntoLyricsAndTranscript)
+{
+    ASSERT_FALSE(withoutLyrics.isEmpty());
+    auto engine = std::make_shared<test::ScriptedTranscriber>();
+    engine->respond = [](const QString &) {
+        return TranscriptionResult{QStringLiteral("all of it"),
+                                   {{QStringLiteral(" City lights "), 0, 2.5},
+                                    {QStringLiteral("   "), 2.5, 3},
+                                    {QStringLiteral("burning low"), 3, 5}}};
+    };
+    ProjectStore &s = storeWith(engine);
+    blockingWait(startImport(s, withoutLyrics));
+
+    EXPECT_FALSE(s.lastError());
+    EXPECT_EQ(s.project().lyricsSource, LyricsSource::transcribed);
+    EXPECT_EQ(s.project().rawLyrics, QStringLiteral(" City lights \n   \nburning low")) << "chunk texts as delivered";
+    ASSERT_EQ(s.project().transcript.size(), 2);
+    EXPECT_EQ(s.project().transcript.at(0).text, QStringLiteral("City lights"));
+    EXPECT_EQ(engine->calls, QStringList{withoutLyrics});
+}
+
+TEST_F(AudioImport, FailuresKeepThePartsOfTheProjectTheImportHadNotReached)
+{
+    const QString missing = folder->filePath(QStringLiteral("gone.mp3"));
+    const struct {
+        const char *name;
+        QString path;
+        std::function<std::shared_ptr<Transcriber>()> engine;
+        QString error;
+    } cases[] = {
+        {"not audio, no engine", notAudio, noEngine, TranscriptionError::noEngineAvailable().description()},
+        {"a missing file, no engine", missing, noEngine, TranscriptionError::noEngineAvailable().description()},
+        {"no lyrics, the transcription fails", withoutLyrics,
+         [] {
+             auto engine = std::make_shared<test::ScriptedTranscriber>();
+             engine->respond = [](const QString &) -> TranscriptionResult {
+                 throw TranscriptionError::failed(QStringLiteral("Whisper produced no output."));
+             };
+             return engine;
+         },
+         QStringLiteral("Transcription failed: Whisper produced no output.")},
+    };
+    for (const auto &c : cases) {
+        ProjectStore &s = storeWith(c.engine());
+        const Project before = s.project();
+        blockingWait(startImport(s, c.path));
+
+        EXPECT_EQ(s.lastError(), c.error) << c.name;
+        EXPECT_FALSE(s.runningTask()) << c.name;
+        EXPECT_EQ(s.project().audioPath, c.path) << c.name;
+        EXPECT_TRUE(s.project().transcript.isEmpty() && s.project().chunks.isEmpty()) << c.name;
+        EXPECT_EQ(s.project().rawLyrics, before.rawLyrics) << c.name;
+        EXPECT_EQ(s.project().lyricsSource, before.lyricsSource) << c.name;
+        EXPECT_EQ(s.project().updatedAt, before.updatedAt) << c.name;
+    }
+}
+
+TEST_F(AudioImport, AFailedClipTranscriptionStillDeletesBothClips)
+{
+    ASSERT_FALSE(withLyrics.isEmpty());
+    auto engine = std::make_shared<test::ScriptedTranscriber>();
+    engine->respond = [engine](const QString &) -> TranscriptionResult {
+        if (engine->calls.size() == 2)
+            throw TranscriptionError::failed(QStringLiteral("the tail failed"));
+        return {};
+    };
+    ProjectStore &s = storeWith(engine);
+    blockingWait(startImport(s, withLyrics));
+    EXPECT_EQ(s.lastError(), QStringLiteral("Transcription failed: the tail failed"));
+    EXPECT_EQ(s.project().rawLyrics, lyrics);
+    EXPECT_EQ(s.project().lyricsSource, LyricsSource::manual) << "the earlier source stays";
+    EXPECT_TRUE(leftoverClips().isEmpty());
+}

@@ -1,1 +1,340 @@
+// The whisper engine against stand-in whisper programs: small shell scripts placed where a
+// real installation would be, inside a machine of the test's own.
+
+#include "WhisperStandIn.h"
+
+#include "audio/LocalWhisperTranscriber.h"
+#include "audio/TranscriptionError.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QScopeGuard>
+#include <QTimer>
+
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <variant>
+
+using namespace quillvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString noOutput = QStringLiteral("Transcription failed: Whisper produced no output.");
+
+const QByteArray songJson = R"({"text": " Hello there \n", "language": "en", "segments": [
+    {"id": 0, "start": 0.0, "end": 1.5, "text": " Hello"},
+    {"id": 1, "start": 1.5, "end": 2.25, "text": " there"}]})";
+const TranscriptionResult songResult{QStringLiteral("Hello there"),
+                                     {{QStringLiteral("Hello"), 0.0, 1.5}, {QStringLiteral("there"), 1.5, 2.25}}};
+
+// What a run gave: its result, or the text of its failure.
+using Outcome = std::variant<TranscriptionResult, QString>;
+
+// Runs the engine, cancelling it after `limit`: a stalled run then fails the test instead of
+// hanging it.
+Outcome transcribeWithin(LocalWhisperTranscriber engine, const QString &audio, std::chrono::milliseconds limit = 5s)
+{
+    CancelToken token;
+    QTimer::singleShot(limit, [token] { token.cancel(); });
+    const auto reported = [](const QString &line) { ADD_FAILURE() << "progress reported: " << line.toStdString(); };
+    try {
+        return blockingWait(engine.transcribe(audio, reported, token));
+    } catch (const Cancelled &) {
+        return QStringLiteral("stalled");
+    } catch (const TranscriptionError &error) {
+        return error.description();
+    } catch (const Error &error) {
+        return QStringLiteral("other error: ") + error.description();
+    }
+}
+
+QString failure(const Outcome &outcome)
+{
+    const QString *text = std::get_if<QString>(&outcome);
+    return text ? *text : QString();
+}
+
+} // namespace
+
+// --- Finding the program ---
+
+struct DiscoveryCase {
+    const char *name;
+    QStringList programs;     // stand-ins installed, relative to the machine
+    QStringList plainFiles;   // files named like whisper but not executable
+    QStringList folders;      // folders named like whisper
+    QString resolvedRuntime;  // content of resolved-runtime.txt, "@" standing for the machine; null: no file
+    QString expected;         // relative to the machine; empty: nothing found
+};
+
+class WhisperDiscovery : public testing::TestWithParam<DiscoveryCase> {};
+
+const DiscoveryCase discoveryCases[] = {
+    {"the runtime virtual environment beats a system place",
+     {QStringLiteral("usr/local/bin/whisper"), QStringLiteral("runtime/venv/bin/whisper")}, {}, {}, {},
+     QStringLiteral("runtime/venv/bin/whisper")},
+    {"a resolved runtime path is used without its newline",
+     {QStringLiteral("usr/bin/whisper"), QStringLiteral("custom/whisper")}, {}, {},
+     QStringLiteral("@/custom/whisper\n"), QStringLiteral("custom/whisper")},
+    {"a resolved runtime path that is not executable falls through",
+     {QStringLiteral("usr/bin/whisper")}, {QStringLiteral("custom/whisper")}, {}, QStringLiteral("@/custom/whisper\n"),
+     QStringLiteral("usr/bin/whisper")},
+    {"a folder named whisper is no program",
+     {QStringLiteral("home/.local/bin/whisper")}, {}, {QStringLiteral("runtime/venv/bin/whisper")}, {},
+     QStringLiteral("home/.local/bin/whisper")},
+    {"a conda environment is found", {QStringLiteral("home/miniforge3/envs/asr/bin/whisper")}, {}, {}, {},
+     QStringLiteral("home/miniforge3/envs/asr/bin/whisper")},
+    {"a program only on the application's PATH is found by the lookup", {QStringLiteral("elsewhere/whisper")},
+     {}, {}, {}, QStringLiteral("elsewhere/whisper")},
+    {"nothing anywhere", {}, {QStringLiteral("home/.local/bin/whisper"), QStringLiteral("elsewhere/whisper")},
+     {QStringLiteral("usr/bin/whisper")}, QStringLiteral("\n"), {}},
+};
+
+TEST_P(WhisperDiscovery, FindsTheFirstExecutableInSearchOrder)
+{
+    const DiscoveryCase &c = GetParam();
+    const test::WhisperMachine machine;
+    for (const QString &program : c.programs)
+        machine.installWhisper(program);
+    for (const QString &file : c.plainFiles)
+        machine.writePlain(file, "#!/bin/sh\n");
+    for (const QString &folder : c.folders)
+        QDir().mkpath(machine.path(folder));
+    if (!c.resolvedRuntime.isNull())
+        machine.writePlain(QStringLiteral("runtime/resolved-runtime.txt"),
+                           QString(c.resolvedRuntime).replace(QLatin1Char('@'), machine.path({})).toUtf8());
+
+    const LocalWhisperTranscriber engine(QStringLiteral("base"), machine.places());
+    const std::optional<QString> expected =
+        c.expected.isEmpty() ? std::nullopt : std::optional(machine.path(c.expected));
+    EXPECT_EQ(engine.resolveExecutable(), expected);
+    EXPECT_EQ(engine.isAvailable(), expected.has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, WhisperDiscovery, testing::ValuesIn(discoveryCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(WhisperDiscovery, CandidatesFollowTheFixedOrder)
+{
+    const test::WhisperMachine machine;
+    machine.writePlain(QStringLiteral("runtime/resolved-runtime.txt"), " /srv/whisper/bin/whisper \n");
+    QDir().mkpath(machine.path(QStringLiteral("home/anaconda3/envs/asr")));
+    QDir().mkpath(machine.path(QStringLiteral("home/mambaforge/envs/.hidden")));
+    const LocalWhisperTranscriber engine(QStringLiteral("base"), machine.places());
+
+    QStringList expected = {machine.path(QStringLiteral("runtime/venv/bin/whisper")),
+                            QStringLiteral("/srv/whisper/bin/whisper")};
+    for (const char *relative : {"opt/homebrew/bin/whisper", "usr/local/bin/whisper", "usr/bin/whisper",
+                                 "opt/homebrew/opt/openai-whisper/bin/whisper", "home/.local/bin/whisper",
+                                 "home/.local/pipx/venvs/openai-whisper/bin/whisper", "home/.pyenv/shims/whisper",
+                                 "home/miniconda3/bin/whisper", "home/anaconda3/bin/whisper",
+                                 "home/anaconda3/envs/asr/bin/whisper", "home/miniforge3/bin/whisper",
+                                 "home/mambaforge/bin/whisper", "home/mambaforge/envs/.hidden/bin/whisper"})
+        expected << machine.path(QString::fromUtf8(relative));
+    EXPECT_EQ(engine.candidatePaths(), expected);
+}
+
+TEST(WhisperDiscovery, TheLookupSearchesTheUsualFoldersBeforeTheApplicationsPath)
+{
+    test::WhisperMachine machine;
+    const QString record = machine.path(QStringLiteral("lookup.txt"));
+    machine.setWhichProgram(machine.install(QStringLiteral("bin/recording-which"),
+                                            "#!/bin/sh\nprintf '%s\\n' \"$PATH\" \"$@\" > '" + record.toUtf8()
+                                                + "'\nexit 1\n"));
+    const QString home = machine.places().home;
+
+    EXPECT_EQ(LocalWhisperTranscriber(QStringLiteral("base"), machine.places()).resolveExecutable(), std::nullopt);
+    EXPECT_EQ(QString::fromUtf8(test::readFile(record)).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+              QStringList({home + QStringLiteral("/.pyenv/shims:") + home
+                               + QStringLiteral("/.local/bin:/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin:")
+                               + machine.places().path,
+                           QStringLiteral("whisper")}));
+}
+
+TEST(WhisperDiscovery, TheLookupsAnswerCountsOnlyWhenItIsAnExecutableFile)
+{
+    const struct {
+        const char *name;
+        QByteArray answer; // what the lookup prints, "@" standing for the machine; null: it cannot start
+        bool found;
+    } cases[] = {
+        {"an executable path with a newline", "@/elsewhere/whisper\n", true},
+        {"a file that is not executable", "@/plain/whisper\n", false},
+        {"a path that is not valid UTF-8", "@/elsewhere/whisper\xff\n", false},
+        {"nothing", "", false},
+        {"a lookup that cannot start", {}, false},
+    };
+    for (const auto &c : cases) {
+        test::WhisperMachine machine;
+        const QString program = machine.installWhisper(QStringLiteral("elsewhere/whisper"));
+        // What a lenient decoder would make of the invalid answer below.
+        machine.installWhisper(QStringLiteral("elsewhere/whisper\uFFFD"));
+        machine.writePlain(QStringLiteral("plain/whisper"), "#!/bin/sh\n");
+        const QString answer = machine.writePlain(
+            QStringLiteral("answer.txt"), QByteArray(c.answer).replace('@', machine.path({}).toUtf8()));
+        machine.setWhichProgram(c.answer.isNull() ? machine.path(QStringLiteral("bin/missing"))
+                                                  : machine.install(QStringLiteral("bin/answering-which"),
+                                                                    "#!/bin/sh\ncat '" + answer.toUtf8() + "'\n"));
+        EXPECT_EQ(LocalWhisperTranscriber(QStringLiteral("base"), machine.places()).resolveExecutable(),
+                  c.found ? std::optional(program) : std::nullopt)
+            << c.name;
+    }
+}
+
+// --- Running it ---
+
+TEST(WhisperRun, RunsTheFixedCommandLineAndReadsTheFileNamedAfterTheAudio)
+{
+    const test::WhisperMachine machine;
+    const QString arguments = machine.path(QStringLiteral("arguments.txt"));
+    machine.installWhisper(QStringLiteral("usr/bin/whisper"), {.json = songJson, .argumentsFile = arguments});
+    QDir().mkpath(machine.path(QStringLiteral("music")));
+    const QString before = QDir::currentPath();
+    const auto restore = qScopeGuard([&before] { QDir::setCurrent(before); });
+    QDir::setCurrent(machine.path(QStringLiteral("music")));
+
+    const Outcome outcome = transcribeWithin(LocalWhisperTranscriber(QStringLiteral("tiny"), machine.places()),
+                                             QStringLiteral("My Song.final.mp3"));
+
+    EXPECT_EQ(outcome, Outcome(songResult));
+    const QStringList argv = QString::fromUtf8(test::readFile(arguments)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(argv.size(), 9) << argv.join(QLatin1Char('|')).toStdString();
+    EXPECT_EQ(argv[0], machine.path(QStringLiteral("music/My Song.final.mp3")));
+    EXPECT_EQ(argv.mid(1, 5), QStringList({QStringLiteral("--model"), QStringLiteral("tiny"),
+                                           QStringLiteral("--output_format"), QStringLiteral("json"),
+                                           QStringLiteral("--output_dir")}));
+    const QRegularExpression runFolder(QStringLiteral("^") + QRegularExpression::escape(QDir::tempPath())
+                                       + QStringLiteral("/qv-whisper-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"));
+    EXPECT_TRUE(runFolder.match(argv[6]).hasMatch()) << argv[6].toStdString();
+    EXPECT_EQ(argv.mid(7), QStringList({QStringLiteral("--fp16"), QStringLiteral("False")}));
+    EXPECT_EQ(test::leftoverRunFolders(), QStringList());
+}
+
+struct RunCase {
+    const char *name;
+    test::StandIn standIn;
+    Outcome expected;
+};
+
+class WhisperRunOutcome : public testing::TestWithParam<RunCase> {};
+
+const RunCase runCases[] = {
+    {"writes nothing", {.exitCode = 1}, noOutput},
+    {"writes its file under another name", {.json = songJson, .outputName = QStringLiteral("other.json")}, noOutput},
+    {"fails after writing its file", {.json = songJson, .exitCode = 2}, songResult},
+    {"writes a file that is not JSON", {.json = "Traceback (most recent call last):"}, TranscriptionResult{}},
+    {"floods both streams before writing", {.json = songJson, .floods = true}, songResult},
+};
+
+TEST_P(WhisperRunOutcome, GivesTheFileOrSaysNoOutputAndLeavesNoFolder)
+{
+    const RunCase &c = GetParam();
+    const test::WhisperMachine machine;
+    machine.installWhisper(QStringLiteral("runtime/venv/bin/whisper"), c.standIn);
+
+    EXPECT_EQ(transcribeWithin(LocalWhisperTranscriber(QStringLiteral("base"), machine.places()),
+                               machine.path(QStringLiteral("track.mp3"))),
+              c.expected);
+    EXPECT_EQ(test::leftoverRunFolders(), QStringList());
+}
+
+INSTANTIATE_TEST_SUITE_P(StandIns, WhisperRunOutcome, testing::ValuesIn(runCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(WhisperRun, NoProgramOrOneThatCannotLaunchIsAnErrorAndLeavesNoFolder)
+{
+    const test::WhisperMachine nothingInstalled;
+    EXPECT_EQ(transcribeWithin(LocalWhisperTranscriber(QStringLiteral("base"), nothingInstalled.places()),
+                               nothingInstalled.path(QStringLiteral("track.mp3"))),
+              Outcome(TranscriptionError::noEngineAvailable().description()));
+
+    const test::WhisperMachine brokenInterpreter;
+    brokenInterpreter.install(QStringLiteral("usr/bin/whisper"), "#!/nowhere/python3\n");
+    const Outcome launch = transcribeWithin(LocalWhisperTranscriber(QStringLiteral("base"), brokenInterpreter.places()),
+                                            brokenInterpreter.path(QStringLiteral("track.mp3")));
+    EXPECT_TRUE(failure(launch).startsWith(QStringLiteral("other error: "))) << failure(launch).toStdString();
+    EXPECT_EQ(test::leftoverRunFolders(), QStringList());
+}
+
+TEST(WhisperRun, ATemporaryDirectoryThatCannotHoldTheRunFolderIsAnError)
+{
+    const test::WhisperMachine machine;
+    machine.installWhisper(QStringLiteral("usr/bin/whisper"), {.json = songJson});
+    const QString notAFolder = machine.writePlain(QStringLiteral("not-a-folder"), "");
+    const QByteArray savedTemp = qgetenv("TMPDIR");
+    const auto restore = qScopeGuard([&savedTemp] { qputenv("TMPDIR", savedTemp); });
+    qputenv("TMPDIR", notAFolder.toUtf8());
+
+    const Outcome outcome = transcribeWithin(LocalWhisperTranscriber(QStringLiteral("base"), machine.places()),
+                                             machine.path(QStringLiteral("track.mp3")));
+    EXPECT_TRUE(failure(outcome).startsWith(
+        QStringLiteral("other error: Could not create the temporary folder %1/qv-whisper-").arg(notAFolder)))
+        << failure(outcome).toStdString();
+}
+
+TEST(WhisperRun, CancellingEndsTheRunningProgram)
+{
+    const test::WhisperMachine machine;
+    const QString pidFile = machine.path(QStringLiteral("whisper.pid"));
+    machine.install(QStringLiteral("usr/bin/whisper"),
+                    "#!/bin/sh\necho $$ > '" + pidFile.toUtf8() + "'\nexec sleep 30\n");
+    LocalWhisperTranscriber engine(QStringLiteral("base"), machine.places());
+    const CancelToken token;
+    QTimer::singleShot(150ms, [token] { token.cancel(); });
+
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_THROW(blockingWait(engine.transcribe(machine.path(QStringLiteral("track.mp3")), {}, token)), Cancelled);
+    EXPECT_LT(clock.elapsed(), 2000);
+    const QByteArray pid = test::readFile(pidFile).trimmed();
+    ASSERT_FALSE(pid.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(QStringLiteral("/proc/") + QString::fromUtf8(pid))) << "still running";
+    EXPECT_EQ(test::leftoverRunFolders(), QStringList());
+}
+
+// --- Reading its JSON ---
+
+struct ParseCase {
+    const char *name;
+    QByteArray json;
+    TranscriptionResult expected;
+};
+
+class WhisperJson : public testing::TestWithParam<ParseCase> {};
+
+const ParseCase parseCases[] = {
+    {"texts are trimmed but a segment keeps its line breaks",
+     R"({"text": "\n  All of it \t\n", "segments": [{"text": " \u00a0two\nlines\t", "start": 1, "end": 2},
+                                                   {"text": "end\n", "start": 2, "end": 3}]})",
+     {QStringLiteral("All of it"), {{QStringLiteral("two\nlines"), 1, 2}, {QStringLiteral("end\n"), 2, 3}}}},
+    {"blank or missing segment text is left out",
+     R"({"segments": [{"text": " \t ", "start": 0, "end": 1}, {"start": 1, "end": 2}, {"text": 7},
+                      {"text": "kept", "start": 2, "end": 3}]})",
+     {{}, {{QStringLiteral("kept"), 2, 3}}}},
+    {"times that are missing, not numbers or backwards",
+     R"({"segments": [{"text": "a", "end": 4.5}, {"text": "b", "start": 2.5}, {"text": "c", "start": 3, "end": 1},
+                      {"text": "d", "start": "1", "end": true}]})",
+     {{}, {{QStringLiteral("a"), 0, 4.5}, {QStringLiteral("b"), 2.5, 2.5}, {QStringLiteral("c"), 3, 3},
+           {QStringLiteral("d"), 0, 0}}}},
+    {"no segments gives the text alone", R"({"text": "Only text"})", {QStringLiteral("Only text"), {}}},
+    {"one segment that is not an object drops them all",
+     R"({"text": "t", "segments": [{"text": "a", "start": 0, "end": 1}, "b"]})", {QStringLiteral("t"), {}}},
+    {"segments that are not an array", R"({"text": "t", "segments": {"text": "a"}})", {QStringLiteral("t"), {}}},
+    {"a text that is not a string", R"({"text": ["a"], "segments": []})", {}},
+    {"a top level that is not an object", R"([{"text": "a"}])", {}},
+    {"bytes that are not JSON", "{\"text\": \"cut off", {}},
+};
+
+TEST_P(WhisperJson, Reads)
+{
+    EXPECT_EQ(LocalWhisperTranscriber::parseWhisperJSON(GetParam().json), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, WhisperJson, testing::ValuesIn(parseCases),
+                         [](const auto &info) { return test::testName(info.param.name); });

@@ -1,1 +1,193 @@
+#include "audio/AudioImport.h"
+#include "audio/Lyrics.h"
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+
+namespace {
+
+struct Span {
+    double start;
+    double end;
+    bool operator==(const Span &) const = default;
+};
+
+QList<Span> spans(const QList<TranscriptSegment> &segments)
+{
+    QList<Span> result;
+    for (const auto &segment : segments)
+        result.append({segment.start, segment.end});
+    return result;
+}
+
+QList<TimedChunk> chunks(std::initializer_list<std::pair<double, double>> times)
+{
+    QList<TimedChunk> result;
+    for (const auto &[start, end] : times)
+        result.append({QStringLiteral("heard"), start, end});
+    return result;
+}
+
+QStringList lines(int count)
+{
+    QStringList result;
+    for (int i = 1; i <= count; ++i)
+        result.append(QStringLiteral("line %1").arg(i));
+    return result;
+}
+
+} // namespace
+
+TEST(CleanLyrics, RemovesSectionTagsSqueezesBlanksAndDropsEmptyLines)
+{
+    const std::pair<QString, QString> cases[] = {
+        {QStringLiteral("[Verse 1]\nHello   world\n\n  [x] end\n"), QStringLiteral("Hello world\nend")},
+        {QStringLiteral("[unclosed tag"), QStringLiteral("[unclosed tag")},
+        {QStringLiteral("one\ttab"), QStringLiteral("one\ttab")},
+        {QStringLiteral("two\t\ttabs and  blanks \t mixed"), QStringLiteral("two tabs and blanks mixed")},
+        {QStringLiteral("[Intro]\n[Chorus]"), QString()},
+        {QStringLiteral("a\r\nb\rc\u2028d\u0085e\u000Bf\u000Cg\u2029h"), QStringLiteral("a\nb\nc\nd\ne\nf\ng\nh")},
+        {QStringLiteral("[a]b[c]d"), QStringLiteral("bd")},
+        {QStringLiteral("[spans\nlines] stays"), QStringLiteral("[spans\nlines] stays")},
+    };
+    for (const auto &[text, expected] : cases)
+        EXPECT_EQ(cleanLyrics(text), expected) << text.toStdString();
+}
+
+TEST(LyricLines, SplitAtEveryNewlineWithCrLfAsOne)
+{
+    EXPECT_EQ(lyricLines(QStringLiteral("a\r\nb\r\n\r\nc\n")), (QStringList{QStringLiteral("a"), QStringLiteral("b"),
+                                                                            QStringLiteral("c")}));
+    EXPECT_EQ(lyricLines(QStringLiteral("  first line  \n\n   \nsecond")).size(), 3) << "blank lines are still lines";
+    EXPECT_EQ(nonBlankLineCount(QStringLiteral("  first line  \n\n   \nsecond")), 2);
+    EXPECT_EQ(nonBlankLineCount(QString()), 0);
+}
+
+TEST(LyricWords, SplitAtEverythingButLettersMarksAndDigits)
+{
+    const std::pair<QString, QStringList> cases[] = {
+        {QStringLiteral("Don't STOP me-now, 2 times!"),
+         {QStringLiteral("don"), QStringLiteral("t"), QStringLiteral("stop"), QStringLiteral("me"), QStringLiteral("now"),
+          QStringLiteral("2"), QStringLiteral("times")}},
+        {QStringLiteral("Café naïve Ünïcødé"), {QStringLiteral("café"), QStringLiteral("naïve"), QStringLiteral("ünïcødé")}},
+        {QStringLiteral("— … !!"), {}},
+        {QStringLiteral("𝒜lpha"), {QStringLiteral("𝒜lpha")}},
+    };
+    for (const auto &[text, expected] : cases)
+        EXPECT_EQ(lyricWords(text), expected) << text.toStdString();
+}
+
+TEST(WordOverlap, CountsExpectedPositionsFoundAmongTheHeardWords)
+{
+    const auto words = [](const char *text) { return lyricWords(QString::fromUtf8(text)); };
+    const struct {
+        const char *heard;
+        const char *expected;
+        double share;
+    } cases[] = {
+        {"la", "la la la love", 0.75},
+        {"love la", "la la la love", 1.0},
+        {"nothing here", "la la la love", 0.0},
+        {"anything", "", 0.0},
+        {"", "one two", 0.0},
+    };
+    for (const auto &c : cases)
+        EXPECT_DOUBLE_EQ(wordOverlap(words(c.heard), words(c.expected)), c.share) << c.heard << " / " << c.expected;
+}
+
+TEST(AlignLines, LaysLinesOverChunksByProportion)
+{
+    const struct {
+        const char *name;
+        QStringList lines;
+        QList<TimedChunk> chunks;
+        double duration;
+        QList<Span> expected;
+    } cases[] = {
+        {"four lines over two chunks", lines(4), chunks({{0, 5}, {5, 10}}), 0,
+         {{0, 5}, {0, 10}, {5, 10}, {5, 10}}},
+        {"two lines over four chunks", lines(2), chunks({{0, 2}, {2, 4}, {4, 6}, {6, 8}}), 0, {{0, 6}, {4, 8}}},
+        {"the 0.4 s minimum", lines(3), chunks({{12.0, 12.2}}), 0, {{12.0, 12.4}, {12.0, 12.4}, {12.0, 12.4}}},
+        {"even spacing over the duration", lines(6), {}, 180,
+         {{0, 30}, {30, 60}, {60, 90}, {90, 120}, {120, 150}, {150, 180}}},
+        {"three seconds a line without duration", lines(2), {}, 0, {{0, 3}, {3, 6}}},
+        {"no lines", {}, chunks({{0, 1}}), 10, {}},
+    };
+    for (const auto &c : cases) {
+        const auto segments = alignLines(c.lines, c.chunks, c.duration);
+        EXPECT_EQ(spans(segments), c.expected) << c.name;
+        for (qsizetype i = 0; i < segments.size(); ++i)
+            EXPECT_EQ(segments.at(i).text, c.lines.at(i)) << c.name;
+    }
+}
+
+TEST(AlignLines, TrimsBlanksAndLeavesOutBlankLines)
+{
+    const QStringList lines = lyricLines(QStringLiteral("  first line  \n\n   \nsecond\r\n\tthird\t"));
+    const auto segments = alignLines(lines, {}, 0);
+    ASSERT_EQ(segments.size(), 3);
+    EXPECT_EQ(segments.at(0).text, QStringLiteral("first line"));
+    EXPECT_EQ(segments.at(1).text, QStringLiteral("second"));
+    EXPECT_EQ(segments.at(2).text, QStringLiteral("third"));
+    EXPECT_NE(segments.at(0).id, segments.at(1).id);
+}
+
+TEST(SegmentsFromChunks, KeepsNonBlankChunksWithTheirTimes)
+{
+    const QList<TimedChunk> heard = {{QStringLiteral("  hello there "), 1.5, 3.25},
+                                     {QStringLiteral(" \t "), 3.25, 4},
+                                     {QStringLiteral("again"), 4, 6}};
+    const auto segments = segmentsFromChunks(heard);
+    ASSERT_EQ(segments.size(), 2);
+    EXPECT_EQ(segments.at(0).text, QStringLiteral("hello there"));
+    EXPECT_EQ(spans(segments), (QList<Span>{{1.5, 3.25}, {4, 6}}));
+}
+
+TEST(VerificationClips, CoverTheFirstAndLastThirtySeconds)
+{
+    const struct {
+        double duration;
+        ClipRange head;
+        ClipRange tail;
+    } cases[] = {
+        {45, {0, 30}, {15, 30}},
+        {20, {0, 20}, {0, 20}},
+        {0.5, {0, 0.5}, {0, 1}},
+        {240, {0, 30}, {210, 30}},
+    };
+    for (const auto &c : cases) {
+        const auto [head, tail] = verificationClips(c.duration);
+        EXPECT_EQ(head, c.head) << c.duration;
+        EXPECT_EQ(tail, c.tail) << c.duration;
+    }
+}
+
+TEST(CompareLyrics, AnEndMatchesWhenAtLeastAThirdOfItsWordsAreHeard)
+{
+    QStringList hundred;
+    for (int i = 0; i < 100; ++i)
+        hundred.append(QStringLiteral("w%1").arg(i));
+    const QString lyrics = hundred.join(QLatin1Char(' '));
+    const QString fiveOfFirstTwelve = QStringLiteral("w0 w1 w2 w3 w4 w50 w51");
+    const QString fourOfLastTwelve = QStringLiteral("w88 w89 w90 w91 w40");
+
+    const struct {
+        const char *name;
+        QString lyrics;
+        QString head;
+        QString tail;
+        LyricsCheck expected;
+    } cases[] = {
+        {"5 of 12 matches, 4 of 12 does not", lyrics, fiveOfFirstTwelve, fourOfLastTwelve, {true, false}},
+        {"only the last twelve words count at the tail", lyrics, fiveOfFirstTwelve, fiveOfFirstTwelve, {true, false}},
+        {"three words, two heard at each end", QStringLiteral("hold my hand"), QStringLiteral("hold hand"),
+         QStringLiteral("my hand"), {true, true}},
+        {"three words, one heard", QStringLiteral("hold my hand"), QStringLiteral("hand"), QStringLiteral("hold"),
+         {false, false}},
+        {"lyrics without letters never match", QStringLiteral("... !!!"), QStringLiteral("anything"),
+         QStringLiteral("anything"), {false, false}},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(compareLyrics(c.lyrics, c.head, c.tail), c.expected) << c.name;
+}

@@ -1,1 +1,143 @@
+#include "ScriptedTranscriber.h"
+#include "audio/TimingRun.h"
+#include "audio/TranscriptionError.h"
+#include "model/PipelineConfig.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+
+namespace {
+
+struct Fixture {
+    explicit Fixture(const Project &project)
+        : engine(std::make_shared<test::ScriptedTranscriber>())
+        , store(temp.library(), project, PipelineServices{engine, {}, {}, {}})
+    {
+    }
+
+    test::TempLibrary temp;
+    std::shared_ptr<test::ScriptedTranscriber> engine;
+    ProjectStore store;
+};
+
+Project withLyrics(const QString &lyrics, const QString &audioPath = QStringLiteral("/music/missing.mp3"))
+{
+    Project project;
+    project.audioPath = audioPath;
+    project.rawLyrics = lyrics;
+    project.lyricsSource = LyricsSource::embeddedVerified;
+    project.updatedAt = QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
+    return project;
+}
+
+} // namespace
+
+TEST(TimingRun, LaysTheLyricLinesOverTheHeardChunks)
+{
+    Fixture f(withLyrics(QStringLiteral("one\ntwo\r\nthree\nfour")));
+    f.engine->statusLine = QStringLiteral("Transcribing with Local Whisper");
+    std::optional<QString> labelWhileTranscribing;
+    f.engine->respond = [&f, &labelWhileTranscribing](const QString &) {
+        labelWhileTranscribing = f.store.runningTask();
+        return TranscriptionResult{QStringLiteral("not used"),
+                                   {{QStringLiteral("a"), 0, 5}, {QStringLiteral("b"), 5, 10}}};
+    };
+    const Project before = f.store.project();
+    blockingWait(startTiming(f.store));
+
+    EXPECT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
+    EXPECT_EQ(labelWhileTranscribing, QStringLiteral("Transcribing with Local Whisper"));
+    const Project &after = f.store.project();
+    ASSERT_EQ(after.transcript.size(), 4);
+    EXPECT_EQ(after.transcript.at(1).text, QStringLiteral("two"));
+    EXPECT_EQ(after.transcript.at(1).end, 10);
+    EXPECT_EQ(after.rawLyrics, before.rawLyrics);
+    EXPECT_EQ(after.lyricsSource, before.lyricsSource);
+    EXPECT_GT(after.updatedAt, before.updatedAt);
+    EXPECT_EQ(f.engine->calls, QStringList{QStringLiteral("/music/missing.mp3")});
+    EXPECT_FALSE(f.store.runningTask());
+}
+
+TEST(TimingRun, WithoutChunksSpacesLinesThreeSecondsApartOnAnUnreadableTrack)
+{
+    Fixture f(withLyrics(QStringLiteral("one\ntwo")));
+    blockingWait(startTiming(f.store));
+    ASSERT_EQ(f.store.project().transcript.size(), 2);
+    EXPECT_EQ(f.store.project().transcript.at(1).start, 3);
+    EXPECT_EQ(f.store.project().transcript.at(1).end, 6);
+}
+
+TEST(TimingRun, StopsBeforeTranscribingWhenItCannotOrNeedNotRun)
+{
+    Project timed = withLyrics(QStringLiteral("one"));
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("one"), 1, 2}};
+    const struct {
+        const char *name;
+        Project project;
+        std::optional<QString> error;
+    } cases[] = {
+        {"no audio", withLyrics(QStringLiteral("one"), QString()),
+         PipelineError::message(PipelineError::Case::missingAudio)},
+        {"no lyrics", withLyrics(QString()), PipelineError::message(PipelineError::Case::emptyLyrics)},
+        {"only blank lines", withLyrics(QStringLiteral("  \n\t\n \r\n")),
+         PipelineError::message(PipelineError::Case::emptyLyrics)},
+        {"a transcript already exists", timed, std::nullopt},
+    };
+    for (const auto &c : cases) {
+        Fixture f(c.project);
+        blockingWait(startTiming(f.store));
+        EXPECT_EQ(f.store.lastError(), c.error) << c.name;
+        EXPECT_EQ(f.store.project(), c.project) << c.name;
+        EXPECT_TRUE(f.engine->calls.isEmpty()) << c.name;
+    }
+}
+
+TEST(TimingRun, AFailedTranscriptionLeavesTheProjectAsItWas)
+{
+    Fixture f(withLyrics(QStringLiteral("one\ntwo")));
+    f.engine->respond = [](const QString &) -> TranscriptionResult {
+        throw TranscriptionError::failed(QStringLiteral("Whisper produced no output."));
+    };
+    const Project before = f.store.project();
+    blockingWait(startTiming(f.store));
+    EXPECT_EQ(f.store.lastError(), QStringLiteral("Transcription failed: Whisper produced no output."));
+    EXPECT_EQ(f.store.project(), before);
+}
+
+TEST(Lyrics, EditingTheTextThrowsTheTranscriptAwayButTheSameTextChangesNothing)
+{
+    Project timed = withLyrics(QStringLiteral("City lights"));
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4}};
+    Fixture f(timed);
+
+    f.store.setLyrics(QStringLiteral("City lights"));
+    EXPECT_EQ(f.store.project(), timed);
+
+    f.store.setLyrics(QStringLiteral("City light"));
+    EXPECT_EQ(f.store.project().rawLyrics, QStringLiteral("City light"));
+    EXPECT_EQ(f.store.project().lyricsSource, LyricsSource::manual);
+    EXPECT_TRUE(f.store.project().transcript.isEmpty());
+    EXPECT_EQ(f.store.project().updatedAt, timed.updatedAt);
+}
+
+TEST(Lyrics, ASegmentIsCorrectedInPlaceAndNothingElseMoves)
+{
+    Project timed = withLyrics(QStringLiteral("a\nb"));
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a"), 0, 4},
+                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("b"), 4, 8}};
+    Fixture f(timed);
+
+    EXPECT_TRUE(f.store.editSegment(1, QStringLiteral("B!"), 2.5)); // an end before the start is kept
+    EXPECT_TRUE(f.store.editSegment(0, std::nullopt, 9.0));
+    EXPECT_FALSE(f.store.editSegment(2, QStringLiteral("none"), std::nullopt));
+    EXPECT_FALSE(f.store.editSegment(-1, QStringLiteral("none"), std::nullopt));
+
+    Project expected = timed;
+    expected.transcript[1].text = QStringLiteral("B!");
+    expected.transcript[1].end = 2.5;
+    expected.transcript[0].end = 9.0;
+    EXPECT_EQ(f.store.project(), expected);
+}

@@ -11,6 +11,21 @@
 #include <sys/resource.h>
 #include <functional>
 
+#include <ostream>
+
+// Readable failure messages: gtest would print these as raw bytes.
+inline void PrintTo(const QString &text, std::ostream *os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace quillvane {
+inline void PrintTo(LyricsSource source, std::ostream *os)
+{
+    *os << caseName(source).toStdString();
+}
+} // namespace quillvane
+
 namespace quillvane::test {
 
 // A project with every field and every optional filled, nested records included, so a round

@@ -1,0 +1,171 @@
+// Commands that bring a track in and time its lyrics.
+
+#include "audio/AudioImport.h"
+#include "audio/Lyrics.h"
+#include "audio/TimingRun.h"
+#include "cli/Command.h"
+#include "model/ProjectJson.h"
+
+#include <QFile>
+
+#include <cmath>
+#include <cstdio>
+
+namespace quillvane::cli {
+
+namespace {
+
+QCoro::Task<int> engine(CommandContext context)
+{
+    const Transcriber *transcriber = context.store.services().transcriber.get();
+    const QString name = transcriber ? transcriber->name() : QStringLiteral("None");
+    const bool available = transcriber && transcriber->isAvailable();
+    if (context.globals.json)
+        context.out.json({{QStringLiteral("engine"), name}, {QStringLiteral("available"), available}});
+    else
+        context.out.line(name);
+    co_return 0;
+}
+
+QCoro::Task<int> import(CommandContext context)
+{
+    co_await startImport(context.store, context.args.positional.first());
+    if (context.store.lastError())
+        co_return 1;
+    const auto source = context.store.project().lyricsSource;
+    if (context.globals.json) {
+        QJsonObject object;
+        if (source)
+            object.insert(QStringLiteral("lyricsSource"), caseName(*source));
+        context.out.json(object);
+    } else if (source) {
+        context.out.line(label(*source));
+    }
+    co_return 0;
+}
+
+QString readAll(FILE *stream)
+{
+    QFile input;
+    if (!input.open(stream, QIODevice::ReadOnly))
+        throw Error(QStringLiteral("Could not read the lyrics from standard input."));
+    return QString::fromUtf8(input.readAll());
+}
+
+QCoro::Task<int> lyrics(CommandContext context)
+{
+    const ParsedArgs &args = context.args;
+    QString text;
+    if (const auto file = args.value(QStringLiteral("file"))) {
+        QFile input(*file);
+        if (!input.open(QIODevice::ReadOnly))
+            throw Error(QStringLiteral("Could not read the lyrics file %1: %2").arg(*file, input.errorString()));
+        text = QString::fromUtf8(input.readAll());
+    } else if (const auto given = args.value(QStringLiteral("text"))) {
+        text = *given;
+    } else {
+        text = readAll(stdin);
+    }
+    context.store.setLyrics(text);
+    const int lines = nonBlankLineCount(context.store.project().rawLyrics);
+    if (context.globals.json)
+        context.out.json({{QStringLiteral("lines"), lines}});
+    else
+        context.out.line(lines == 1 ? QStringLiteral("1 line") : QStringLiteral("%1 lines").arg(lines));
+    co_return 0;
+}
+
+void checkLyricsSource(const ParsedArgs &args)
+{
+    const int sources = int(args.has(QStringLiteral("file"))) + int(args.has(QStringLiteral("text")))
+        + int(args.positional.contains(QStringLiteral("-")));
+    if (sources != 1 || (!args.positional.isEmpty() && args.positional != QStringList{QStringLiteral("-")}))
+        throw UsageError(QStringLiteral("give the lyrics with exactly one of --file F, --text T or -"));
+}
+
+QString segmentLine(qsizetype number, const TranscriptSegment &segment)
+{
+    return QStringLiteral("%1  %2–%3  %4")
+        .arg(number)
+        .arg(segment.start, 0, 'f', 2)
+        .arg(segment.end, 0, 'f', 2)
+        .arg(segment.text);
+}
+
+qsizetype segmentIndex(const ParsedArgs &args)
+{
+    bool ok = false;
+    const qsizetype number = args.positional.first().toLongLong(&ok);
+    if (!ok || number < 1)
+        throw UsageError(QStringLiteral("INDEX must be a segment number from 1"));
+    return number - 1;
+}
+
+std::optional<double> segmentEnd(const ParsedArgs &args)
+{
+    const auto text = args.value(QStringLiteral("end"));
+    if (!text)
+        return std::nullopt;
+    bool ok = false;
+    const double end = text->toDouble(&ok);
+    if (!ok || !std::isfinite(end))
+        throw UsageError(QStringLiteral("--end needs a time in seconds"));
+    return end;
+}
+
+QCoro::Task<int> segment(CommandContext context)
+{
+    const qsizetype index = segmentIndex(context.args);
+    const qsizetype count = context.store.project().transcript.size();
+    if (!context.store.editSegment(index, context.args.value(QStringLiteral("text")), segmentEnd(context.args)))
+        throw Error(QStringLiteral("There is no segment %1; the transcript has %2.").arg(index + 1).arg(count));
+    const TranscriptSegment &edited = context.store.project().transcript.at(index);
+    if (context.globals.json)
+        context.out.json(toJson(edited));
+    else
+        context.out.line(segmentLine(index + 1, edited));
+    co_return 0;
+}
+
+QCoro::Task<int> timing(CommandContext context)
+{
+    co_await startTiming(context.store);
+    if (context.store.lastError())
+        co_return 1;
+    const auto &transcript = context.store.project().transcript;
+    if (context.globals.json) {
+        context.out.json({{QStringLiteral("segments"), transcript.size()}});
+        co_return 0;
+    }
+    for (qsizetype i = 0; i < transcript.size(); ++i)
+        context.out.line(segmentLine(i + 1, transcript.at(i)));
+    co_return 0;
+}
+
+} // namespace
+
+QList<Command> audioCommands()
+{
+    return {
+        {QStringLiteral("engine"), {}, QStringLiteral("show the transcription engine in use"), {}, 0, 0, engine},
+        {QStringLiteral("import"), QStringLiteral("FILE"),
+         QStringLiteral("import an audio track: tags, lyrics (checked or transcribed)"), {}, 1, 1, import},
+        {QStringLiteral("lyrics"), QStringLiteral("(--file F | --text T | -)"),
+         QStringLiteral("replace the lyrics (the transcript is made again by timing)"),
+         {{QStringLiteral("file"), QStringLiteral("F"), QStringLiteral("read the lyrics from a UTF-8 file")},
+          {QStringLiteral("text"), QStringLiteral("T"), QStringLiteral("the lyrics as one argument")}},
+         0, 1, lyrics, checkLyricsSource},
+        {QStringLiteral("segment"), QStringLiteral("INDEX [--text T] [--end SECONDS]"),
+         QStringLiteral("show or correct one timed line (INDEX counts from 1)"),
+         {{QStringLiteral("text"), QStringLiteral("T"), QStringLiteral("the line's text")},
+          {QStringLiteral("end"), QStringLiteral("SECONDS"), QStringLiteral("the line's end time")}},
+         1, 1, segment,
+         [](const ParsedArgs &args) {
+             segmentIndex(args);
+             segmentEnd(args);
+         }},
+        {QStringLiteral("timing"), {}, QStringLiteral("time every lyric line against the track"), {}, 0, 0, timing},
+    };
+}
+
+} // namespace quillvane::cli

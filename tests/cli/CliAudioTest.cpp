@@ -1,0 +1,128 @@
+// Importing and timing a track through quillvane-cli, with a stand-in whisper program in the
+// user's ~/.local/bin: a shell script that writes the JSON a real whisper would.
+
+#include "../audio/TaggedTrack.h"
+#include "CliHome.h"
+
+#include <QDir>
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+using namespace quillvane;
+using quillvane::test::CliHome;
+using quillvane::test::CliResult;
+
+namespace {
+
+const QString lyrics = QStringLiteral("City lights are burning low\nDown the road we used to know\n"
+                                      "Hold my hand and don't let go\nWe are letters in the snow");
+
+// Installs a whisper that "hears" `json` in whatever it is given.
+void installWhisper(const CliHome &home, const QByteArray &json)
+{
+    const QString path = home.path(QStringLiteral(".local/bin/whisper"));
+    test::writeFile(path, "#!/bin/sh\n"
+                          "audio=\"$1\"; out=\"\"\n"
+                          "while [ $# -gt 0 ]; do [ \"$1\" = --output_dir ] && out=\"$2\"; shift; done\n"
+                          "name=$(basename \"$audio\"); name=\"${name%.*}\"\n"
+                          "cat > \"$out/$name.json\" <<'JSON'\n"
+                          + json + "\nJSON\n");
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+const QByteArray hearsTheLyrics =
+    R"({"text": "City lights are burning low we are letters in the snow",
+        "segments": [{"text": "City lights are burning low", "start": 0.0, "end": 4.0},
+                     {"text": "We are letters in the snow", "start": 4.0, "end": 9.5}]})";
+const QByteArray hearsAnotherSong =
+    R"({"text": "nothing like the words at all", "segments": [{"text": "nothing like", "start": 0, "end": 2}]})";
+
+QString lyricsSourceOf(const CliHome &home)
+{
+    return home.json({QStringLiteral("status")}).value(QStringLiteral("lyricsSource")).toString();
+}
+
+} // namespace
+
+TEST(CliAudio, EveryLyricsSourceIsReachedThroughImport)
+{
+    QTemporaryDir tracks;
+    const QString tagged = test::makeTaggedMp3(tracks.filePath(QStringLiteral("tagged.mp3")), 40, lyrics);
+    const QString untagged = test::makeTaggedMp3(tracks.filePath(QStringLiteral("plain.mp3")), 5, std::nullopt);
+    ASSERT_FALSE(tagged.isEmpty() || untagged.isEmpty()) << "ffmpeg could not make the tracks";
+
+    const struct {
+        const char *name;
+        std::optional<QByteArray> whisper; // nothing: no whisper installed
+        QString track;
+        QString label;
+        QString source;
+    } cases[] = {
+        {"lyrics in the file, no engine", std::nullopt, tagged, QStringLiteral("Lyrics from file"),
+         QStringLiteral("embeddedUnverified")},
+        {"lyrics heard at both ends", hearsTheLyrics, tagged, QStringLiteral("Lyrics from file · verified"),
+         QStringLiteral("embeddedVerified")},
+        {"another song heard", hearsAnotherSong, tagged, QStringLiteral("Lyrics may not match audio"),
+         QStringLiteral("embeddedMismatch")},
+        {"no lyrics in the file", hearsTheLyrics, untagged, QStringLiteral("Transcribed with Whisper"),
+         QStringLiteral("transcribed")},
+    };
+    for (const auto &c : cases) {
+        const CliHome home;
+        if (c.whisper)
+            installWhisper(home, *c.whisper);
+        EXPECT_EQ(home.run({QStringLiteral("engine")}).out.trimmed(),
+                  c.whisper ? QStringLiteral("Local Whisper") : QStringLiteral("None"))
+            << c.name;
+
+        const CliResult imported = home.run({QStringLiteral("import"), c.track});
+        EXPECT_EQ(imported.exitCode, 0) << c.name << ": " << imported.err.toStdString();
+        EXPECT_EQ(imported.out.trimmed(), c.label) << c.name;
+        EXPECT_TRUE(imported.err.contains(QStringLiteral("Reading audio"))) << c.name;
+        EXPECT_EQ(lyricsSourceOf(home), c.source) << c.name;
+        EXPECT_EQ(home.savedProject().title, QStringLiteral("Tagged Title")) << c.name;
+        EXPECT_TRUE(QDir(home.path(QString())).entryList({QStringLiteral("qv-*")}, QDir::AllEntries).isEmpty())
+            << c.name << ": no clips or whisper folders left in TMPDIR";
+    }
+}
+
+TEST(CliAudio, TimingProducesTheTranscriptAndSegmentsCanBeCorrected)
+{
+    QTemporaryDir tracks;
+    const QString tagged = test::makeTaggedMp3(tracks.filePath(QStringLiteral("tagged.mp3")), 12, lyrics);
+    ASSERT_FALSE(tagged.isEmpty());
+    const CliHome home;
+
+    const CliResult early = home.run({QStringLiteral("timing")});
+    EXPECT_EQ(early.exitCode, 1);
+    EXPECT_EQ(early.err.trimmed().split(QLatin1Char('\n')).last(),
+              QStringLiteral("error: Import an audio track before running timing."));
+
+    installWhisper(home, hearsTheLyrics);
+    ASSERT_EQ(home.run({QStringLiteral("import"), tagged}).exitCode, 0);
+    const CliResult timed = home.run({QStringLiteral("timing")});
+    EXPECT_EQ(timed.exitCode, 0) << timed.err.toStdString();
+    EXPECT_TRUE(timed.err.contains(QStringLiteral("Aligning timing")));
+    EXPECT_TRUE(timed.err.contains(QStringLiteral("Transcribing with Local Whisper")));
+    const Project project = home.savedProject();
+    ASSERT_EQ(project.transcript.size(), 4);
+    EXPECT_EQ(project.transcript.first().text, QStringLiteral("City lights are burning low"));
+    EXPECT_EQ(project.transcript.last().end, 9.5);
+
+    const CliResult corrected = home.run(
+        {QStringLiteral("--json"), QStringLiteral("segment"), QStringLiteral("2"), QStringLiteral("--text"),
+         QStringLiteral("Down the road"), QStringLiteral("--end"), QStringLiteral("6.25")});
+    EXPECT_EQ(corrected.exitCode, 0);
+    EXPECT_EQ(home.savedProject().transcript.at(1).text, QStringLiteral("Down the road"));
+    EXPECT_EQ(home.savedProject().transcript.at(1).end, 6.25);
+
+    const CliResult missing = home.run({QStringLiteral("segment"), QStringLiteral("9")});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.err.trimmed(), QStringLiteral("error: There is no segment 9; the transcript has 4."));
+
+    const CliResult edited = home.run({QStringLiteral("lyrics"), QStringLiteral("-")}, "New line one\n\nNew line two\n");
+    EXPECT_EQ(edited.out.trimmed(), QStringLiteral("2 lines"));
+    EXPECT_TRUE(home.savedProject().transcript.isEmpty()) << "edited lyrics need timing again";
+    EXPECT_EQ(lyricsSourceOf(home), QStringLiteral("manual"));
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+// quillvane-cli as a user runs it: a real process on a HOME of its own.
+
+#include "model/Records.h"
+#include "storage/ProjectLibrary.h"
+#include "support/Fixtures.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace quillvane::test {
+
+struct CliResult {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// One user's machine: HOME and the XDG folders in a temporary folder.
+class CliHome {
+public:
+    CliResult run(const QStringList &arguments, const QByteArray &input = {}) const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), m_dir.path());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
+        env.insert(QStringLiteral("TMPDIR"), m_dir.path());
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        if (!process.waitForFinished(20000))
+            return {};
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QJsonObject json(const QStringList &arguments) const
+    {
+        return QJsonDocument::fromJson(run(QStringList{QStringLiteral("--json")} + arguments).out.toUtf8()).object();
+    }
+
+    QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString configHome() const { return m_dir.filePath(QStringLiteral("config")); }
+    QString path(const QString &relative) const { return m_dir.filePath(relative); }
+    ProjectLibrary library() const
+    {
+        return ProjectLibrary(dataHome() + QStringLiteral("/Quillvane/projects"),
+                              Preferences(configHome() + QStringLiteral("/Quillvane/Quillvane.conf")));
+    }
+    Project savedProject() const { return library().loadLastProject().value_or(Project{}); }
+    QByteArray savedDocument() const
+    {
+        return test::readFile(library().mediaFor(savedProject().id).projectFile());
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+} // namespace quillvane::test
