@@ -1,5 +1,9 @@
 #include "audio/AudioTools.h"
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "audio/FfmpegClip.h"
 #include "audio/Lyrics.h"
 
@@ -263,6 +267,11 @@ QCoro::Task<QString> trimClip(QString path, double start, double duration)
     if (!clip)
         throw AudioToolError::trimFailed();
     co_return *clip;
+}
+
+void silenceMediaLibraryLogs()
+{
+    av_log_set_level(AV_LOG_QUIET);
 }
 
 } // namespace AudioTools

@@ -45,6 +45,10 @@ QCoro::Task<AudioMetadata> readMetadata(QString path);
 QString trimClipNow(const QString &path, double start, double duration);
 QCoro::Task<QString> trimClip(QString path, double start, double duration);
 
+// FFmpeg writes notes of its own to standard error; Quillvane reports failures through its
+// errors, so a program calls this once at start to keep its output its own.
+void silenceMediaLibraryLogs();
+
 } // namespace AudioTools
 
 } // namespace quillvane

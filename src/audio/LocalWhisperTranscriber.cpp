@@ -1,5 +1,6 @@
 #include "audio/LocalWhisperTranscriber.h"
 
+#include "audio/Lyrics.h"
 #include "audio/TranscriptionError.h"
 #include "storage/Locations.h"
 
@@ -97,27 +98,13 @@ QString outputFileName(const QString &audioPath)
     return name + QStringLiteral(".json");
 }
 
-// Blanks around a segment's words go, but a line break whisper kept inside the text stays.
-QString trimBlanks(const QString &text)
-{
-    const auto isBlank = [](QChar c) {
-        return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space;
-    };
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && isBlank(text.at(begin)))
-        ++begin;
-    while (end > begin && isBlank(text.at(end - 1)))
-        --end;
-    return text.sliced(begin, end - begin);
-}
-
 std::optional<TimedChunk> segmentChunk(const QJsonObject &segment)
 {
     const QJsonValue text = segment.value(QStringLiteral("text"));
     if (!text.isString())
         return std::nullopt;
     TimedChunk chunk;
+    // Blanks around the words go, but a line break whisper kept inside the text stays.
     chunk.text = trimBlanks(text.toString());
     if (chunk.text.isEmpty())
         return std::nullopt;

@@ -50,7 +50,8 @@ QString trimmedText(const QString &text)
     return text.trimmed();
 }
 
-// Trims blanks and tabs (white space that is not a line break) from both ends.
+} // namespace
+
 QString trimBlanks(const QString &text)
 {
     const auto isBlank = [](QChar c) { return c.isSpace() && !isNewline(c); };
@@ -62,8 +63,6 @@ QString trimBlanks(const QString &text)
         --last;
     return text.mid(first, last - first);
 }
-
-} // namespace
 
 QString cleanLyrics(const QString &text)
 {

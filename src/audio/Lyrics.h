@@ -16,6 +16,9 @@ namespace quillvane {
 // trimmed, empty pieces dropped, joined with line feeds.
 QString cleanLyrics(const QString &text);
 
+// Trims the white space that is not a line break (blanks, tabs) from both ends.
+QString trimBlanks(const QString &text);
+
 // Lines split at every newline character (CR LF counts as one), empty pieces dropped.
 QStringList lyricLines(const QString &text);
 // Lines that hold something besides blanks: what the intake screen counts.

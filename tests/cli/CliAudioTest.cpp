@@ -80,6 +80,7 @@ TEST(CliAudio, EveryLyricsSourceIsReachedThroughImport)
         EXPECT_EQ(imported.exitCode, 0) << c.name << ": " << imported.err.toStdString();
         EXPECT_EQ(imported.out.trimmed(), c.label) << c.name;
         EXPECT_TRUE(imported.err.contains(QStringLiteral("Reading audio"))) << c.name;
+        EXPECT_FALSE(imported.err.contains(QStringLiteral(" @ 0x"))) << c.name << ": FFmpeg's own notes stay out";
         EXPECT_EQ(lyricsSourceOf(home), c.source) << c.name;
         EXPECT_EQ(home.savedProject().title, QStringLiteral("Tagged Title")) << c.name;
         EXPECT_TRUE(QDir(home.path(QString())).entryList({QStringLiteral("qv-*")}, QDir::AllEntries).isEmpty())
