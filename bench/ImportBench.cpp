@@ -3,6 +3,8 @@
 // This is what a user waits for after dropping a track.
 
 #include "audio/AudioImport.h"
+#include "audio/LocalWhisperTranscriber.h"
+#include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"
 #include "store/BlockingWait.h"
 
@@ -48,8 +50,14 @@ void BM_ImportWithEmbeddedLyricsAndNoEngine(benchmark::State &state)
     QTemporaryDir dir;
     const QString track = makeFourMinuteTrack(dir.path());
     PipelineServices services;
-    services.transcriber = std::make_shared<SystemTranscriber>(std::make_shared<UnavailableSpeechTranscriber>(),
-                                                               std::make_shared<UnavailableSpeechTranscriber>());
+    // No whisper anywhere and no speech model: the engines look in empty places.
+    WhisperPlaces nowhere;
+    nowhere.home = nowhere.runtimeDirectory = dir.filePath(QStringLiteral("empty"));
+    nowhere.systemPlaces.clear();
+    nowhere.whichProgram = dir.filePath(QStringLiteral("no-which"));
+    services.transcriber = std::make_shared<SystemTranscriber>(
+        std::make_shared<LocalWhisperTranscriber>(QStringLiteral("base"), nowhere),
+        std::make_shared<SpeechTranscriber>(SpeechModel{}));
     ProjectStore store(ProjectLibrary(dir.filePath(QStringLiteral("projects")),
                                       Preferences(dir.filePath(QStringLiteral("Quillvane.conf")))),
                        std::nullopt, services);

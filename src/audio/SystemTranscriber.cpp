@@ -1,6 +1,7 @@
 #include "audio/SystemTranscriber.h"
 
 #include "audio/LocalWhisperTranscriber.h"
+#include "audio/SpeechTranscriber.h"
 #include "audio/TranscriptionError.h"
 
 namespace quillvane {
@@ -71,17 +72,10 @@ QCoro::Task<TranscriptionResult> SystemTranscriber::transcribe(QString audioPath
     throw TranscriptionError::noEngineAvailable();
 }
 
-QCoro::Task<TranscriptionResult> UnavailableSpeechTranscriber::transcribe(QString, std::function<void(QString)>,
-                                                                          CancelToken)
-{
-    throw TranscriptionError::noEngineAvailable();
-    co_return {};
-}
-
 std::shared_ptr<Transcriber> makeDefaultTranscriber()
 {
     return std::make_shared<SystemTranscriber>(std::make_shared<LocalWhisperTranscriber>(QStringLiteral("base")),
-                                               std::make_shared<UnavailableSpeechTranscriber>());
+                                               std::make_shared<SpeechTranscriber>());
 }
 
 } // namespace quillvane

@@ -26,16 +26,8 @@ private:
     std::shared_ptr<Transcriber> m_speech;
 };
 
-// The speech engine until the built-in recognizer exists: never usable.
-class UnavailableSpeechTranscriber : public Transcriber {
-public:
-    QString name() const override { return QStringLiteral("Built-in Speech"); }
-    bool isAvailable() const override { return false; }
-    QCoro::Task<TranscriptionResult> transcribe(QString audioPath, std::function<void(QString)> onProgress,
-                                                CancelToken cancel) override;
-};
-
-// The application's transcriber: local whisper with the "base" model, then the speech engine.
+// The application's transcriber: local whisper with the "base" model, then the built-in
+// speech engine.
 std::shared_ptr<Transcriber> makeDefaultTranscriber();
 
 } // namespace quillvane

@@ -66,8 +66,9 @@ QString AudioImport::withLyrics, AudioImport::withoutLyrics, AudioImport::notAud
 
 std::shared_ptr<Transcriber> noEngine()
 {
-    return std::make_shared<SystemTranscriber>(std::make_shared<UnavailableSpeechTranscriber>(),
-                                               std::make_shared<UnavailableSpeechTranscriber>());
+    auto missing = std::make_shared<test::ScriptedTranscriber>();
+    missing->available = false;
+    return std::make_shared<SystemTranscriber>(missing, missing);
 }
 
 } // namespace

@@ -97,11 +97,3 @@ TEST(SystemTranscriber, ASpeechEngineGoneDuringTheFallbackMeansNoEngine)
     EXPECT_EQ(outcome.error, TranscriptionError::noEngineAvailable().description());
     EXPECT_TRUE(speech->calls.isEmpty());
 }
-
-TEST(SystemTranscriber, TheDefaultSpeechSlotIsNeverUsable)
-{
-    UnavailableSpeechTranscriber speech;
-    EXPECT_EQ(speech.name(), QStringLiteral("Built-in Speech"));
-    EXPECT_FALSE(speech.isAvailable());
-    EXPECT_THROW(blockingWait(speech.transcribe(QStringLiteral("/a.mp3"), {}, {})), TranscriptionError);
-}

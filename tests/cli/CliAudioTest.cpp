@@ -5,6 +5,8 @@
 #include "CliHome.h"
 
 #include <QDir>
+#include <QFileInfo>
+#include <QProcess>
 #include <QJsonArray>
 
 #include <gtest/gtest.h>
@@ -69,9 +71,11 @@ TEST(CliAudio, EveryLyricsSourceIsReachedThroughImport)
          QStringLiteral("transcribed")},
     };
     for (const auto &c : cases) {
-        const CliHome home;
+        CliHome home;
         if (c.whisper)
             installWhisper(home, *c.whisper);
+        else
+            home.withoutSystemData(); // no speech model either: no engine at all
         EXPECT_EQ(home.run({QStringLiteral("engine")}).out.trimmed(),
                   c.whisper ? QStringLiteral("Local Whisper") : QStringLiteral("None"))
             << c.name;
@@ -126,4 +130,26 @@ TEST(CliAudio, TimingProducesTheTranscriptAndSegmentsCanBeCorrected)
     EXPECT_EQ(edited.out.trimmed(), QStringLiteral("2 lines"));
     EXPECT_TRUE(home.savedProject().transcript.isEmpty()) << "edited lyrics need timing again";
     EXPECT_EQ(lyricsSourceOf(home), QStringLiteral("manual"));
+}
+
+TEST(CliAudio, WithoutWhisperTheBuiltInSpeechEngineTranscribesASongWithoutLyrics)
+{
+    QTemporaryDir folder;
+    const QString wav = folder.filePath(QStringLiteral("spoken.wav"));
+    const QString song = folder.filePath(QStringLiteral("spoken.mp3"));
+    QProcess::execute(QStringLiteral("espeak-ng"), {QStringLiteral("-w"), wav,
+                                                    QStringLiteral("city lights are burning low down the road we used to know")});
+    QProcess::execute(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
+                                                 QStringLiteral("-i"), wav, song});
+    ASSERT_TRUE(QFileInfo::exists(song)) << "espeak-ng or ffmpeg could not make the song";
+    const CliHome home;
+
+    EXPECT_EQ(home.run({QStringLiteral("engine")}).out.trimmed(), QStringLiteral("Built-in Speech"));
+    const CliResult imported = home.run({QStringLiteral("import"), song});
+    EXPECT_EQ(imported.exitCode, 0) << imported.err.toStdString();
+    EXPECT_TRUE(imported.err.contains(QStringLiteral("Transcribing with Built-in Speech")));
+    EXPECT_EQ(lyricsSourceOf(home), QStringLiteral("transcribed"));
+    const Project project = home.savedProject();
+    EXPECT_FALSE(project.transcript.isEmpty());
+    EXPECT_FALSE(project.rawLyrics.trimmed().isEmpty());
 }

@@ -8,6 +8,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -29,6 +30,8 @@ public:
         env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
         env.insert(QStringLiteral("TMPDIR"), m_dir.path());
+        for (auto it = environment.begin(); it != environment.end(); ++it)
+            env.insert(it.key(), it.value());
         QProcess process;
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
@@ -44,6 +47,12 @@ public:
     {
         return QJsonDocument::fromJson(run(QStringList{QStringLiteral("--json")} + arguments).out.toUtf8()).object();
     }
+
+    // Set before run(): more variables for the process, such as XDG_DATA_DIRS.
+    QMap<QString, QString> environment;
+
+    // Hides the system's shared data (the speech model among it) from the program.
+    void withoutSystemData() { environment.insert(QStringLiteral("XDG_DATA_DIRS"), path(QStringLiteral("no-shared-data"))); }
 
     QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
     QString configHome() const { return m_dir.filePath(QStringLiteral("config")); }
