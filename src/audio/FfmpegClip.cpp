@@ -1,5 +1,7 @@
 #include "audio/FfmpegClip.h"
 
+#include "audio/FfmpegHandles.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -20,40 +22,7 @@ namespace quillvane {
 
 namespace {
 
-// Owners for FFmpeg's C objects, so that every early return frees what was made so far.
-struct InputCloser {
-    void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-};
-struct OutputCloser {
-    void operator()(AVFormatContext *context) const
-    {
-        avio_closep(&context->pb);
-        avformat_free_context(context);
-    }
-};
-struct CodecFreer {
-    void operator()(AVCodecContext *codec) const { avcodec_free_context(&codec); }
-};
-struct FrameFreer {
-    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
-};
-struct PacketFreer {
-    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
-};
-struct ResamplerFreer {
-    void operator()(SwrContext *resampler) const { swr_free(&resampler); }
-};
-struct FifoFreer {
-    void operator()(AVAudioFifo *fifo) const { av_audio_fifo_free(fifo); }
-};
-
-using InputFile = std::unique_ptr<AVFormatContext, InputCloser>;
-using OutputFile = std::unique_ptr<AVFormatContext, OutputCloser>;
-using Codec = std::unique_ptr<AVCodecContext, CodecFreer>;
-using Frame = std::unique_ptr<AVFrame, FrameFreer>;
-using Packet = std::unique_ptr<AVPacket, PacketFreer>;
-using Resampler = std::unique_ptr<SwrContext, ResamplerFreer>;
-using Fifo = std::unique_ptr<AVAudioFifo, FifoFreer>;
+using namespace ffmpeg;
 
 // An absolute path, so that FFmpeg never reads a name such as "http:x.mp3" as a protocol.
 QByteArray ffmpegName(const QString &path)

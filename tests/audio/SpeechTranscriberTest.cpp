@@ -1,1 +1,259 @@
+// The built-in recognizer with the real PocketSphinx model, on speech made by espeak-ng and
+// encoded by the ffmpeg program.
+
+#include "audio/SpeechTranscriber.h"
+#include "audio/TranscriptionError.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryDir>
+#include <QTimer>
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+
+namespace {
+
+QString fixturePath(const QString &name)
+{
+    static QTemporaryDir folder;
+    return folder.filePath(name);
+}
+
+void run(const char *program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QString::fromLatin1(program), arguments);
+    const bool ended = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit;
+    ASSERT_TRUE(ended && process.exitCode() == 0) << program << ": " << process.readAll().toStdString();
+}
+
+constexpr double leadingSilence = 3;
+
+// Twelve sung-style lines with pauses between them, after three seconds of silence: about
+// 37 s of MP3 at 22.05 kHz, so the recognizer hears it in more than one piece.
+QString song()
+{
+    const QString path = fixturePath(QStringLiteral("song.mp3"));
+    if (QFile::exists(path))
+        return path;
+    const char *lines[] = {"city lights are burning low",  "down the road we used to know",
+                           "every night the river sings",  "of the summer and the spring",
+                           "hold me closer hold me near",  "all the voices disappear",
+                           "morning comes and we are gone", "but the music carries on"};
+    QStringList spoken;
+    for (int i = 0; i < 12; ++i)
+        spoken << QString::fromLatin1(lines[i % 8]);
+    const QString speech = QStringLiteral("<speak>") + spoken.join(QStringLiteral(" <break time='1500ms'/> "))
+                           + QStringLiteral("</speak>");
+    const QString wav = fixturePath(QStringLiteral("song.wav"));
+    run("espeak-ng", {QStringLiteral("-m"), QStringLiteral("-w"), wav, speech});
+    run("ffmpeg", {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-i"), wav,
+                   QStringLiteral("-af"), QStringLiteral("adelay=%1:all=1").arg(leadingSilence * 1000),
+                   QStringLiteral("-c:a"), QStringLiteral("libmp3lame"), path});
+    return path;
+}
+
+double durationOf(const QString &path)
+{
+    QProcess probe;
+    probe.start(QStringLiteral("ffprobe"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                                            QStringLiteral("format=duration"), QStringLiteral("-of"),
+                                            QStringLiteral("csv=p=0"), path});
+    probe.waitForFinished(60000);
+    return probe.readAllStandardOutput().trimmed().toDouble();
+}
+
+TranscriptionResult transcribe(SpeechTranscriber &engine, const QString &path, CancelToken cancel = {})
+{
+    return blockingWait(engine.transcribe(path, [](QString) { ADD_FAILURE() << "no progress expected"; }, cancel));
+}
+
+// Runs the call and gives the kind of TranscriptionError it failed with.
+std::optional<TranscriptionError::Case> failureOf(SpeechTranscriber &engine, const QString &path)
+{
+    try {
+        transcribe(engine, path);
+    } catch (const TranscriptionError &error) {
+        return error.kind();
+    }
+    return std::nullopt;
+}
+
+// ---- Grouping and tokens -------------------------------------------------------------------
+
+// Word i runs from i s to i + 0.5 s.
+QList<TimedChunk> countedWords(int count)
+{
+    QList<TimedChunk> words;
+    for (int i = 0; i < count; ++i)
+        words << TimedChunk{QStringLiteral("w%1").arg(i), double(i), i + 0.5};
+    return words;
+}
+
+struct GroupCase {
+    const char *name;
+    QList<TimedChunk> words;
+    int size;
+    QList<TimedChunk> chunks;
+};
+void PrintTo(const GroupCase &row, std::ostream *os) { *os << row.name; }
+
+const GroupCase groupCases[] = {
+    {"thirteen words in sixes", countedWords(13), 6,
+     {{QStringLiteral("w0 w1 w2 w3 w4 w5"), 0, 5.5},
+      {QStringLiteral("w6 w7 w8 w9 w10 w11"), 6, 11.5},
+      {QStringLiteral("w12"), 12, 12.5}}},
+    {"two words make one chunk", {{QStringLiteral("hello"), 1.0, 1.3}, {QStringLiteral("world"), 1.5, 1.7}}, 6,
+     {{QStringLiteral("hello world"), 1.0, 1.7}}},
+    {"no words", {}, 6, {}},
+    {"size below one counts as one", countedWords(2), 0,
+     {{QStringLiteral("w0"), 0, 0.5}, {QStringLiteral("w1"), 1, 1.5}}},
+};
+
+class GroupWords : public testing::TestWithParam<GroupCase> {};
+
+TEST_P(GroupWords, CutsIntoConsecutiveChunks)
+{
+    EXPECT_EQ(SpeechTranscriber::groupWords(GetParam().words, GetParam().size), GetParam().chunks);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lists, GroupWords, testing::ValuesIn(groupCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(SpeechTokens, KeepOnlySpokenWords)
+{
+    const std::pair<const char *, std::optional<QString>> cases[] = {
+        {"<s>", std::nullopt},          {"</s>", std::nullopt},
+        {"<sil>", std::nullopt},        {"[NOISE]", std::nullopt},
+        {"++breath++", std::nullopt},   {"", std::nullopt},
+        {"read(2)", QStringLiteral("read")}, {"don't", QStringLiteral("don't")},
+        {"city", QStringLiteral("city")},
+    };
+    for (const auto &[token, word] : cases)
+        EXPECT_EQ(SpeechTranscriber::spokenWord(QString::fromLatin1(token)), word) << token;
+}
+
+// ---- Recognition ---------------------------------------------------------------------------
+
+TEST(SpeechRecognition, HearsTimedWordsInChunksOfSix)
+{
+    SpeechTranscriber engine;
+    ASSERT_TRUE(engine.isAvailable()) << "the pocketsphinx-en-us model is not installed";
+    const QString path = song();
+    const double duration = durationOf(path);
+
+    const TranscriptionResult result = transcribe(engine, path);
+
+    ASSERT_FALSE(result.chunks.isEmpty());
+    QStringList texts;
+    double previousStart = 0;
+    for (const TimedChunk &chunk : result.chunks) {
+        const std::string where = chunk.text.toStdString();
+        const QStringList words = chunk.text.split(QLatin1Char(' '));
+        EXPECT_LE(words.size(), 6) << where;
+        EXPECT_FALSE(words.contains(QString())) << where;
+        EXPECT_GE(chunk.start, previousStart) << where;
+        EXPECT_GE(chunk.end, chunk.start) << where;
+        EXPECT_LE(chunk.end, duration + 0.1) << where;
+        previousStart = chunk.start;
+        texts << chunk.text;
+    }
+    EXPECT_EQ(result.text, texts.join(QLatin1Char(' ')));
+    // Nothing is heard in the silence before the first line, and the last line, which comes
+    // after the first piece of the song, is placed where it is sung.
+    EXPECT_GE(result.chunks.front().start, leadingSilence - 0.3);
+    EXPECT_GE(result.chunks.back().end, duration - 4);
+}
+
+struct MissingModelCase {
+    const char *name;
+    std::function<SpeechModel()> model;
+    bool filesMissing;
+};
+void PrintTo(const MissingModelCase &row, std::ostream *os) { *os << row.name; }
+
+const MissingModelCase missingModelCases[] = {
+    {"model folder missing",
+     [] {
+         return SpeechModel{QStringLiteral("/nonexistent/en-us"), QStringLiteral("/nonexistent/en-us.lm.bin"),
+                            QStringLiteral("/nonexistent/cmudict-en-us.dict")};
+     },
+     true},
+    {"no model in the data folders",
+     [] {
+         const QByteArray saved = qgetenv("XDG_DATA_DIRS");
+         const auto restore = qScopeGuard([&saved] { qputenv("XDG_DATA_DIRS", saved); });
+         const QString empty = fixturePath(QStringLiteral("no-data"));
+         QDir().mkpath(empty);
+         qputenv("XDG_DATA_DIRS", empty.toUtf8());
+         return SpeechModel::installed();
+     },
+     true},
+    // The files are there, but the acoustic model holds nothing a decoder can load.
+    {"empty acoustic model",
+     [] {
+         SpeechModel model = SpeechModel::installed();
+         model.acousticModel = fixturePath(QStringLiteral("empty-acoustic-model"));
+         QDir().mkpath(model.acousticModel);
+         return model;
+     },
+     false},
+};
+
+class MissingModel : public testing::TestWithParam<MissingModelCase> {};
+
+TEST_P(MissingModel, LeavesNoEngine)
+{
+    SpeechTranscriber engine(GetParam().model());
+    if (GetParam().filesMissing) {
+        EXPECT_FALSE(engine.isAvailable());
+    }
+    EXPECT_EQ(failureOf(engine, song()), TranscriptionError::Case::noEngineAvailable);
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, MissingModel, testing::ValuesIn(missingModelCases),
+                         [](const auto &info) { return test::testName(info.param.name); });
+
+TEST(SpeechRecognition, FailsOnWhatIsNotAudio)
+{
+    const QString text = fixturePath(QStringLiteral("notes.mp3"));
+    test::writeFile(text, "city lights are burning low\n");
+    const QString image = fixturePath(QStringLiteral("cover.png"));
+    run("ffmpeg", {QStringLiteral("-loglevel"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
+                   QStringLiteral("-i"), QStringLiteral("color=red:size=32x32"), QStringLiteral("-frames:v"),
+                   QStringLiteral("1"), image});
+    SpeechTranscriber engine;
+    for (const QString &path : {text, image, fixturePath(QStringLiteral("missing.mp3"))})
+        EXPECT_EQ(failureOf(engine, path), TranscriptionError::Case::failed) << path.toStdString();
+}
+
+TEST(SpeechRecognition, StopsPromptlyWhenCancelled)
+{
+    SpeechTranscriber engine;
+    const QString path = song();
+    for (const int cancelAfterMs : {-1, 1000}) {
+        CancelToken cancel;
+        QElapsedTimer sinceCancel;
+        if (cancelAfterMs < 0) {
+            cancel.cancel();
+            sinceCancel.start();
+        } else {
+            QTimer::singleShot(cancelAfterMs, [&] {
+                cancel.cancel();
+                sinceCancel.start();
+            });
+        }
+        EXPECT_THROW(transcribe(engine, path, cancel), Cancelled) << cancelAfterMs;
+        // Hearing the whole song takes several seconds; a cancel is noticed within one block.
+        EXPECT_LT(sinceCancel.elapsed(), 2000) << cancelAfterMs;
+    }
+}
+
+} // namespace
