@@ -55,7 +55,7 @@ QString speak(const QString &folder, const QString &name, const QString &text)
 void realTimeFactor(const QString &folder)
 {
     QStringList minute;
-    while (minute.size() < 34) // about a minute at espeak-ng's pace
+    while (minute.size() < 29) // about a minute at espeak-ng's pace
         minute += songLines;
     const QString speech = speak(folder, QStringLiteral("minute.wav"), minute.join(QStringLiteral(". ")));
     const double seconds = AudioTools::readMetadataNow(speech).duration;
