@@ -136,6 +136,7 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
     try {
         const LibraryLock lock(locations::libraryLockFile());
         ProjectStore store(ProjectLibrary::forUser(), std::nullopt, defaultServices());
+        store.setServiceURLOverride(globals.serviceURL);
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         const InterruptCanceller interrupt([&store, &out] {

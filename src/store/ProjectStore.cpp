@@ -135,6 +135,8 @@ void ProjectStore::setProxyBaseURL(const QString &value)
 
 QUrl ProjectStore::generationBaseURL() const
 {
+    if (m_serviceURLOverride)
+        return *m_serviceURLOverride;
     const QUrl url(normaliseProxyURL(m_proxyBaseURL, m_services.config.proxyBaseURL), QUrl::StrictMode);
     if (url.isValid())
         return url;

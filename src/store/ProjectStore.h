@@ -75,8 +75,12 @@ public:
     QString proxyBaseURL() const { return m_proxyBaseURL; }
     // Stores the normalised form of value.
     void setProxyBaseURL(const QString &value);
-    // Base URL of the generation client made for the next operation.
+    // Base URL of the generation client made for the next operation: the override when one
+    // is set, else the normalised setting (the built-in default when that does not parse).
     QUrl generationBaseURL() const;
+    // A base URL used as given for this run only, never stored (a self-hosted or local
+    // service; http is allowed). Nothing returns to the setting.
+    void setServiceURLOverride(const std::optional<QUrl> &url) { m_serviceURLOverride = url; }
 
     const PipelineServices &services() const { return m_services; }
     const ProjectLibrary &library() const { return m_library; }
@@ -139,6 +143,7 @@ private:
     QString m_generationModel;
     QString m_editWorkflow;
     QString m_proxyBaseURL;
+    std::optional<QUrl> m_serviceURLOverride;
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;
 };
