@@ -1,1 +1,425 @@
+// The generation client against a real HTTP server on loopback: what it sends, how it reads
+// each reply, when polling stops, and what the user is told when something goes wrong.
+
+#include "generation/FalClient.h"
+#include "store/BlockingWait.h"
+#include "store/ProjectStore.h"
+#include "support/Fixtures.h"
+#include "support/LoopbackServer.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace quillvane::test;
+using namespace std::chrono_literals;
+
+namespace quillvane {
+inline void PrintTo(const FalError &error, std::ostream *os)
+{
+    *os << error.description().toStdString();
+}
+} // namespace quillvane
+
+namespace {
+
+const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
+
+ScriptedReply reply(const QByteArray &body, int status = 200, std::chrono::milliseconds delay = 0ms)
+{
+    ScriptedReply r;
+    r.status = status;
+    r.body = body;
+    r.delay = delay;
+    return r;
+}
+
+// How a call ended: a generation error, another error the user sees, or a cancellation.
+struct Outcome {
+    std::optional<FalError> falError;
+    std::optional<QString> description;
+    bool cancelled = false;
+};
+
+template <typename T>
+Outcome outcomeOf(QCoro::Task<T> task)
+{
+    Outcome outcome;
+    try {
+        blockingWait(std::move(task));
+    } catch (const FalError &error) {
+        outcome.falError = error;
+        outcome.description = error.description();
+    } catch (const Error &error) {
+        outcome.description = error.description();
+    } catch (const Cancelled &) {
+        outcome.cancelled = true;
+    }
+    return outcome;
+}
+
+class FalClientTest : public testing::Test {
+protected:
+    LoopbackServer server;
+    // A session of the test's own, gone before the server: its kept-alive connections close
+    // then, and the server stops without waiting them out.
+    QNetworkAccessManager network;
+    // The base URL has a path, as the real proxy's does, so every test also checks that
+    // requests land under it.
+    FalClient client{server.url(QStringLiteral("/api/fal")), &network, 1ms};
+
+    SubmitResponse job(const QString &statusQuery = {}) const
+    {
+        return {QStringLiteral("req-1"), server.url(queuePath + QStringLiteral("/status") + statusQuery),
+                server.url(queuePath)};
+    }
+    void scriptPolls(const QList<ScriptedReply> &replies)
+    {
+        server.script(QStringLiteral("GET"), queuePath + QStringLiteral("/status"), replies);
+    }
+    int polls() const { return server.count(QStringLiteral("GET"), queuePath + QStringLiteral("/status")); }
+};
+
+struct SubmitReplyCase {
+    friend void PrintTo(const SubmitReplyCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    QByteArray body;
+    bool malformed; // false: the reply is not JSON at all, which is a plain error
+};
+
+const SubmitReplyCase submitReplyCases[] = {
+    {"response_url missing", R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
+    {"response_url a number",
+     R"({"request_id":"r","status_url":"https://q.fal.run/s","response_url":7})", true},
+    {"status_url not a URL",
+     R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})", true},
+    {"an array", R"([{"request_id":"r"}])", true},
+    {"not JSON", "<html>gateway</html>", false},
+};
+
+class SubmitReply : public FalClientTest, public testing::WithParamInterface<SubmitReplyCase> {};
+
+TEST_P(SubmitReply, IsRejected)
+{
+    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux"), {reply(GetParam().body)});
+    const Outcome outcome = outcomeOf(client.submit(QStringLiteral("fal-ai/flux"), {}));
+    if (GetParam().malformed) {
+        EXPECT_EQ(outcome.falError, FalError::malformedResponse());
+        EXPECT_EQ(outcome.description, QStringLiteral("Unexpected response from the generation service."));
+    } else {
+        EXPECT_FALSE(outcome.falError);
+        ASSERT_TRUE(outcome.description);
+        EXPECT_FALSE(outcome.description->isEmpty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, SubmitReply, testing::ValuesIn(submitReplyCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs)
+{
+    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux/dev"),
+                  {reply(R"({"request_id":"abc","status_url":"https://queue.fal.run/fal-ai/flux/requests/abc/status",)"
+                         R"("response_url":"https://queue.fal.run/fal-ai/flux/requests/abc?v=a%20b"})")});
+    const QJsonObject input{{QStringLiteral("prompt"), QStringLiteral("neon rain")}, {QStringLiteral("n"), 1}};
+
+    const SubmitResponse submission = blockingWait(client.submit(QStringLiteral("fal-ai/flux/dev"), input));
+
+    EXPECT_EQ(submission.requestID, QStringLiteral("abc"));
+    EXPECT_EQ(submission.statusURL.toString(),
+              server.url(QStringLiteral("/api/fal/fal-ai/flux/requests/abc/status")).toString());
+    EXPECT_EQ(submission.responseURL.toString(QUrl::FullyEncoded),
+              server.url(QStringLiteral("/api/fal/fal-ai/flux/requests/abc?v=a%20b")).toString(QUrl::FullyEncoded));
+    const QList<RecordedRequest> requests = server.requests();
+    ASSERT_EQ(requests.size(), 1);
+    EXPECT_EQ(requests[0].method, QStringLiteral("POST"));
+    EXPECT_EQ(requests[0].path, QStringLiteral("/api/fal/fal-ai/flux/dev"));
+    EXPECT_EQ(requests[0].headers.value(QStringLiteral("content-type")), QStringLiteral("application/json"));
+    EXPECT_FALSE(requests[0].headers.contains(QStringLiteral("authorization")));
+    EXPECT_EQ(requests[0].body, QByteArray(R"({"n":1,"prompt":"neon rain"})"));
+}
+
+struct RebaseCase {
+    friend void PrintTo(const RebaseCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    const char *service;
+    const char *base;
+    const char *expected;
+};
+
+const RebaseCase rebaseCases[] = {
+    {"proxy path goes in front of the queue path", "https://queue.fal.run/fal-ai/flux/requests/1/status",
+     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/fal-ai/flux/requests/1/status"},
+    {"service query kept as encoded", "https://queue.fal.run/r/1?a=1&b=x%20y%26z",
+     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/r/1?a=1&b=x%20y%26z"},
+    {"base query dropped when the service has none", "https://queue.fal.run/r/1", "http://127.0.0.1:8080/p?k=v",
+     "http://127.0.0.1:8080/p/r/1"},
+    {"base without a path keeps its port", "https://queue.fal.run/r/%2F1", "http://127.0.0.1:8080",
+     "http://127.0.0.1:8080/r/%2F1"},
+    {"a relative service path cannot follow a host", "r/1", "https://studio.quillvane.app", "r/1"},
+};
+
+class Rebase : public testing::TestWithParam<RebaseCase> {};
+
+TEST_P(Rebase, MovesTheServiceURLOntoTheProxy)
+{
+    const RebaseCase &c = GetParam();
+    const QUrl rebased = FalClient::rebase(QUrl(QString::fromUtf8(c.service)), QUrl(QString::fromUtf8(c.base)));
+    EXPECT_EQ(rebased.toString(QUrl::FullyEncoded), QString::fromUtf8(c.expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(URLs, Rebase, testing::ValuesIn(rebaseCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+struct PollFailureCase {
+    friend void PrintTo(const PollFailureCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    ScriptedReply reply;
+    FalError expected;
+    QString description;
+};
+
+const QByteArray longBody = QByteArray("0123456789").repeated(200);
+
+const PollFailureCase pollFailureCases[] = {
+    {"403 is a rejection", reply("{}", 403), FalError::unauthorized(),
+     QStringLiteral("The generation service rejected the request.")},
+    {"500 keeps the first 500 characters of the body", reply(longBody, 500),
+     FalError::http(500, QString::fromLatin1(longBody.left(500))),
+     QStringLiteral("Generation error 500: ") + QString::fromLatin1(longBody.left(500))},
+    {"a body that is not UTF-8 is left out", reply("\xff\xfe oops", 502), FalError::http(502, {}),
+     QStringLiteral("Generation error 502: ")},
+    {"an unknown status ends the job as received", reply(R"({"status":"FAILED"})"),
+     FalError::jobFailed(QStringLiteral("FAILED")), QStringLiteral("Generation failed (FAILED).")},
+};
+
+class PollFailure : public FalClientTest, public testing::WithParamInterface<PollFailureCase> {};
+
+TEST_P(PollFailure, EndsThePollingAtOnce)
+{
+    scriptPolls({GetParam().reply, reply(R"({"status":"COMPLETED"})")});
+    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
+    EXPECT_EQ(outcome.falError, GetParam().expected);
+    EXPECT_EQ(outcome.description, GetParam().description);
+    EXPECT_EQ(polls(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, PollFailure, testing::ValuesIn(pollFailureCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatus)
+{
+    scriptPolls({reply("not json"),
+                 reply(R"({"status":"IN_QUEUE","queue_position":2,)"
+                       R"("logs":[{"message":"a"},{"level":"info"},{"message":"b"}]})"),
+                 reply(R"({"status":"IN_PROGRESS","queue_position":2.5,"logs":[{"message":"a"},"b"]})"),
+                 reply(R"({"status":"COMPLETED","logs":{"message":"a"}})")});
+    QObject requester;
+    QList<FalProgress> received;
+    const ProgressTarget target{&requester, [&](const FalProgress &p) { received.append(p); }};
+
+    blockingWait(client.awaitCompletion(job(QStringLiteral("?token=x%20y")), target, CancelToken()));
+
+    EXPECT_TRUE(processEventsUntil([&] { return received.size() == 4; }, 2s));
+    const QList<FalProgress> expected = {
+        {QStringLiteral("IN_PROGRESS"), std::nullopt, {}},
+        {QStringLiteral("IN_QUEUE"), 2, {QStringLiteral("a"), QStringLiteral("b")}},
+        {QStringLiteral("IN_PROGRESS"), std::nullopt, {}},
+        {QStringLiteral("COMPLETED"), std::nullopt, {}},
+    };
+    EXPECT_TRUE(received == expected);
+    const QList<RecordedRequest> requests = server.requests();
+    ASSERT_EQ(requests.size(), 4);
+    for (const RecordedRequest &request : requests) {
+        EXPECT_EQ(request.query, QStringLiteral("token=x%20y&logs=1"));
+        EXPECT_FALSE(request.headers.contains(QStringLiteral("authorization")));
+    }
+}
+
+TEST_F(FalClientTest, GivesUpAfterFourHundredPollsInTheQueue)
+{
+    scriptPolls({reply(R"({"status":"IN_QUEUE"})")});
+    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
+    EXPECT_EQ(outcome.description, QStringLiteral("The generation job timed out."));
+    EXPECT_EQ(polls(), 400);
+}
+
+TEST_F(FalClientTest, CompletedOnTheFirstPollDoesNotSleep)
+{
+    scriptPolls({reply(R"({"status":"COMPLETED"})")});
+    FalClient patient(client.baseURL(), &network, 10s);
+    QElapsedTimer timer;
+    timer.start();
+    blockingWait(patient.awaitCompletion(job(), {}, CancelToken()));
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(polls(), 1);
+}
+
+TEST_F(FalClientTest, ProgressStopsWhenTheRequesterIsGoneButPollingGoesOn)
+{
+    // The second reply waits, so the requester's deletion is through before it arrives.
+    scriptPolls({reply(R"({"status":"IN_QUEUE"})"), reply(R"({"status":"IN_QUEUE"})", 200, 150ms),
+                 reply(R"({"status":"COMPLETED"})")});
+    auto *requester = new QObject;
+    int received = 0;
+    const ProgressTarget target{requester, [&](const FalProgress &) {
+                                    ++received;
+                                    requester->deleteLater();
+                                }};
+
+    blockingWait(client.awaitCompletion(job(), target, CancelToken()));
+    processEventsFor(50ms);
+
+    EXPECT_EQ(received, 1);
+    EXPECT_EQ(polls(), 3);
+}
+
+TEST_F(FalClientTest, ACancelledTaskStopsBeforePolling)
+{
+    scriptPolls({reply(R"({"status":"COMPLETED"})")});
+    CancelToken cancel;
+    cancel.cancel();
+    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, cancel));
+    EXPECT_TRUE(outcome.cancelled);
+    EXPECT_EQ(polls(), 0);
+}
+
+struct FindImageCase {
+    friend void PrintTo(const FindImageCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    const char *json;
+    std::optional<QString> expected;
+};
+
+const FindImageCase findImageCases[] = {
+    {"images array of objects", R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
+    {"images before url", R"({"url":"https://x.test/late.png","images":[{"url":"https://x.test/first.jpg"}]})",
+     QStringLiteral("https://x.test/first.jpg")},
+    {"image before url", R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
+     QStringLiteral("https://fal.media/files/k")},
+    {"an image-less images array falls through", R"({"images":[1,"no"],"image":"https://x.test/B.WEBP"})",
+     QStringLiteral("https://x.test/B.WEBP")},
+    {"a non-image url is passed over", R"({"url":"https://example.com/page","data":["https://fal.run/out"]})",
+     QStringLiteral("https://fal.run/out")},
+    {"nested deep in arrays", R"([[{"a":{"b":[null,"https://x.test/deep.jpeg"]}}]])",
+     QStringLiteral("https://x.test/deep.jpeg")},
+    {"ftp is not an image address", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
+};
+
+class FindImage : public testing::TestWithParam<FindImageCase> {};
+
+TEST_P(FindImage, FindsTheFirstImageDepthFirst)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(GetParam().json);
+    ASSERT_FALSE(document.isNull());
+    const QJsonValue value = document.isObject() ? QJsonValue(document.object()) : QJsonValue(document.array());
+    EXPECT_EQ(FalClient::findImageURL(value), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Results, FindImage, testing::ValuesIn(findImageCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+struct RenderCase {
+    friend void PrintTo(const RenderCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    QByteArray result;
+    std::optional<FalClient::RenderedElement> expected; // nothing: no image was returned
+};
+
+const RenderCase renderCases[] = {
+    {"the result's element id wins", R"({"images":[{"url":"https://fal.media/a.png"}],"element_id":"car-2"})",
+     FalClient::RenderedElement{QStringLiteral("https://fal.media/a.png"), QStringLiteral("car-2")}},
+    {"the requested element id otherwise", R"({"image":{"url":"https://x.test/b.webp"},"element_id":7})",
+     FalClient::RenderedElement{QStringLiteral("https://x.test/b.webp"), QStringLiteral("car")}},
+    {"an ftp-only result has no image", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
+};
+
+class RenderElement : public FalClientTest, public testing::WithParamInterface<RenderCase> {};
+
+TEST_P(RenderElement, SubmitsPollsAndReadsTheResult)
+{
+    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/elements"),
+                  {reply(R"({"request_id":"req-1","status_url":"https://queue.fal.run/queue/requests/req-1/status",)"
+                         R"("response_url":"https://queue.fal.run/queue/requests/req-1"})")});
+    scriptPolls({reply(R"({"status":"COMPLETED"})")});
+    server.script(QStringLiteral("GET"), queuePath, {reply(GetParam().result)});
+    const QJsonValue plan(QJsonObject{{QStringLiteral("mood"), QStringLiteral("noir")}});
+
+    std::optional<FalClient::RenderedElement> rendered;
+    const Outcome outcome = outcomeOf([&]() -> QCoro::Task<> {
+        auto task = client.renderElement(QStringLiteral("fal-ai/elements"), plan, QStringLiteral("car"), {},
+                                         CancelToken());
+        rendered = co_await task;
+    }());
+
+    EXPECT_EQ(rendered, GetParam().expected);
+    if (!GetParam().expected) {
+        EXPECT_EQ(outcome.description, QStringLiteral("No image was returned."));
+    }
+    const QList<RecordedRequest> requests = server.requests();
+    ASSERT_EQ(requests.size(), 3);
+    EXPECT_EQ(requests[0].body, QByteArray(R"({"element_id":"car","shot_plan":{"mood":"noir"}})"));
+    EXPECT_EQ(requests[2].path, queuePath);
+}
+
+INSTANTIATE_TEST_SUITE_P(Results, RenderElement, testing::ValuesIn(renderCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+TEST_F(FalClientTest, DownloadCreatesTheFolderAndReplacesAnEarlierFile)
+{
+    server.script(QStringLiteral("GET"), QStringLiteral("/files/a.png"),
+                  {reply("first image", 200), reply("second", 200)});
+    QTemporaryDir dir;
+    const QString destination = dir.filePath(QStringLiteral("frames/chunk 1/a.png"));
+    const QString url = server.url(QStringLiteral("/files/a.png")).toString();
+
+    blockingWait(client.download(url, destination));
+    EXPECT_EQ(readFile(destination), QByteArray("first image"));
+    blockingWait(client.download(url, destination));
+    EXPECT_EQ(readFile(destination), QByteArray("second"));
+}
+
+TEST_F(FalClientTest, AFailedDownloadWritesNothing)
+{
+    QTemporaryDir dir;
+    const QString destination = dir.filePath(QStringLiteral("a.png"));
+
+    const Outcome missing = outcomeOf(client.download(server.url(QStringLiteral("/nothing.png")).toString(), destination));
+    ASSERT_TRUE(missing.falError);
+    EXPECT_EQ(missing.falError->kind(), FalError::Case::http);
+    EXPECT_EQ(missing.falError->httpStatus(), 404);
+
+    const Outcome garbled = outcomeOf(client.download(QStringLiteral("http://exa mple.com/a.png"), destination));
+    EXPECT_EQ(garbled.falError, FalError::badURL(QStringLiteral("http://exa mple.com/a.png")));
+    EXPECT_FALSE(QFile::exists(destination));
+}
+
+TEST(FalClientTransport, ARefusedConnectionReportsThePlatformMessageThroughTheStore)
+{
+    QUrl deadURL;
+    {
+        LoopbackServer gone;
+        deadURL = gone.url(QStringLiteral("/api/fal"));
+    }
+    FalClient client(deadURL, sharedNetwork(), 1ms);
+
+    const Outcome direct = outcomeOf(client.submit(QStringLiteral("fal-ai/flux"), {}));
+    EXPECT_FALSE(direct.falError);
+    ASSERT_TRUE(direct.description);
+    EXPECT_FALSE(direct.description->isEmpty());
+
+    TempLibrary temp;
+    ProjectStore store(temp.library());
+    blockingWait(store.run(QStringLiteral("Planning storyboard"), [&](CancelToken) -> QCoro::Task<> {
+        auto submitted = client.submit(QStringLiteral("fal-ai/flux"), {});
+        co_await submitted;
+    }));
+    EXPECT_EQ(store.lastError(), direct.description);
+}
+
+} // namespace
