@@ -1,5 +1,7 @@
 #include "generation/FalClient.h"
 
+#include "model/PipelineConfig.h"
+
 #include <QCoro/QCoroNetworkReply>
 #include <QCoro/QCoroTimer>
 #include <QCoreApplication>
@@ -392,9 +394,12 @@ bool FalClient::isImageURL(const QString &text)
         return false;
     const QString lower = text.toLower();
     // The service's own media and direct-run hosts serve images without a file extension.
-    static const QStringList markers = {QStringLiteral("fal.media"), QStringLiteral("fal.run"),
-                                        QStringLiteral(".png"),      QStringLiteral(".jpg"),
-                                        QStringLiteral(".jpeg"),     QStringLiteral(".webp")};
+    static const QStringList markers = {QString::fromUtf8(deployment::mediaHost),
+                                        QString::fromUtf8(deployment::directRunHost),
+                                        QStringLiteral(".png"),
+                                        QStringLiteral(".jpg"),
+                                        QStringLiteral(".jpeg"),
+                                        QStringLiteral(".webp")};
     for (const QString &marker : markers) {
         if (lower.contains(marker))
             return true;
