@@ -1,5 +1,7 @@
 #include "audio/Lyrics.h"
 
+#include "model/Text.h"
+
 #include <QRegularExpression>
 #include <QSet>
 
@@ -9,22 +11,6 @@
 namespace quillvane {
 
 namespace {
-
-bool isNewline(QChar c)
-{
-    switch (c.unicode()) {
-    case 0x0A: // line feed
-    case 0x0B: // vertical tab
-    case 0x0C: // form feed
-    case 0x0D: // carriage return
-    case 0x85: // next line
-    case 0x2028: // line separator
-    case 0x2029: // paragraph separator
-        return true;
-    default:
-        return false;
-    }
-}
 
 // Splits at every newline character; CR LF gives an empty piece between its halves unless
 // crlfAsOne.
@@ -51,18 +37,6 @@ QString trimmedText(const QString &text)
 }
 
 } // namespace
-
-QString trimBlanks(const QString &text)
-{
-    const auto isBlank = [](QChar c) { return c.isSpace() && !isNewline(c); };
-    qsizetype first = 0;
-    qsizetype last = text.size();
-    while (first < last && isBlank(text.at(first)))
-        ++first;
-    while (last > first && isBlank(text.at(last - 1)))
-        --last;
-    return text.mid(first, last - first);
-}
 
 QString cleanLyrics(const QString &text)
 {

@@ -4,6 +4,7 @@
 // timed chunks, and how many expected words were heard.
 
 #include "model/Records.h"
+#include "model/Text.h"
 #include "store/Engines.h"
 
 #include <QList>
@@ -15,9 +16,6 @@ namespace quillvane {
 // Section tags such as [Chorus] removed, runs of blanks and tabs made one blank, pieces
 // trimmed, empty pieces dropped, joined with line feeds.
 QString cleanLyrics(const QString &text);
-
-// Trims the white space that is not a line break (blanks, tabs) from both ends.
-QString trimBlanks(const QString &text);
 
 // Lines split at every newline character (CR LF counts as one), empty pieces dropped.
 QStringList lyricLines(const QString &text);

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QChar>
+#include <QString>
+
+namespace quillvane {
+
+// Every character that ends a line: line feed, vertical tab, form feed, carriage return,
+// next line, line and paragraph separators.
+bool isNewline(QChar c);
+
+// Trims the white space that is not a line break (blanks, tabs) from both ends.
+QString trimBlanks(const QString &text);
+
+} // namespace quillvane
