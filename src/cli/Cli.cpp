@@ -57,7 +57,8 @@ QList<OptionSpec> globalOptions()
 
 QList<Command> allCommands()
 {
-    return projectCommands() + audioCommands() + characterCommands();
+    return projectCommands() + audioCommands() + characterCommands() + planCommands() + frameCommands()
+        + editCommands();
 }
 
 QString optionLines(const QList<OptionSpec> &options)

@@ -53,5 +53,8 @@ struct Command {
 QList<Command> projectCommands();
 QList<Command> characterCommands();
 QList<Command> audioCommands();
+QList<Command> planCommands();
+QList<Command> frameCommands();
+QList<Command> editCommands();
 
 } // namespace quillvane::cli

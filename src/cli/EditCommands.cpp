@@ -1,0 +1,10 @@
+#include "cli/Command.h"
+
+namespace quillvane::cli {
+
+QList<Command> editCommands()
+{
+    return {};
+}
+
+} // namespace quillvane::cli

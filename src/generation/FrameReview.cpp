@@ -1,0 +1,1 @@
+#include "generation/FrameReview.h"
