@@ -4,7 +4,7 @@ namespace quillvane {
 
 FalClient makeGenerationClient(const ProjectStore &store)
 {
-    return FalClient(store.generationBaseURL(), sharedNetwork(), std::chrono::milliseconds(1500));
+    return FalClient(store.generationBaseURL(), sharedNetwork(), store.options().generationPollInterval);
 }
 
 } // namespace quillvane

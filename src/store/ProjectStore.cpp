@@ -22,6 +22,7 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     : QObject(parent)
     , m_library(std::move(library))
     , m_services(std::move(services))
+    , m_options(options)
 {
     if (!project)
         project = m_library.loadLastProject();

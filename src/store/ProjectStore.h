@@ -21,6 +21,8 @@ namespace quillvane {
 struct StoreOptions {
     // Quiet time after the last change before the project is written.
     std::chrono::milliseconds saveDelay{1000};
+    // Pause between two status polls of a generation job.
+    std::chrono::milliseconds generationPollInterval{1500};
 };
 
 // The one controller of the application: owns the open project, the selected stage, the
@@ -83,6 +85,7 @@ public:
     void setServiceURLOverride(const std::optional<QUrl> &url) { m_serviceURLOverride = url; }
 
     const PipelineServices &services() const { return m_services; }
+    const StoreOptions &options() const { return m_options; }
     const ProjectLibrary &library() const { return m_library; }
     MediaLibrary media() const { return m_library.mediaFor(m_project.id); }
     StageStatus status(PipelineStage stage) const { return stageStatus(m_project, stage); }
@@ -134,6 +137,7 @@ private:
 
     ProjectLibrary m_library;
     PipelineServices m_services;
+    StoreOptions m_options;
     Project m_project;
     PipelineStage m_selectedStage = PipelineStage::intake;
     std::optional<QUuid> m_selectedChunkID;
