@@ -69,21 +69,28 @@ QCoro::Task<LyricsCheck> verifyLyrics(Transcriber &transcriber, QString path, QS
 {
     const auto [head, tail] = verificationClips(duration);
     ClipFiles clips;
-    clips.paths.append(co_await AudioTools::trimClip(path, head.start, head.duration));
-    clips.paths.append(co_await AudioTools::trimClip(path, tail.start, tail.duration));
+    // Tasks are held in named variables before they are awaited: g++ 12 destroys the
+    // temporaries of a call inside a co_await expression twice.
+    auto headTrim = AudioTools::trimClip(path, head.start, head.duration);
+    clips.paths.append(co_await headTrim);
+    auto tailTrim = AudioTools::trimClip(path, tail.start, tail.duration);
+    clips.paths.append(co_await tailTrim);
     cancel.throwIfCancelled();
 
     const auto ignoreStatus = [](QString) {};
-    const TranscriptionResult headHeard = co_await transcriber.transcribe(clips.paths.at(0), ignoreStatus, cancel);
+    auto headTranscription = transcriber.transcribe(clips.paths.at(0), ignoreStatus, cancel);
+    const TranscriptionResult headHeard = co_await headTranscription;
     cancel.throwIfCancelled();
-    const TranscriptionResult tailHeard = co_await transcriber.transcribe(clips.paths.at(1), ignoreStatus, cancel);
+    auto tailTranscription = transcriber.transcribe(clips.paths.at(1), ignoreStatus, cancel);
+    const TranscriptionResult tailHeard = co_await tailTranscription;
     co_return compareLyrics(lyrics, headHeard.text, tailHeard.text);
 }
 
 QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
 {
     const QString audioPath = QFileInfo(path).absoluteFilePath();
-    const AudioMetadata metadata = co_await AudioTools::readMetadata(audioPath);
+    auto reading = AudioTools::readMetadata(audioPath);
+    const AudioMetadata metadata = co_await reading;
     cancel.throwIfCancelled();
 
     // The track is the project's from here on, whatever the lyrics step below decides.
@@ -99,7 +106,8 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     Transcriber &transcriber = transcriberOf(store);
 
     if (!metadata.lyrics) {
-        const TranscriptionResult heard = co_await transcriber.transcribe(audioPath, store.statusSink(), cancel);
+        auto transcription = transcriber.transcribe(audioPath, store.statusSink(), cancel);
+        const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();
         QStringList texts;
         for (const TimedChunk &chunk : heard.chunks)
@@ -124,7 +132,8 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     }
 
     store.statusSink()(verifyingLabel);
-    const LyricsCheck check = co_await verifyLyrics(transcriber, audioPath, lyrics, metadata.duration, cancel);
+    auto verification = verifyLyrics(transcriber, audioPath, lyrics, metadata.duration, cancel);
+    const LyricsCheck check = co_await verification;
     cancel.throwIfCancelled();
     apply(store, [&check](Project &project) {
         project.lyricsSource = check.headMatches && check.tailMatches ? LyricsSource::embeddedVerified

@@ -49,7 +49,10 @@ QCoro::Task<TranscriptionResult> SystemTranscriber::transcribe(QString audioPath
         std::optional<QString> localFailure;
         std::exception_ptr localError;
         try {
-            co_return co_await m_local->transcribe(audioPath, {}, cancel);
+            // Held in a named task: g++ 12 destroys the temporaries of a call inside a
+            // co_await expression twice.
+            auto transcription = m_local->transcribe(audioPath, {}, cancel);
+            co_return co_await transcription;
         } catch (const Cancelled &) {
             throw;
         } catch (const std::exception &error) {
@@ -62,12 +65,14 @@ QCoro::Task<TranscriptionResult> SystemTranscriber::transcribe(QString audioPath
         if (!m_speech->isAvailable())
             throw TranscriptionError::noEngineAvailable();
         status(QStringLiteral("Transcribing with ") + m_speech->name());
-        co_return co_await m_speech->transcribe(audioPath, {}, cancel);
+        auto fallback = m_speech->transcribe(audioPath, {}, cancel);
+        co_return co_await fallback;
     }
 
     if (m_speech->isAvailable()) {
         status(QStringLiteral("Transcribing with ") + m_speech->name());
-        co_return co_await m_speech->transcribe(audioPath, {}, cancel);
+        auto transcription = m_speech->transcribe(audioPath, {}, cancel);
+        co_return co_await transcription;
     }
     throw TranscriptionError::noEngineAvailable();
 }

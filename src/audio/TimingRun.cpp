@@ -33,9 +33,13 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
         throw PipelineError(PipelineError::Case::emptyLyrics);
     const QString audioPath = project.audioPath;
 
-    const AudioMetadata metadata = co_await AudioTools::readMetadata(audioPath);
+    // Tasks are held in named variables before they are awaited: g++ 12 destroys the
+    // temporaries of a call inside a co_await expression twice.
+    auto reading = AudioTools::readMetadata(audioPath);
+    const AudioMetadata metadata = co_await reading;
     cancel.throwIfCancelled();
-    const TranscriptionResult heard = co_await transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+    auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+    const TranscriptionResult heard = co_await transcription;
     cancel.throwIfCancelled();
 
     Project changed = store.project();

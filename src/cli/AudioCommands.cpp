@@ -29,7 +29,8 @@ QCoro::Task<int> engine(CommandContext context)
 
 QCoro::Task<int> import(CommandContext context)
 {
-    co_await startImport(context.store, context.args.positional.first());
+    auto importing = startImport(context.store, context.args.positional.first());
+    co_await importing;
     if (context.store.lastError())
         co_return 1;
     const auto source = context.store.project().lyricsSource;
@@ -129,7 +130,8 @@ QCoro::Task<int> segment(CommandContext context)
 
 QCoro::Task<int> timing(CommandContext context)
 {
-    co_await startTiming(context.store);
+    auto timing = startTiming(context.store);
+    co_await timing;
     if (context.store.lastError())
         co_return 1;
     const auto &transcript = context.store.project().transcript;

@@ -1,10 +1,40 @@
+// Commands that plan the storyboard.
+
+#include "generation/Planning.h"
 #include "cli/Command.h"
 
 namespace quillvane::cli {
 
+namespace {
+
+QCoro::Task<int> plan(CommandContext context)
+{
+    co_await startPlanning(context.store);
+    if (context.store.lastError())
+        co_return 1;
+    const Project &project = context.store.project();
+    const qsizetype chunks = project.chunks.size();
+    const qsizetype elements = project.plan ? project.plan->elements.size() : 0;
+    if (context.globals.json) {
+        context.out.json({{QStringLiteral("chunks"), chunks}, {QStringLiteral("elements"), elements}});
+    } else {
+        context.out.line(QStringLiteral("%1 %2, %3 %4")
+                             .arg(chunks)
+                             .arg(chunks == 1 ? QStringLiteral("chunk") : QStringLiteral("chunks"))
+                             .arg(elements)
+                             .arg(elements == 1 ? QStringLiteral("element") : QStringLiteral("elements")));
+    }
+    co_return 0;
+}
+
+} // namespace
+
 QList<Command> planCommands()
 {
-    return {};
+    return {
+        {QStringLiteral("plan"), {}, QStringLiteral("plan the storyboard from the timed lyrics and the characters"), {},
+         0, 0, plan},
+    };
 }
 
 } // namespace quillvane::cli

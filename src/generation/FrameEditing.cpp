@@ -1,1 +1,128 @@
 #include "generation/FrameEditing.h"
+
+#include "generation/FrameGeneration.h"
+#include "generation/GenerationClient.h"
+#include "generation/GenerationProgress.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+namespace quillvane {
+
+namespace {
+
+// Moves the newest version of `from` to the current frame, parking the current one on `to`.
+void step(StoryboardChunk &chunk, QList<GeneratedFrame> &from, QList<GeneratedFrame> &to)
+{
+    if (from.isEmpty())
+        return;
+    GeneratedFrame next = from.takeLast();
+    if (chunk.frame)
+        to.append(*chunk.frame);
+    chunk.frame = std::move(next);
+}
+
+const StoryboardChunk *findChunk(const Project &project, const QUuid &chunkID)
+{
+    const auto found = std::find_if(project.chunks.begin(), project.chunks.end(),
+                                    [&](const StoryboardChunk &chunk) { return chunk.id == chunkID; });
+    return found == project.chunks.end() ? nullptr : &*found;
+}
+
+// Applies `move` to the chunk on a copy of the project and hands the copy back whole, with
+// updatedAt touched even when nothing moved.
+void moveVersion(ProjectStore &store, const QUuid &chunkID, void (*move)(StoryboardChunk &))
+{
+    Project changed = store.project();
+    for (StoryboardChunk &chunk : changed.chunks) {
+        if (chunk.id == chunkID) {
+            move(chunk);
+            break;
+        }
+    }
+    changed.updatedAt = now();
+    store.setProject(changed);
+}
+
+// Every awaited task is a named local: g++ 12 destroys the temporaries of a full expression
+// that holds co_await twice (here the converted strings and the progress target).
+QCoro::Task<> runEdit(ProjectStore &store, QUuid chunkID, QString sourceURL, QString prompt, QString request,
+                      CancelToken cancel)
+{
+    FalClient client = makeGenerationClient(store);
+    const QJsonObject input{{QStringLiteral("frame_to_edit"), QJsonArray{sourceURL}},
+                            {QStringLiteral("users_edit_request"), request}};
+    auto submitting = client.submit(store.editWorkflow(), input);
+    const SubmitResponse submission = co_await submitting;
+    auto waiting = client.awaitCompletion(submission, queueProgress(store), cancel);
+    co_await waiting;
+    auto fetching = client.fetchResult(submission.responseURL);
+    const QJsonObject result = co_await fetching;
+    cancel.throwIfCancelled();
+    const std::optional<QString> imageURL = FalClient::findImageURL(result);
+    if (!imageURL)
+        throw FalError::noImageInResponse();
+    auto applying = applyNewFrame(store, client, chunkID, *imageURL, prompt, request);
+    co_await applying;
+}
+
+} // namespace
+
+QString editingLabel(qint64 chunkIndex)
+{
+    return QStringLiteral("Editing frame %1").arg(chunkIndex + 1);
+}
+
+void undo(StoryboardChunk &chunk)
+{
+    step(chunk, chunk.undoStack, chunk.redoStack);
+}
+
+void redo(StoryboardChunk &chunk)
+{
+    step(chunk, chunk.redoStack, chunk.undoStack);
+}
+
+QString versionLabel(const StoryboardChunk &chunk)
+{
+    QString label = QStringLiteral("Version %1").arg(chunk.undoStack.size() + 1);
+    if (!chunk.redoStack.isEmpty())
+        label += QStringLiteral(" · %1 redo").arg(chunk.redoStack.size());
+    return label;
+}
+
+QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request)
+{
+    const QString trimmed = request.trimmed();
+    if (trimmed.isEmpty())
+        co_return;
+    const StoryboardChunk *chunk = findChunk(store.project(), chunkID);
+    if (!chunk)
+        co_return;
+    if (!chunk->frame || !chunk->frame->remoteURL || chunk->frame->remoteURL->isEmpty()) {
+        store.setLastError(noEditSourceMessage);
+        co_return;
+    }
+    // Taken now, so the edit works on the picture the user saw when asking, even if an undo
+    // changes the current frame while the job runs.
+    const QString sourceURL = *chunk->frame->remoteURL;
+    const QString prompt = chunk->frame->prompt;
+    const QString label = editingLabel(chunk->index);
+    auto running = store.run(label, [&store, chunkID, sourceURL, prompt, trimmed](CancelToken cancel) {
+        return runEdit(store, chunkID, sourceURL, prompt, trimmed, std::move(cancel));
+    });
+    co_await running;
+}
+
+void undoFrame(ProjectStore &store, const QUuid &chunkID)
+{
+    moveVersion(store, chunkID, &undo);
+}
+
+void redoFrame(ProjectStore &store, const QUuid &chunkID)
+{
+    moveVersion(store, chunkID, &redo);
+}
+
+} // namespace quillvane

@@ -1,12 +1,229 @@
 #include "generation/FrameGeneration.h"
 
-// Placeholder until frame generation lands.
+#include "generation/GenerationClient.h"
+#include "generation/GenerationProgress.h"
+#include "model/PipelineConfig.h"
+
+#include <algorithm>
 
 namespace quillvane {
 
-QCoro::Task<> applyNewFrame(ProjectStore &, FalClient &, QUuid, QString, QString, std::optional<QString>)
+namespace {
+
+bool isPending(const PlanElement &element)
 {
-    co_return;
+    return !element.imageRemoteURL.has_value();
+}
+
+bool hasPendingElements(const Project &project)
+{
+    return project.plan && std::any_of(project.plan->elements.begin(), project.plan->elements.end(), isPending);
+}
+
+const StoryboardChunk *findChunk(const Project &project, const QUuid &chunkID)
+{
+    const auto found = std::find_if(project.chunks.begin(), project.chunks.end(),
+                                    [&](const StoryboardChunk &chunk) { return chunk.id == chunkID; });
+    return found == project.chunks.end() ? nullptr : &*found;
+}
+
+QString noReferenceMessage(const StoryboardChunk &chunk)
+{
+    return QStringLiteral("Frame %1 has no reference image yet. Render the storyboard elements first, or mark the "
+                          "character as in-frame.")
+        .arg(chunk.index + 1);
+}
+
+QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString prompt, QString preset,
+                               QStringList references, CancelToken cancel)
+{
+    FalClient client = makeGenerationClient(store);
+    auto submitted = client.submit(store.services().config.frameWorkflow,
+                                   FalClient::frameInput(prompt, preset, references));
+    const SubmitResponse submission = co_await submitted;
+    auto completion = client.awaitCompletion(submission, queueProgress(store), cancel);
+    co_await completion;
+    auto fetched = client.fetchResult(submission.responseURL);
+    const QJsonObject result = co_await fetched;
+    cancel.throwIfCancelled();
+    const std::optional<QString> imageURL = FalClient::findImageURL(result);
+    if (!imageURL)
+        throw FalError::noImageInResponse();
+    auto applied = applyNewFrame(store, client, chunkID, *imageURL, prompt, std::nullopt);
+    co_await applied;
+}
+
+} // namespace
+
+QString elementLabel(qsizetype position, qsizetype count, const QString &elementID)
+{
+    return QStringLiteral("Rendering element %1/%2: %3").arg(position + 1).arg(count).arg(elementID);
+}
+
+QString frameLabel(const StoryboardChunk &chunk)
+{
+    return QStringLiteral("Generating frame %1").arg(chunk.index + 1);
+}
+
+QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style,
+                           const CharacterReference *character)
+{
+    const QString surface = chunk.surface.isEmpty() ? QStringLiteral("a believable physical surface in the scene")
+                                                    : chunk.surface;
+    QStringList sentences;
+    sentences << style.mood + QStringLiteral(". Medium: ") + style.medium + QLatin1Char('.');
+    sentences << QStringLiteral("The exact text \"") + chunk.renderedText + QStringLiteral("\" is physically present on ")
+            + surface + QStringLiteral(", spelled correctly and clearly legible.");
+    if (character) {
+        QString featuring = QStringLiteral("Featuring ") + character->name
+            + QStringLiteral(", consistent with the provided reference.");
+        if (!character->notes.isEmpty())
+            featuring += QLatin1Char(' ') + character->notes;
+        sentences << featuring;
+    }
+    if (!style.continuityNotes.isEmpty())
+        sentences << QStringLiteral("Continuity: ") + style.continuityNotes;
+    sentences << QStringLiteral("Palette: ") + style.paletteName + QLatin1Char('.');
+    return sentences.join(QLatin1Char(' '));
+}
+
+QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk)
+{
+    QStringList urls;
+    if (project.plan) {
+        const auto &elements = project.plan->elements;
+        for (const QString &id : chunk.elementIdsUsed) {
+            const auto element = std::find_if(elements.begin(), elements.end(),
+                                              [&](const PlanElement &candidate) { return candidate.id == id; });
+            if (element != elements.end() && element->imageRemoteURL)
+                urls << *element->imageRemoteURL;
+        }
+    }
+    // Characters go with every frame: the service keeps them consistent only when it sees them.
+    for (const CharacterReference &character : project.characters)
+        urls << imageDataURLs(character.referenceImagePaths, 1024);
+    urls.removeDuplicates();
+    return urls;
+}
+
+QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel)
+{
+    if (!store.project().plan)
+        co_return;
+    const StoryboardPlan plan = *store.project().plan;
+    const qsizetype count = plan.elements.size();
+    const QString workflow = store.services().config.elementWorkflow;
+    FalClient client = makeGenerationClient(store);
+
+    for (qsizetype position = 0; position < count; ++position) {
+        const PlanElement &element = plan.elements.at(position);
+        if (!isPending(element))
+            continue;
+        cancel.throwIfCancelled();
+        store.setRunningTask(elementLabel(position, count, element.id));
+        auto rendering = client.renderElement(workflow, QJsonValue(plan.rawJSON), element.id, queueProgress(store),
+                                              cancel);
+        const FalClient::RenderedElement rendered = co_await rendering;
+        const QString path = store.media().elementImagePath(element.id);
+        auto downloading = client.download(rendered.imageURL, path);
+        co_await downloading;
+
+        // Kept at once, so a later failure does not lose it. The requested id is the one
+        // looked up: the service's echo of it is not trusted to match.
+        Project changed = store.project();
+        if (changed.plan) {
+            auto &elements = changed.plan->elements;
+            const auto target = std::find_if(elements.begin(), elements.end(),
+                                             [&](const PlanElement &candidate) { return candidate.id == element.id; });
+            if (target != elements.end()) {
+                target->imageRemoteURL = rendered.imageURL;
+                target->imageLocalPath = path;
+                store.setProject(changed);
+            }
+        }
+    }
+    Project changed = store.project();
+    changed.updatedAt = now();
+    store.setProject(changed);
+}
+
+QCoro::Task<> startRenderElements(ProjectStore &store)
+{
+    if (!hasPendingElements(store.project()))
+        co_return;
+    auto running = store.run(renderElementsLabel,
+                             [&store](CancelToken cancel) { return runRenderElements(store, std::move(cancel)); });
+    co_await running;
+}
+
+QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID)
+{
+    const Project &project = store.project();
+    const StoryboardChunk *chunk = findChunk(project, chunkID);
+    if (!chunk)
+        co_return;
+    const QStringList references = referenceImageURLs(project, *chunk);
+    if (references.isEmpty()) {
+        store.setLastError(noReferenceMessage(*chunk));
+        co_return;
+    }
+    const QString prompt = chunk->imagePrompt.isEmpty() ? composeFramePrompt(*chunk, project.style)
+                                                        : chunk->imagePrompt;
+    const QString preset = project.plan ? project.plan->ideogramStylePreset : QString();
+    const QString label = frameLabel(*chunk);
+    auto running = store.run(label, [&store, chunkID, prompt, preset, references](CancelToken cancel) {
+        return runGenerateFrame(store, chunkID, prompt, preset, references, std::move(cancel));
+    });
+    co_await running;
+}
+
+QCoro::Task<> startGenerateMissingFrames(ProjectStore &store)
+{
+    if (hasPendingElements(store.project())) {
+        auto rendering = startRenderElements(store);
+        co_await rendering;
+        if (store.lastError())
+            co_return;
+    }
+    QList<QUuid> missing;
+    for (const StoryboardChunk &chunk : store.project().chunks)
+        if (!chunk.isFramed())
+            missing << chunk.id;
+    for (const QUuid &chunkID : missing) {
+        auto generating = startGenerateFrame(store, chunkID);
+        co_await generating;
+        if (store.lastError())
+            co_return;
+    }
+}
+
+QCoro::Task<> applyNewFrame(ProjectStore &store, FalClient &client, QUuid chunkID, QString imageURL, QString prompt,
+                            std::optional<QString> editRequest)
+{
+    GeneratedFrame frame;
+    frame.localPath = store.media().framePath(chunkID, frame.id);
+    // A failed download throws here, before the chunk is touched.
+    auto downloading = client.download(imageURL, frame.localPath);
+    co_await downloading;
+
+    frame.remoteURL = imageURL; // later edits start from the remote copy
+    frame.prompt = prompt;
+    frame.editRequest = editRequest;
+    frame.createdAt = now();
+
+    // Re-read: the user may have edited, or a parallel job replaced this frame, meanwhile.
+    Project changed = store.project();
+    for (StoryboardChunk &chunk : changed.chunks) {
+        if (chunk.id != chunkID)
+            continue;
+        if (chunk.frame)
+            chunk.undoStack.append(*chunk.frame);
+        chunk.redoStack.clear();
+        chunk.frame = frame;
+        break;
+    }
+    changed.updatedAt = now();
+    store.setProject(changed);
 }
 
 } // namespace quillvane

@@ -5,6 +5,37 @@
 
 namespace quillvane {
 
+inline const QString renderElementsLabel = QStringLiteral("Rendering elements");
+
+// "Rendering element 2/6: neon-sign", with the element's place in the whole plan.
+QString elementLabel(qsizetype position, qsizetype count, const QString &elementID);
+// "Generating frame 3" for the chunk at index 2.
+QString frameLabel(const StoryboardChunk &chunk);
+
+// The image prompt of a chunk: mood and medium, the lyric text on its surface, the character
+// (when given), continuity notes (when any) and the palette, as sentences joined by blanks.
+QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style,
+                           const CharacterReference *character = nullptr);
+
+// The references sent with a chunk's frame job: the rendered images of the elements it uses,
+// then every character's reference images as data URLs; each string once, first place kept.
+QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk);
+
+// Renders each plan element that has no image yet, in plan order, downloading each into the
+// elements folder. Each finished element is kept at once, so a failure part-way leaves the
+// earlier ones rendered and the rest pending.
+QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel);
+// runRenderElements through the store's Run wrapper; no task starts when nothing is pending.
+QCoro::Task<> startRenderElements(ProjectStore &store);
+
+// Generates (or regenerates) the frame of one chunk through the store's Run wrapper. An
+// unknown chunk does nothing; a chunk without any reference image sets lastError instead.
+QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID);
+
+// Renders pending elements, then generates the frame of every chunk without one, one after
+// another, stopping at the first operation that leaves lastError set.
+QCoro::Task<> startGenerateMissingFrames(ProjectStore &store);
+
 // Downloads the image into the project's frames folder and makes it the chunk's current
 // frame: a fresh frame with every review check off, the previous frame pushed onto the undo
 // stack, the redo stack emptied, updatedAt set. Shared by generation and editing.

@@ -1,1 +1,90 @@
 #include "generation/FrameReview.h"
+
+namespace quillvane {
+
+QString caseName(ReviewCheck check)
+{
+    switch (check) {
+    case ReviewCheck::spellingCorrect:
+        return QStringLiteral("spellingCorrect");
+    case ReviewCheck::readable:
+        return QStringLiteral("readable");
+    case ReviewCheck::placementOK:
+        return QStringLiteral("placementOK");
+    case ReviewCheck::characterConsistent:
+        return QStringLiteral("characterConsistent");
+    case ReviewCheck::styleContinuous:
+        return QStringLiteral("styleContinuous");
+    }
+    Q_UNREACHABLE();
+}
+
+std::optional<ReviewCheck> reviewCheckNamed(const QString &name)
+{
+    for (ReviewCheck check : allReviewChecks) {
+        if (caseName(check) == name)
+            return check;
+    }
+    return std::nullopt;
+}
+
+QString label(ReviewCheck check)
+{
+    switch (check) {
+    case ReviewCheck::spellingCorrect:
+        return QStringLiteral("Spelling correct");
+    case ReviewCheck::readable:
+        return QStringLiteral("Readable");
+    case ReviewCheck::placementOK:
+        return QStringLiteral("Placement OK");
+    case ReviewCheck::characterConsistent:
+        return QStringLiteral("Character consistent");
+    case ReviewCheck::styleContinuous:
+        return QStringLiteral("Style continuous");
+    }
+    Q_UNREACHABLE();
+}
+
+bool &field(ReviewChecklist &review, ReviewCheck check)
+{
+    switch (check) {
+    case ReviewCheck::spellingCorrect:
+        return review.spellingCorrect;
+    case ReviewCheck::readable:
+        return review.readable;
+    case ReviewCheck::placementOK:
+        return review.placementOK;
+    case ReviewCheck::characterConsistent:
+        return review.characterConsistent;
+    case ReviewCheck::styleContinuous:
+        return review.styleContinuous;
+    }
+    Q_UNREACHABLE();
+}
+
+bool value(const ReviewChecklist &review, ReviewCheck check)
+{
+    ReviewChecklist copy = review;
+    return field(copy, check);
+}
+
+void setReviewCheck(ProjectStore &store, const QUuid &chunkID, ReviewCheck check, bool value)
+{
+    Project changed = store.project();
+    for (StoryboardChunk &chunk : changed.chunks) {
+        if (chunk.id == chunkID) {
+            if (chunk.frame)
+                field(chunk.frame->review, check) = value;
+            break;
+        }
+    }
+    changed.updatedAt = now();
+    store.setProject(changed);
+}
+
+QString reviewSummary(const ReviewChecklist &review)
+{
+    return review.allPassed() ? QStringLiteral("Accepted") : QStringLiteral("%1/5 checks").arg(review.passedCount());
+}
+
+} // namespace quillvane

@@ -1,1 +1,38 @@
 #pragma once
+
+// The person's review of a frame version: five yes-or-no checks that travel with the version
+// (undo brings back the checks a version had; a new version starts unchecked). A chunk is
+// accepted when its current frame passes all five; see ReviewChecklist and StoryboardChunk.
+
+#include "model/Records.h"
+#include "store/ProjectStore.h"
+
+#include <array>
+#include <optional>
+
+namespace quillvane {
+
+enum class ReviewCheck { spellingCorrect, readable, placementOK, characterConsistent, styleContinuous };
+
+inline constexpr std::array<ReviewCheck, 5> allReviewChecks{ReviewCheck::spellingCorrect, ReviewCheck::readable,
+                                                            ReviewCheck::placementOK, ReviewCheck::characterConsistent,
+                                                            ReviewCheck::styleContinuous};
+
+// The checklist field's name, e.g. "placementOK", as the project document and the CLI spell it.
+QString caseName(ReviewCheck check);
+std::optional<ReviewCheck> reviewCheckNamed(const QString &name);
+// "Spelling correct", "Readable", ...
+QString label(ReviewCheck check);
+
+bool &field(ReviewChecklist &review, ReviewCheck check);
+bool value(const ReviewChecklist &review, ReviewCheck check);
+
+// Ticks or unticks one check on the current frame of the chunk with that id (the undo and redo
+// stacks keep theirs), then touches updatedAt, also when no chunk or no frame matched.
+// All or nothing, like every project change.
+void setReviewCheck(ProjectStore &store, const QUuid &chunkID, ReviewCheck check, bool value);
+
+// "Accepted", else "N/5 checks".
+QString reviewSummary(const ReviewChecklist &review);
+
+} // namespace quillvane

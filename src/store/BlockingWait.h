@@ -12,6 +12,9 @@ namespace quillvane {
 // Runs a nested event loop until the task ends and returns its result, rethrowing its
 // exception. For the CLI and tests, which drive store operations from plain functions.
 // (QCoro::waitFor loses an exception thrown by the task and then never returns.)
+//
+// Throughout the project, a task is held in a named variable before it is awaited: g++ 12
+// destroys the temporaries of a call inside a co_await expression twice.
 template <typename T>
 T blockingWait(QCoro::Task<T> task)
 {

@@ -155,7 +155,8 @@ QCoro::Task<> ProjectStore::run(QString label, Operation operation)
 
     std::optional<QString> failure;
     try {
-        co_await operation(token);
+        auto running = operation(token); // a named task: see the g++ 12 note in BlockingWait.h
+        co_await running;
     } catch (const Cancelled &) {
         // The user asked for this; nothing to report.
     } catch (const std::exception &error) {

@@ -1,1 +1,388 @@
+// A chunk's frame history (edit, undo, redo) and its review: versions move between the
+// stacks without being made or lost, checks travel with their version, and an edit against
+// the loopback service starts from the frame the user saw.
+
+#include "generation/FalClient.h"
+#include "generation/FrameEditing.h"
+#include "generation/FrameReview.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+#include "support/LoopbackServer.h"
+
+#include <QBuffer>
+#include <QFileInfo>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace quillvane::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1'000'000'000, Qt::UTC);
+
+// A version named by its remote URL and prompt, with the first `checks` review checks ticked.
+GeneratedFrame version(const QString &name, int checks = 0)
+{
+    GeneratedFrame frame;
+    frame.remoteURL = QStringLiteral("https://fal.media/%1.png").arg(name);
+    frame.prompt = QStringLiteral("prompt of ") + name;
+    frame.localPath = QStringLiteral("/frames/%1.png").arg(name);
+    for (int i = 0; i < checks; ++i)
+        field(frame.review, allReviewChecks.at(i)) = true;
+    return frame;
+}
+
+// A history written as "undo... | current | redo..." with version names, for readable tables.
+// Version "a" is accepted everywhere and the others are not, so acceptance can be seen to travel.
+QString history(const StoryboardChunk &chunk)
+{
+    const auto names = [](const QList<GeneratedFrame> &frames) {
+        QStringList list;
+        for (const GeneratedFrame &frame : frames)
+            list << frame.prompt.mid(10);
+        return list.join(QLatin1Char(' '));
+    };
+    return QStringList{names(chunk.undoStack), chunk.frame ? chunk.frame->prompt.mid(10) : QString(),
+                       names(chunk.redoStack)}
+        .join(QStringLiteral(" | "))
+        .trimmed();
+}
+
+StoryboardChunk chunkFrom(const char *text)
+{
+    const QStringList parts = QString::fromUtf8(text).split(QLatin1Char('|'));
+    const auto versions = [](const QString &names) {
+        QList<GeneratedFrame> list;
+        for (const QString &name : names.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+            list << version(name, name == QStringLiteral("a") ? 5 : 2);
+        return list;
+    };
+    StoryboardChunk chunk;
+    chunk.undoStack = versions(parts.value(0));
+    if (const QList<GeneratedFrame> current = versions(parts.value(1)); !current.isEmpty())
+        chunk.frame = current.first();
+    chunk.redoStack = versions(parts.value(2));
+    return chunk;
+}
+
+class StoreTest : public testing::Test {
+protected:
+    TempLibrary temp;
+    std::unique_ptr<ProjectStore> store;
+
+    const StoryboardChunk &chunk(qsizetype i = 0) const { return store->project().chunks.at(i); }
+    void open(QList<StoryboardChunk> chunks)
+    {
+        Project project;
+        qint64 index = 0;
+        for (StoryboardChunk &chunk : chunks) {
+            chunk.index = index++;
+            chunk.chunkNumber = index;
+        }
+        project.chunks = std::move(chunks);
+        project.updatedAt = longAgo;
+        store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{},
+                                               StoreOptions{std::chrono::hours(1), 1ms});
+    }
+};
+
+struct StepCase {
+    friend void PrintTo(const StepCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    bool isUndo;
+    const char *before;
+    const char *after;
+    bool accepted;
+};
+
+const StepCase stepCases[] = {
+    {"undo brings back the accepted version", true, "a | b |", "| a | b", true},
+    {"undo moves one version only", true, "a b | c | d", "a | b | d c", false},
+    {"redo moves one version only", false, "a | b | d c", "a b | c | d", false},
+    {"redo back to the accepted version", false, "| b | a", "b | a |", true},
+    {"undo with nothing earlier changes nothing", true, "| a | b", "| a | b", true},
+    {"redo with nothing undone changes nothing", false, "a | b |", "a | b |", false},
+    {"undo without a current frame parks nothing", true, "a | |", "| a |", true},
+};
+
+class HistoryStep : public StoreTest, public testing::WithParamInterface<StepCase> {};
+
+TEST_P(HistoryStep, MovesVersionsWithTheirChecks)
+{
+    const StepCase &c = GetParam();
+    open({chunkFrom(c.before), chunkFrom("x | y |")});
+    const StoryboardChunk other = chunk(1);
+
+    (c.isUndo ? undoFrame : redoFrame)(*store, chunk(0).id);
+
+    EXPECT_EQ(history(chunk(0)), QString::fromUtf8(c.after));
+    EXPECT_EQ(chunk(0).isAccepted(), c.accepted);
+    EXPECT_EQ(chunk(1), other);
+    EXPECT_GT(store->project().updatedAt, longAgo) << "touched even when nothing moved";
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameEditing, HistoryStep, testing::ValuesIn(stepCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+class FrameEditingHistory : public StoreTest {};
+
+TEST_F(FrameEditingHistory, UndoAndRedoOfAnUnknownChunkOnlyTouchUpdatedAt)
+{
+    open({chunkFrom("a | b | c")});
+    const QList<StoryboardChunk> before = store->project().chunks;
+    undoFrame(*store, QUuid::createUuid());
+    redoFrame(*store, QUuid::createUuid());
+    EXPECT_EQ(store->project().chunks, before);
+    EXPECT_GT(store->project().updatedAt, longAgo);
+}
+
+TEST(FrameEditingLabel, CountsEarlierVersionsAndWaitingRedos)
+{
+    EXPECT_EQ(versionLabel(chunkFrom("||")), QStringLiteral("Version 1"));
+    EXPECT_EQ(versionLabel(chunkFrom("a b | c |")), QStringLiteral("Version 3"));
+    EXPECT_EQ(versionLabel(chunkFrom("| a | c b")), QStringLiteral("Version 1 · 2 redo"));
+}
+
+struct CheckCase {
+    friend void PrintTo(const CheckCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    ReviewChecklist expected; // after ticking the named check on an unchecked frame
+};
+
+const CheckCase checkCases[] = {
+    {"spellingCorrect", {true, false, false, false, false}},
+    {"readable", {false, true, false, false, false}},
+    {"placementOK", {false, false, true, false, false}},
+    {"characterConsistent", {false, false, false, true, false}},
+    {"styleContinuous", {false, false, false, false, true}},
+};
+
+class ReviewCheckField : public StoreTest, public testing::WithParamInterface<CheckCase> {};
+
+TEST_P(ReviewCheckField, SetsOnlyThatCheckOfTheCurrentVersion)
+{
+    open({chunkFrom("u | c | r")});
+    StoryboardChunk expected = chunk(0);
+    expected.frame->review = GetParam().expected;
+    store->editProject([](Project &project) { project.chunks[0].frame->review = {}; });
+
+    const auto check = reviewCheckNamed(QString::fromUtf8(GetParam().name));
+    ASSERT_TRUE(check);
+    setReviewCheck(*store, chunk(0).id, *check, true);
+
+    EXPECT_EQ(chunk(0), expected) << "the stacks keep their own checks";
+    EXPECT_EQ(caseName(*check), QString::fromUtf8(GetParam().name));
+    EXPECT_GT(store->project().updatedAt, longAgo);
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameReview, ReviewCheckField, testing::ValuesIn(checkCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+class FrameReview : public StoreTest {};
+
+TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndCountsAcceptedChunks)
+{
+    QList<StoryboardChunk> chunks;
+    for (int i = 0; i < 4; ++i)
+        chunks << chunkFrom("| a |");
+    chunks << StoryboardChunk{};
+    open(chunks);
+    store->editProject([](Project &project) { project.chunks[0].frame->review.styleContinuous = false; });
+    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("4/5 checks"));
+    EXPECT_EQ(store->project().acceptedCount(), 3);
+
+    setReviewCheck(*store, chunk(0).id, ReviewCheck::styleContinuous, true);
+    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("Accepted"));
+    EXPECT_EQ(store->project().acceptedCount(), 4);
+    EXPECT_FALSE(store->project().allChunksAccepted()) << "the chunk without a frame holds export back";
+
+    // Checking a chunk without a frame changes nothing but updatedAt.
+    const QList<StoryboardChunk> before = store->project().chunks;
+    setReviewCheck(*store, chunk(4).id, ReviewCheck::readable, true);
+    setReviewCheck(*store, QUuid::createUuid(), ReviewCheck::readable, true);
+    EXPECT_EQ(store->project().chunks, before);
+
+    EXPECT_FALSE(Project{}.allChunksAccepted()) << "an empty storyboard is never accepted";
+}
+
+// Editing against the loopback service with the real client.
+class FrameEditing : public StoreTest {
+protected:
+    LoopbackServer server;
+
+    // The shared session keeps its connections open; closing them lets the server stop at once.
+    void TearDown() override { sharedNetwork()->clearConnectionCache(); }
+
+    QString workflowPath() const { return QLatin1Char('/') + store->editWorkflow(); }
+
+    void openWithFrame(std::optional<GeneratedFrame> frame)
+    {
+        StoryboardChunk only;
+        only.frame = std::move(frame);
+        open({StoryboardChunk{}, only});
+        store->setServiceURLOverride(server.baseURL());
+    }
+
+    // Every edit job completes at once; result N names the image /edited/N.png.
+    void scriptService(int results)
+    {
+        server.script(QStringLiteral("POST"), workflowPath(),
+                      {reply(R"({"request_id":"e1","status_url":"https://queue.fal.run/q/requests/e1/status",)"
+                             R"("response_url":"https://queue.fal.run/q/requests/e1"})")});
+        server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1/status"),
+                      {reply(R"({"status":"IN_QUEUE","queue_position":2})"), reply(R"({"status":"COMPLETED"})")});
+        QList<ScriptedReply> documents;
+        for (int i = 1; i <= results; ++i) {
+            const QString image = server.url(QStringLiteral("/edited/%1.png").arg(i)).toString();
+            documents << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"),
+                                                          QJsonArray{QJsonObject{{QStringLiteral("url"), image}}}}})
+                                   .toJson(QJsonDocument::Compact));
+            server.serveFile(QStringLiteral("/edited/%1.png").arg(i), png(), "image/png");
+        }
+        server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), documents);
+    }
+
+    static ScriptedReply reply(const QByteArray &body, int status = 200)
+    {
+        ScriptedReply r;
+        r.status = status;
+        r.body = body;
+        return r;
+    }
+
+    static QByteArray png()
+    {
+        QImage image(8, 4, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        return bytes;
+    }
+
+    QList<QJsonObject> submissions() const
+    {
+        QList<QJsonObject> inputs;
+        for (const RecordedRequest &request : server.requests()) {
+            if (request.method == QStringLiteral("POST"))
+                inputs << QJsonDocument::fromJson(request.body).object();
+        }
+        return inputs;
+    }
+
+    void edit(const QString &request) { blockingWait(editFrame(*store, chunk(1).id, request)); }
+};
+
+TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
+{
+    openWithFrame(version(QStringLiteral("generated"), 5));
+    const GeneratedFrame generated = *chunk(1).frame;
+    scriptService(3);
+    QStringList tasks;
+    QObject::connect(store.get(), &ProjectStore::runningTaskChanged, [&] {
+        if (const auto task = store->runningTask())
+            tasks << *task;
+    });
+
+    edit(QStringLiteral("  make the sky sunset orange\n"));
+    ASSERT_EQ(store->lastError(), std::nullopt);
+    EXPECT_EQ(tasks, (QStringList{QStringLiteral("Editing frame 2"), QStringLiteral("In queue (position 2)")}));
+    EXPECT_EQ(submissions().last(),
+              (QJsonObject{{QStringLiteral("frame_to_edit"), QJsonArray{*generated.remoteURL}},
+                           {QStringLiteral("users_edit_request"), QStringLiteral("make the sky sunset orange")}}));
+    const GeneratedFrame first = *chunk(1).frame;
+    EXPECT_EQ(first.remoteURL, server.url(QStringLiteral("/edited/1.png")).toString());
+    EXPECT_EQ(first.prompt, generated.prompt);
+    EXPECT_EQ(first.editRequest, QStringLiteral("make the sky sunset orange"));
+    EXPECT_EQ(first.review, ReviewChecklist{}) << "a new version starts unchecked";
+    EXPECT_TRUE(QFileInfo::exists(first.localPath));
+    EXPECT_EQ(versionLabel(chunk(1)), QStringLiteral("Version 2"));
+
+    edit(QStringLiteral("fix the sign spelling"));
+    EXPECT_EQ(submissions().last()[QStringLiteral("frame_to_edit")], QJsonArray{*first.remoteURL})
+        << "a later edit starts from the edited picture";
+    EXPECT_EQ(chunk(1).undoStack, (QList<GeneratedFrame>{generated, first}));
+    EXPECT_EQ(versionLabel(chunk(1)), QStringLiteral("Version 3"));
+
+    undoFrame(*store, chunk(1).id);
+    undoFrame(*store, chunk(1).id);
+    EXPECT_EQ(chunk(1).frame, generated);
+    EXPECT_TRUE(chunk(1).isAccepted()) << "undoing the edits brings back the accepted version";
+    EXPECT_EQ(versionLabel(chunk(1)), QStringLiteral("Version 1 · 2 redo"));
+
+    edit(QStringLiteral("add rain"));
+    EXPECT_EQ(submissions().last()[QStringLiteral("frame_to_edit")], QJsonArray{*generated.remoteURL});
+    EXPECT_EQ(chunk(1).undoStack, QList<GeneratedFrame>{generated});
+    EXPECT_TRUE(chunk(1).redoStack.isEmpty());
+    EXPECT_EQ(chunk(1).frame->editRequest, QStringLiteral("add rain"));
+    EXPECT_EQ(submissions().size(), 3);
+    EXPECT_EQ(store->runningTask(), std::nullopt);
+}
+
+struct RefusedCase {
+    friend void PrintTo(const RefusedCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    bool hasFrame;
+    bool hasRemoteURL;
+    const char *request;
+    std::optional<QString> error;
+};
+
+const RefusedCase refusedCases[] = {
+    {"blank request", true, true, " \n\t ", std::nullopt},
+    {"frame without a remote URL", true, false, "make it blue", noEditSourceMessage},
+    {"no frame", false, false, "make it blue", noEditSourceMessage},
+};
+
+class EditRefused : public FrameEditing, public testing::WithParamInterface<RefusedCase> {};
+
+TEST_P(EditRefused, SendsNothing)
+{
+    const RefusedCase &c = GetParam();
+    std::optional<GeneratedFrame> frame;
+    if (c.hasFrame) {
+        frame = version(QStringLiteral("g"));
+        if (!c.hasRemoteURL)
+            frame->remoteURL = QString();
+    }
+    openWithFrame(frame);
+    scriptService(1);
+    const Project before = store->project();
+
+    edit(QString::fromUtf8(c.request));
+
+    EXPECT_EQ(store->lastError(), c.error);
+    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_EQ(store->project(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameEditing, EditRefused, testing::ValuesIn(refusedCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+TEST_F(FrameEditing, AFailedEditLeavesTheHistoryAsItWas)
+{
+    openWithFrame(version(QStringLiteral("g"), 3));
+    store->editProject([](Project &project) { project.chunks[1].undoStack << version(QStringLiteral("earlier")); });
+    const Project before = store->project();
+
+    scriptService(1);
+    server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), {reply(R"({"images":[]})")});
+    edit(QStringLiteral("make it blue"));
+    EXPECT_EQ(store->lastError(), QStringLiteral("No image was returned."));
+    EXPECT_EQ(store->project(), before);
+
+    server.script(QStringLiteral("POST"), workflowPath(), {reply(R"({"detail":"busy"})", 503)});
+    edit(QStringLiteral("make it blue"));
+    ASSERT_TRUE(store->lastError());
+    EXPECT_TRUE(store->lastError()->startsWith(QStringLiteral("Generation error 503"))) << store->lastError()->toStdString();
+    EXPECT_EQ(store->project(), before);
+}
+
+} // namespace

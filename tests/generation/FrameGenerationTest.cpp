@@ -1,1 +1,382 @@
+// Element and frame generation against a real HTTP server on loopback: what each job is sent,
+// what the user sees while it runs, which files land where, how a new frame enters a chunk's
+// history, and where a failure leaves the project.
+
+#include "generation/FrameGeneration.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+#include "support/LoopbackServer.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+
 #include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace quillvane::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString elementPath = QStringLiteral("/workflows/brackenfold/element-image");
+const QString framePath = QStringLiteral("/workflows/brackenfold/lyric-video-frames-character");
+const QString statusPath = QStringLiteral("/queue/job-1/status");
+const QString resultPath = QStringLiteral("/queue/job-1");
+
+ScriptedReply reply(const QByteArray &body, int status = 200)
+{
+    ScriptedReply r;
+    r.status = status;
+    r.body = body;
+    return r;
+}
+
+const ScriptedReply accepted = reply(R"({"request_id":"job-1","status_url":"https://queue.fal.run/queue/job-1/status",)"
+                                     R"("response_url":"https://queue.fal.run/queue/job-1"})");
+const ScriptedReply refused = reply(R"({"detail":"overloaded"})", 500);
+
+QByteArray png(Qt::GlobalColor colour)
+{
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+PlanElement element(const QString &id, std::optional<QString> url = std::nullopt)
+{
+    PlanElement e;
+    e.id = id;
+    e.imageRemoteURL = url;
+    return e;
+}
+
+StoryboardChunk chunk(qint64 index, QStringList elements = {QStringLiteral("sign")})
+{
+    StoryboardChunk c;
+    c.index = index;
+    c.chunkNumber = index + 1;
+    c.renderedText = QStringLiteral("Line %1").arg(index + 1);
+    c.elementIdsUsed = elements;
+    return c;
+}
+
+class FrameGenerationTest : public testing::Test {
+protected:
+    LoopbackServer server;
+    TempLibrary temp;
+    std::unique_ptr<ProjectStore> store;
+
+    // The shared session keeps its connections open; closing them lets the server stop at once.
+    void TearDown() override { sharedNetwork()->clearConnectionCache(); }
+
+    void open(const Project &project)
+    {
+        StoreOptions options;
+        options.generationPollInterval = 1ms;
+        store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{}, options);
+        store->setServiceURLOverride(server.baseURL());
+    }
+    // Serves /img/<name>.png for each name and returns, in turn, a result naming each.
+    QList<ScriptedReply> serveImages(const QStringList &names)
+    {
+        QList<ScriptedReply> results;
+        for (const QString &name : names) {
+            server.serveFile(QStringLiteral("/img/%1.png").arg(name), png(Qt::red), "image/png");
+            const QJsonObject image{{QStringLiteral("url"), imageURL(name)}};
+            results << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"), QJsonArray{image}}})
+                                 .toJson(QJsonDocument::Compact));
+        }
+        return results;
+    }
+    // Every job completes at the first poll; its results name the images in turn.
+    void scriptJobs(const QString &workflow, const QList<ScriptedReply> &submits, const QStringList &images)
+    {
+        server.script(QStringLiteral("POST"), workflow, submits);
+        server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
+        server.script(QStringLiteral("GET"), resultPath, serveImages(images));
+    }
+    QString imageURL(const QString &name) const { return server.url(QStringLiteral("/img/%1.png").arg(name)).toString(); }
+    const PlanElement &planElement(qsizetype i) const { return store->project().plan->elements.at(i); }
+};
+
+Project projectWithPlan(const QList<PlanElement> &elements, const QList<StoryboardChunk> &chunks = {})
+{
+    Project project;
+    StoryboardPlan plan;
+    plan.elements = elements;
+    plan.rawJSON = QStringLiteral(R"({"shots":[]})");
+    plan.ideogramStylePreset = QStringLiteral("POP_ART");
+    project.plan = plan;
+    project.chunks = chunks;
+    return project;
+}
+
+// --- prompt and references ------------------------------------------------------------------
+
+struct PromptCase {
+    friend void PrintTo(const PromptCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    QString surface;
+    QString continuity;
+    std::optional<CharacterReference> character;
+    QString expected;
+};
+
+const QString moodAndText = QStringLiteral(
+    "Vivid, analog, expressive. Medium: Hand-painted marker on physical surfaces. The exact text \"City lights are "
+    "burning low\" is physically present on ");
+
+const PromptCase promptCases[] = {
+    {"defaults", {}, {}, std::nullopt,
+     moodAndText + QStringLiteral("a believable physical surface in the scene, spelled correctly and clearly legible. "
+                                  "Palette: Acid & Coral.")},
+    {"surface and continuity", QStringLiteral("a wet brick wall"), QStringLiteral("Same red jacket throughout."),
+     std::nullopt,
+     moodAndText + QStringLiteral("a wet brick wall, spelled correctly and clearly legible. Continuity: Same red jacket "
+                                  "throughout. Palette: Acid & Coral.")},
+    {"character with notes", {}, {}, CharacterReference{{}, QStringLiteral("Rae"), QStringLiteral("Short green hair."), {}},
+     moodAndText + QStringLiteral("a believable physical surface in the scene, spelled correctly and clearly legible. "
+                                  "Featuring Rae, consistent with the provided reference. Short green hair. Palette: "
+                                  "Acid & Coral.")},
+    {"character without notes", {}, {}, CharacterReference{{}, QStringLiteral("Rae"), {}, {}},
+     moodAndText + QStringLiteral("a believable physical surface in the scene, spelled correctly and clearly legible. "
+                                  "Featuring Rae, consistent with the provided reference. Palette: Acid & Coral.")},
+};
+
+class FramePrompt : public testing::TestWithParam<PromptCase> {};
+
+TEST_P(FramePrompt, ReadsAsSentences)
+{
+    StoryboardChunk c;
+    c.renderedText = QStringLiteral("City lights are burning low");
+    c.surface = GetParam().surface;
+    c.imagePrompt = QStringLiteral("never part of the composition");
+    StyleGuidance style;
+    style.continuityNotes = GetParam().continuity;
+    const auto &character = GetParam().character;
+    EXPECT_EQ(composeFramePrompt(c, style, character ? &*character : nullptr), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameGeneration, FramePrompt, testing::ValuesIn(promptCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEachOnce)
+{
+    TempLibrary temp;
+    const QString jacket = temp.path(QStringLiteral("jacket.png"));
+    const QString face = temp.path(QStringLiteral("face.png"));
+    QImage(30, 10, QImage::Format_RGB32).save(jacket);
+    QImage image(10, 30, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    image.save(face);
+
+    Project project = projectWithPlan({element(QStringLiteral("a"), QStringLiteral("https://fal.media/a.png")),
+                                       element(QStringLiteral("b")),
+                                       element(QStringLiteral("c"), QStringLiteral("https://fal.media/c.png")),
+                                       element(QStringLiteral("c"), QStringLiteral("https://fal.media/later.png"))});
+    CharacterReference rae{{}, QStringLiteral("Rae"), {}, {jacket, temp.path(QStringLiteral("missing.png")), face}};
+    CharacterReference twin{{}, QStringLiteral("Twin"), {}, {face}};
+    project.characters = {rae, twin};
+    StoryboardChunk c = chunk(0, {QStringLiteral("c"), QStringLiteral("ghost"), QStringLiteral("b"),
+                                  QStringLiteral("a"), QStringLiteral("c")});
+
+    const QStringList urls = referenceImageURLs(project, c);
+    ASSERT_EQ(urls.size(), 4) << urls.join(QLatin1Char('\n')).left(300).toStdString();
+    EXPECT_EQ(urls[0], QStringLiteral("https://fal.media/c.png"));
+    EXPECT_EQ(urls[1], QStringLiteral("https://fal.media/a.png"));
+    EXPECT_EQ(urls[2], imageDataURL(jacket).value_or(QString()));
+    EXPECT_EQ(urls[3], imageDataURL(face).value_or(QString()));
+    EXPECT_TRUE(urls[2].startsWith(QStringLiteral("data:image/jpeg;base64,")));
+
+    project.plan.reset();
+    project.characters.clear();
+    EXPECT_TRUE(referenceImageURLs(project, c).isEmpty());
+}
+
+// --- elements --------------------------------------------------------------------------------
+
+TEST_F(FrameGenerationTest, RendersOnlyPendingElementsLabelledByTheirPlaceInThePlan)
+{
+    const QString slashed = QStringLiteral("neon/sign 2");
+    open(projectWithPlan({element(QStringLiteral("e1"), QStringLiteral("https://fal.media/1.png")), element(slashed),
+                          element(QStringLiteral("e3"), QStringLiteral("https://fal.media/3.png")),
+                          element(QStringLiteral("e4"), QStringLiteral("https://fal.media/4.png")),
+                          element(QStringLiteral("e5")),
+                          element(QStringLiteral("e6"), QStringLiteral("https://fal.media/6.png"))}));
+    scriptJobs(elementPath, {accepted}, {QStringLiteral("second"), QStringLiteral("fifth")});
+    QStringList labels;
+    QObject::connect(store.get(), &ProjectStore::runningTaskChanged,
+                     [&] { labels << store->runningTask().value_or(QStringLiteral("(none)")); });
+
+    blockingWait(startRenderElements(*store));
+
+    EXPECT_EQ(store->lastError(), std::nullopt);
+    EXPECT_EQ(labels, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 2/6: neon/sign 2"),
+                                   QStringLiteral("Rendering element 5/6: e5"), QStringLiteral("(none)")}));
+    const QList<RecordedRequest> requests = server.requests();
+    ASSERT_FALSE(requests.isEmpty());
+    EXPECT_EQ(requests[0].body, QByteArray(R"({"element_id":"neon/sign 2","shot_plan":"{\"shots\":[]}"})"));
+
+    const QString file = store->media().elementImagePath(slashed);
+    EXPECT_TRUE(file.endsWith(QStringLiteral("/elements/neon-sign_2.png")));
+    EXPECT_EQ(planElement(1).imageRemoteURL, imageURL(QStringLiteral("second")));
+    EXPECT_EQ(planElement(1).imageLocalPath, file);
+    EXPECT_EQ(readFile(file), png(Qt::red));
+    EXPECT_EQ(planElement(4).imageRemoteURL, imageURL(QStringLiteral("fifth")));
+    EXPECT_EQ(planElement(0).imageRemoteURL, QStringLiteral("https://fal.media/1.png"));
+
+    // Nothing pending any more: a second call starts no task and sends nothing.
+    labels.clear();
+    const int sent = server.requests().size();
+    blockingWait(startRenderElements(*store));
+    EXPECT_TRUE(labels.isEmpty());
+    EXPECT_EQ(server.requests().size(), sent);
+}
+
+TEST_F(FrameGenerationTest, AFailedElementKeepsTheEarlierOnesAndLeavesTheRestPending)
+{
+    open(projectWithPlan({element(QStringLiteral("a")), element(QStringLiteral("b")), element(QStringLiteral("c")),
+                          element(QStringLiteral("d"))}));
+    scriptJobs(elementPath, {accepted, accepted, refused}, {QStringLiteral("a"), QStringLiteral("b")});
+
+    blockingWait(startRenderElements(*store));
+
+    EXPECT_TRUE(store->lastError().has_value());
+    EXPECT_EQ(store->runningTask(), std::nullopt);
+    EXPECT_EQ(planElement(0).imageRemoteURL, imageURL(QStringLiteral("a")));
+    EXPECT_EQ(planElement(1).imageRemoteURL, imageURL(QStringLiteral("b")));
+    EXPECT_EQ(planElement(2).imageRemoteURL, std::nullopt);
+    EXPECT_EQ(planElement(3).imageRemoteURL, std::nullopt);
+    EXPECT_EQ(server.count(QStringLiteral("POST"), elementPath), 3);
+}
+
+// --- frames ----------------------------------------------------------------------------------
+
+TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBeforeIt)
+{
+    StoryboardChunk first = chunk(0);
+    first.imagePrompt = QStringLiteral("A neon sign in the rain");
+    first.redoStack = {GeneratedFrame{}};
+    open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
+    scriptJobs(framePath, {accepted}, {QStringLiteral("v1"), QStringLiteral("v2"), QStringLiteral("v3")});
+
+    QList<QUuid> made;
+    for (int i = 0; i < 3; ++i) {
+        blockingWait(startGenerateFrame(*store, first.id));
+        ASSERT_EQ(store->lastError(), std::nullopt);
+        const GeneratedFrame &frame = *store->project().chunks[0].frame;
+        made << frame.id;
+        EXPECT_EQ(frame.localPath, store->media().framePath(first.id, frame.id));
+        EXPECT_TRUE(frame.localPath.endsWith(QStringLiteral("/frames/%1_%2.png")
+                                                 .arg(uuidText(first.id), uuidText(frame.id))));
+        EXPECT_EQ(readFile(frame.localPath), png(Qt::red));
+        EXPECT_EQ(frame.remoteURL, imageURL(QStringLiteral("v%1").arg(i + 1)));
+        EXPECT_EQ(frame.prompt, first.imagePrompt);
+        EXPECT_EQ(frame.review, ReviewChecklist{});
+    }
+
+    const StoryboardChunk &after = store->project().chunks[0];
+    ASSERT_EQ(after.undoStack.size(), 2);
+    EXPECT_EQ(after.undoStack[0].id, made[0]);
+    EXPECT_EQ(after.undoStack[1].id, made[1]);
+    EXPECT_TRUE(after.redoStack.isEmpty());
+    EXPECT_TRUE(QFile::exists(after.undoStack[0].localPath)) << "earlier versions stay on disk";
+
+    const QJsonObject sent = QJsonDocument::fromJson(server.requests()[0].body).object();
+    EXPECT_EQ(sent.value(QStringLiteral("image_prompt")).toString(), first.imagePrompt);
+    EXPECT_EQ(sent.value(QStringLiteral("style_preset")).toString(), QStringLiteral("POP_ART"));
+    EXPECT_EQ(sent.value(QStringLiteral("reference_image_urls")).toArray(),
+              QJsonArray{QStringLiteral("https://fal.media/sign.png")});
+}
+
+TEST_F(FrameGenerationTest, AFrameWithoutReferencesSaysSoAndSendsNothing)
+{
+    open(projectWithPlan({element(QStringLiteral("sign"))}, {chunk(0), chunk(1)}));
+    QStringList labels;
+    QObject::connect(store.get(), &ProjectStore::runningTaskChanged, [&] { labels << QStringLiteral("changed"); });
+
+    blockingWait(startGenerateFrame(*store, store->project().chunks[1].id));
+
+    EXPECT_EQ(store->lastError(), QStringLiteral("Frame 2 has no reference image yet. Render the storyboard elements "
+                                                 "first, or mark the character as in-frame."));
+    EXPECT_TRUE(labels.isEmpty()) << "no task starts";
+    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_FALSE(store->project().chunks[1].frame);
+}
+
+struct BatchCase {
+    friend void PrintTo(const BatchCase &c, std::ostream *os) { *os << c.name; }
+    const char *name;
+    QList<ScriptedReply> frameSubmits;
+    bool thirdHasReferences;
+    int jobs;           // frame jobs sent
+    QList<bool> framed; // per chunk afterwards
+    bool fails;
+    QString error;      // the exact text, when it is fixed
+};
+
+const BatchCase batchCases[] = {
+    {"all succeed", {accepted}, true, 3, {true, true, true, true}, false, {}},
+    {"a failed job ends the batch", {accepted, refused}, true, 2, {true, true, false, false}, true, {}},
+    {"a frame without references ends the batch", {accepted}, false, 1, {true, true, false, false}, true,
+     QStringLiteral("Frame 3 has no reference image yet. Render the storyboard elements first, or mark the "
+                    "character as in-frame.")},
+};
+
+class FrameBatch : public FrameGenerationTest, public testing::WithParamInterface<BatchCase> {};
+
+TEST_P(FrameBatch, RendersPendingElementsThenFramesOneAtATime)
+{
+    const BatchCase &c = GetParam();
+    StoryboardChunk framed = chunk(1);
+    framed.frame = GeneratedFrame{};
+    open(projectWithPlan({element(QStringLiteral("sign"))},
+                         {chunk(0), framed, chunk(2, c.thirdHasReferences ? QStringList{QStringLiteral("sign")}
+                                                                          : QStringList{}),
+                          chunk(3)}));
+    // The element job and the frame jobs share one queue path, so results go out in turn.
+    server.script(QStringLiteral("POST"), elementPath, {accepted});
+    server.script(QStringLiteral("POST"), framePath, c.frameSubmits);
+    server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
+    const QStringList images = {QStringLiteral("sign"), QStringLiteral("f1"), QStringLiteral("f2"), QStringLiteral("f3")};
+    server.script(QStringLiteral("GET"), resultPath, serveImages(images));
+
+    blockingWait(startGenerateMissingFrames(*store));
+
+    EXPECT_EQ(planElement(0).imageRemoteURL, imageURL(QStringLiteral("sign")));
+    EXPECT_EQ(server.count(QStringLiteral("POST"), framePath), c.jobs);
+    const auto &chunks = store->project().chunks;
+    for (qsizetype i = 0; i < c.framed.size(); ++i)
+        EXPECT_EQ(chunks[i].frame.has_value(), c.framed[i]) << "chunk " << i;
+    EXPECT_EQ(chunks[1].frame, framed.frame) << "a framed chunk is left alone";
+    EXPECT_EQ(store->lastError().has_value(), c.fails);
+    if (!c.error.isEmpty()) {
+        EXPECT_EQ(store->lastError(), c.error);
+    }
+
+    // One at a time: each frame's image is fetched before the next job is submitted.
+    const QList<RecordedRequest> requests = server.requests();
+    QList<int> submits, downloads;
+    for (int i = 0; i < requests.size(); ++i) {
+        if (requests[i].path == framePath)
+            submits << i;
+        else if (requests[i].path.startsWith(QStringLiteral("/img/f")))
+            downloads << i;
+    }
+    for (qsizetype i = 1; i < submits.size(); ++i) {
+        ASSERT_GE(downloads.size(), i);
+        EXPECT_LT(downloads[i - 1], submits[i]);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameGeneration, FrameBatch, testing::ValuesIn(batchCases),
+                         [](const auto &info) { return testName(info.param.name); });
+
+} // namespace
