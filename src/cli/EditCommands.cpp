@@ -98,7 +98,7 @@ QCoro::Task<int> edit(CommandContext context)
     co_return 0;
 }
 
-template <void (*move)(ProjectStore &, const QUuid &)>
+template <void (*move)(ProjectStore &, QUuid)>
 QCoro::Task<int> step(CommandContext context)
 {
     const qint64 number = frameNumber(context.args);

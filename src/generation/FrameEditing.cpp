@@ -115,12 +115,12 @@ QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request)
     co_await running;
 }
 
-void undoFrame(ProjectStore &store, const QUuid &chunkID)
+void undoFrame(ProjectStore &store, QUuid chunkID)
 {
     moveVersion(store, chunkID, &undo);
 }
 
-void redoFrame(ProjectStore &store, const QUuid &chunkID)
+void redoFrame(ProjectStore &store, QUuid chunkID)
 {
     moveVersion(store, chunkID, &redo);
 }

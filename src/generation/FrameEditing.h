@@ -36,7 +36,7 @@ QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request);
 
 // undo or redo on the chunk with that id, then updatedAt is touched (also when no chunk
 // matched or there was nothing to move). All or nothing, like every project change.
-void undoFrame(ProjectStore &store, const QUuid &chunkID);
-void redoFrame(ProjectStore &store, const QUuid &chunkID);
+void undoFrame(ProjectStore &store, QUuid chunkID);
+void redoFrame(ProjectStore &store, QUuid chunkID);
 
 } // namespace quillvane

@@ -68,7 +68,7 @@ bool value(const ReviewChecklist &review, ReviewCheck check)
     return field(copy, check);
 }
 
-void setReviewCheck(ProjectStore &store, const QUuid &chunkID, ReviewCheck check, bool value)
+void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value)
 {
     Project changed = store.project();
     for (StoryboardChunk &chunk : changed.chunks) {

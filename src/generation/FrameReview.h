@@ -30,7 +30,7 @@ bool value(const ReviewChecklist &review, ReviewCheck check);
 // Ticks or unticks one check on the current frame of the chunk with that id (the undo and redo
 // stacks keep theirs), then touches updatedAt, also when no chunk or no frame matched.
 // All or nothing, like every project change.
-void setReviewCheck(ProjectStore &store, const QUuid &chunkID, ReviewCheck check, bool value);
+void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value);
 
 // "Accepted", else "N/5 checks".
 QString reviewSummary(const ReviewChecklist &review);

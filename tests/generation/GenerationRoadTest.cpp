@@ -120,9 +120,13 @@ TEST(GenerationRoad, PlanElementsFramesEditUndoAndReviewToAccepted)
     EXPECT_EQ(store.project().chunks.first().frame, generated);
     EXPECT_EQ(store.project().chunks.first().redoStack.size(), 1);
 
-    for (const StoryboardChunk &chunk : store.project().chunks) {
+    // Ids, not references into the project: every check replaces the project.
+    QList<QUuid> chunkIDs;
+    for (const StoryboardChunk &chunk : store.project().chunks)
+        chunkIDs.append(chunk.id);
+    for (const QUuid &id : chunkIDs) {
         for (const ReviewCheck check : allReviewChecks)
-            setReviewCheck(store, chunk.id, check, true);
+            setReviewCheck(store, id, check, true);
     }
     EXPECT_TRUE(store.project().allChunksAccepted());
     EXPECT_EQ(stageStatus(store.project(), PipelineStage::frames), StageStatus::complete);
