@@ -55,4 +55,13 @@ ParsedArgs parseArgs(const QStringList &arguments, const QList<OptionSpec> &spec
     return parsed;
 }
 
+qint64 countingNumber(const QString &text, const QString &problem)
+{
+    bool ok = false;
+    const qint64 number = text.toLongLong(&ok);
+    if (!ok || number < 1)
+        throw UsageError(problem);
+    return number;
+}
+
 } // namespace quillvane::cli

@@ -44,4 +44,8 @@ struct ParsedArgs {
 // value, or a non-repeatable option given twice.
 ParsedArgs parseArgs(const QStringList &arguments, const QList<OptionSpec> &specs);
 
+// A number the user counts with (frames, segments): a whole number from 1. Anything else
+// throws UsageError with `problem`.
+qint64 countingNumber(const QString &text, const QString &problem);
+
 } // namespace quillvane::cli

@@ -95,11 +95,7 @@ QString segmentLine(qsizetype number, const TranscriptSegment &segment)
 
 qsizetype segmentIndex(const ParsedArgs &args)
 {
-    bool ok = false;
-    const qsizetype number = args.positional.first().toLongLong(&ok);
-    if (!ok || number < 1)
-        throw UsageError(QStringLiteral("INDEX must be a segment number from 1"));
-    return number - 1;
+    return countingNumber(args.positional.first(), QStringLiteral("INDEX must be a segment number from 1")) - 1;
 }
 
 std::optional<double> segmentEnd(const ParsedArgs &args)

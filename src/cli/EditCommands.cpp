@@ -14,11 +14,7 @@ namespace {
 
 qint64 frameNumber(const ParsedArgs &args)
 {
-    bool ok = false;
-    const qint64 number = args.positional.first().toLongLong(&ok);
-    if (!ok || number < 1)
-        throw UsageError(QStringLiteral("N must be a frame number from 1"));
-    return number;
+    return countingNumber(args.positional.first(), QStringLiteral("N must be a frame number from 1"));
 }
 
 const StoryboardChunk &chunkNumbered(const ProjectStore &store, qint64 number)

@@ -16,11 +16,7 @@ std::optional<qint64> chunkNumberArgument(const ParsedArgs &args)
     const auto text = args.value(QStringLiteral("chunk"));
     if (!text)
         return std::nullopt;
-    bool ok = false;
-    const qint64 number = text->toLongLong(&ok);
-    if (!ok || number < 1)
-        throw UsageError(QStringLiteral("--chunk needs a frame number from 1"));
-    return number;
+    return countingNumber(*text, QStringLiteral("--chunk needs a frame number from 1"));
 }
 
 QString frameLine(const StoryboardChunk &chunk)

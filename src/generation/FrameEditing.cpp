@@ -53,17 +53,9 @@ QCoro::Task<> runEdit(ProjectStore &store, QUuid chunkID, QString sourceURL, QSt
     FalClient client = makeGenerationClient(store);
     const QJsonObject input{{QStringLiteral("frame_to_edit"), QJsonArray{sourceURL}},
                             {QStringLiteral("users_edit_request"), request}};
-    auto submitting = client.submit(store.editWorkflow(), input);
-    const SubmitResponse submission = co_await submitting;
-    auto waiting = client.awaitCompletion(submission, queueProgress(store), cancel);
-    co_await waiting;
-    auto fetching = client.fetchResult(submission.responseURL);
-    const QJsonObject result = co_await fetching;
-    cancel.throwIfCancelled();
-    const std::optional<QString> imageURL = FalClient::findImageURL(result);
-    if (!imageURL)
-        throw FalError::noImageInResponse();
-    auto applying = applyNewFrame(store, client, chunkID, *imageURL, prompt, request);
+    auto job = runImageJob(store, client, store.editWorkflow(), input, cancel);
+    const QString imageURL = co_await job;
+    auto applying = applyNewFrame(store, client, chunkID, imageURL, prompt, request);
     co_await applying;
 }
 

@@ -38,18 +38,10 @@ QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString promp
                                QStringList references, CancelToken cancel)
 {
     FalClient client = makeGenerationClient(store);
-    auto submitted = client.submit(store.services().config.frameWorkflow,
-                                   FalClient::frameInput(prompt, preset, references));
-    const SubmitResponse submission = co_await submitted;
-    auto completion = client.awaitCompletion(submission, queueProgress(store), cancel);
-    co_await completion;
-    auto fetched = client.fetchResult(submission.responseURL);
-    const QJsonObject result = co_await fetched;
-    cancel.throwIfCancelled();
-    const std::optional<QString> imageURL = FalClient::findImageURL(result);
-    if (!imageURL)
-        throw FalError::noImageInResponse();
-    auto applied = applyNewFrame(store, client, chunkID, *imageURL, prompt, std::nullopt);
+    auto job = runImageJob(store, client, store.services().config.frameWorkflow,
+                           FalClient::frameInput(prompt, preset, references), cancel);
+    const QString imageURL = co_await job;
+    auto applied = applyNewFrame(store, client, chunkID, imageURL, prompt, std::nullopt);
     co_await applied;
 }
 
@@ -195,6 +187,22 @@ QCoro::Task<> startGenerateMissingFrames(ProjectStore &store)
         if (store.lastError())
             co_return;
     }
+}
+
+QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString workflow, QJsonObject input,
+                                 CancelToken cancel)
+{
+    auto submitting = client.submit(workflow, input);
+    const SubmitResponse submission = co_await submitting;
+    auto waiting = client.awaitCompletion(submission, queueProgress(store), cancel);
+    co_await waiting;
+    auto fetching = client.fetchResult(submission.responseURL);
+    const QJsonObject result = co_await fetching;
+    cancel.throwIfCancelled();
+    const std::optional<QString> imageURL = FalClient::findImageURL(result);
+    if (!imageURL)
+        throw FalError::noImageInResponse();
+    co_return *imageURL;
 }
 
 QCoro::Task<> applyNewFrame(ProjectStore &store, FalClient &client, QUuid chunkID, QString imageURL, QString prompt,

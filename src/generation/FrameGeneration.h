@@ -36,6 +36,12 @@ QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID);
 // another, stopping at the first operation that leaves lastError set.
 QCoro::Task<> startGenerateMissingFrames(ProjectStore &store);
 
+// Runs one image job on the service (submit, wait with the queue position shown, fetch the
+// result) and returns the URL of the image it made; no image fails with noImageInResponse.
+// Shared by frame generation and editing.
+QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString workflow, QJsonObject input,
+                                 CancelToken cancel);
+
 // Downloads the image into the project's frames folder and makes it the chunk's current
 // frame: a fresh frame with every review check off, the previous frame pushed onto the undo
 // stack, the redo stack emptied, updatedAt set. Shared by generation and editing.

@@ -4,7 +4,6 @@
 #include "support/LoopbackServer.h"
 
 #include <QFile>
-#include <QImage>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
@@ -12,25 +11,13 @@
 using namespace quillvane;
 using quillvane::test::CliHome;
 using quillvane::test::CliResult;
-
-namespace {
-
-test::ScriptedReply reply(const QByteArray &body)
-{
-    test::ScriptedReply r;
-    r.body = body;
-    return r;
-}
-
-} // namespace
+using quillvane::test::reply;
 
 TEST(CliPlan, PlansTheStoryboardAndReportsWhatItMade)
 {
     CliHome home;
     const QString image = home.path(QStringLiteral("rae.png"));
-    QImage picture(16, 16, QImage::Format_RGB32);
-    picture.fill(Qt::blue);
-    ASSERT_TRUE(picture.save(image));
+    test::writeFile(image, test::png(Qt::blue));
     Project project;
     project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights are burning low"), 0, 4}};
     home.library().save(project);
@@ -67,9 +54,7 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
 {
     CliHome home;
     const QString image = home.path(QStringLiteral("rae.png"));
-    QImage picture(16, 16, QImage::Format_RGB32);
-    picture.fill(Qt::blue);
-    ASSERT_TRUE(picture.save(image));
+    test::writeFile(image, test::png(Qt::blue));
     Project project;
     project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4},
                           {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8}};

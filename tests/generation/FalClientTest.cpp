@@ -30,15 +30,6 @@ namespace {
 
 const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
 
-ScriptedReply reply(const QByteArray &body, int status = 200, std::chrono::milliseconds delay = 0ms)
-{
-    ScriptedReply r;
-    r.status = status;
-    r.body = body;
-    r.delay = delay;
-    return r;
-}
-
 // How a call ended: a generation error, another error the user sees, or a cancellation.
 struct Outcome {
     std::optional<FalError> falError;

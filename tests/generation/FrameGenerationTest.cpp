@@ -26,28 +26,9 @@ const QString framePath = QStringLiteral("/workflows/brackenfold/lyric-video-fra
 const QString statusPath = QStringLiteral("/queue/job-1/status");
 const QString resultPath = QStringLiteral("/queue/job-1");
 
-ScriptedReply reply(const QByteArray &body, int status = 200)
-{
-    ScriptedReply r;
-    r.status = status;
-    r.body = body;
-    return r;
-}
-
 const ScriptedReply accepted = reply(R"({"request_id":"job-1","status_url":"https://queue.fal.run/queue/job-1/status",)"
                                      R"("response_url":"https://queue.fal.run/queue/job-1"})");
 const ScriptedReply refused = reply(R"({"detail":"overloaded"})", 500);
-
-QByteArray png(Qt::GlobalColor colour)
-{
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
 
 PlanElement element(const QString &id, std::optional<QString> url = std::nullopt)
 {

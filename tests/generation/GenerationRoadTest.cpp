@@ -22,26 +22,10 @@ using namespace quillvane;
 using namespace std::chrono_literals;
 using test::LoopbackServer;
 using test::ScriptedReply;
+using test::png;
+using test::reply;
 
 namespace {
-
-ScriptedReply reply(const QByteArray &body)
-{
-    ScriptedReply r;
-    r.body = body;
-    return r;
-}
-
-QByteArray png(Qt::GlobalColor colour)
-{
-    QImage image(16, 9, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
 
 const QByteArray plannerAnswer =
     R"({"output":"```json\n{\"artDirectionStatement\":\"wet brick at dusk\",\"ideogramStylePreset\":\"POP_ART\",)"

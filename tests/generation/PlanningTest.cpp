@@ -24,13 +24,6 @@ namespace {
 const QString plannerPath = QStringLiteral("/workflows/brackenfold/lyric-video-planner-character");
 const QString queuePath = QStringLiteral("/queue/requests/plan-1");
 
-ScriptedReply reply(const QByteArray &body)
-{
-    ScriptedReply r;
-    r.body = body;
-    return r;
-}
-
 TranscriptSegment segment(const char *text, double start, double end)
 {
     return {QUuid::createUuid(), QString::fromUtf8(text), start, end};

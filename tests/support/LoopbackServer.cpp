@@ -1,5 +1,8 @@
 #include "support/LoopbackServer.h"
 
+#include <QBuffer>
+#include <QImage>
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wall"
 #pragma GCC diagnostic ignored "-Wextra"
@@ -162,6 +165,26 @@ int LoopbackServer::count(const QString &method, const QString &path) const
     return int(std::count_if(m_state->requests.cbegin(), m_state->requests.cend(), [&](const RecordedRequest &r) {
         return r.method == method.toUpper() && r.path == path;
     }));
+}
+
+ScriptedReply reply(const QByteArray &body, int status, std::chrono::milliseconds delay)
+{
+    ScriptedReply r;
+    r.status = status;
+    r.body = body;
+    r.delay = delay;
+    return r;
+}
+
+QByteArray png(Qt::GlobalColor colour)
+{
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
 }
 
 } // namespace quillvane::test

@@ -6,6 +6,7 @@
 // recorded so a test can check method, path, query, headers and body.
 
 #include <QByteArray>
+#include <Qt>
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -30,6 +31,12 @@ struct ScriptedReply {
     QByteArray contentType = "application/json";
     std::chrono::milliseconds delay{0};
 };
+
+// A reply with this body (JSON unless the content type is changed), status and delay.
+ScriptedReply reply(const QByteArray &body, int status = 200, std::chrono::milliseconds delay = {});
+
+// A small solid-colour PNG, as the service serves generated images.
+QByteArray png(Qt::GlobalColor colour);
 
 class LoopbackServer {
 public:
