@@ -4,6 +4,8 @@
 #include "cli/Command.h"
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
+#include "media/FfmpegMotionRenderer.h"
+#include "media/FfmpegVideoExporter.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -58,7 +60,7 @@ QList<OptionSpec> globalOptions()
 QList<Command> allCommands()
 {
     return projectCommands() + audioCommands() + characterCommands() + planCommands() + frameCommands()
-        + editCommands();
+        + editCommands() + mediaCommands();
 }
 
 QString optionLines(const QList<OptionSpec> &options)
@@ -127,6 +129,8 @@ PipelineServices defaultServices()
 {
     PipelineServices services;
     services.transcriber = makeDefaultTranscriber();
+    services.motion = std::make_shared<FfmpegMotionRenderer>(1920, 1080);
+    services.exporter = std::make_shared<FfmpegVideoExporter>();
     return services;
 }
 

@@ -56,5 +56,6 @@ QList<Command> audioCommands();
 QList<Command> planCommands();
 QList<Command> frameCommands();
 QList<Command> editCommands();
+QList<Command> mediaCommands();
 
 } // namespace quillvane::cli

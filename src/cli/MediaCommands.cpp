@@ -1,0 +1,177 @@
+// Commands of the last two stages: the motion settings, the motion run and the export.
+
+#include "cli/Command.h"
+#include "media/MediaErrors.h"
+#include "media/MediaRuns.h"
+#include "media/MotionGeometry.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonObject>
+
+#include <cmath>
+
+namespace quillvane::cli {
+
+namespace {
+
+std::optional<double> finiteOption(const ParsedArgs &args, const QString &name, const QString &problem)
+{
+    const std::optional<QString> text = args.value(name);
+    if (!text)
+        return std::nullopt;
+    bool ok = false;
+    const double number = text->toDouble(&ok);
+    if (!ok || !std::isfinite(number))
+        throw UsageError(problem);
+    return number;
+}
+
+// The motion settings with the command's options applied; throws UsageError.
+DepthFlowSettings requestedMotion(const ParsedArgs &args, DepthFlowSettings settings)
+{
+    if (const auto intensity = finiteOption(args, QStringLiteral("intensity"), QStringLiteral("--intensity needs a number")))
+        settings.intensity = *intensity;
+    if (const auto zoom = finiteOption(args, QStringLiteral("zoom"), QStringLiteral("--zoom needs a number")))
+        settings.zoom = *zoom;
+    if (const auto duration = finiteOption(args, QStringLiteral("duration"),
+                                           QStringLiteral("--duration needs a length in seconds")))
+        settings.durationSeconds = *duration;
+    if (const auto fps = args.value(QStringLiteral("fps"))) {
+        bool ok = false;
+        settings.fps = fps->toLongLong(&ok);
+        if (!ok)
+            throw UsageError(QStringLiteral("--fps needs a whole number of frames per second"));
+    }
+    if (const auto loop = args.value(QStringLiteral("loop"))) {
+        if (*loop != QLatin1String("true") && *loop != QLatin1String("false"))
+            throw UsageError(QStringLiteral("--loop needs true or false"));
+        settings.loop = *loop == QLatin1String("true");
+    }
+    try {
+        clipTiming(settings);
+    } catch (const MotionError &error) {
+        throw UsageError(QStringLiteral("--duration and --fps give more frames than a clip can hold"));
+    }
+    return settings;
+}
+
+void checkMotionSettings(const ParsedArgs &args)
+{
+    requestedMotion(args, {});
+}
+
+QCoro::Task<int> motionSettings(CommandContext context)
+{
+    const DepthFlowSettings settings = requestedMotion(context.args, context.store.project().motion);
+    context.store.editProject([&settings](Project &project) { project.motion = settings; });
+    if (context.globals.json) {
+        context.out.json({{QStringLiteral("intensity"), settings.intensity},
+                          {QStringLiteral("zoom"), settings.zoom},
+                          {QStringLiteral("durationSeconds"), settings.durationSeconds},
+                          {QStringLiteral("fps"), settings.fps},
+                          {QStringLiteral("loop"), settings.loop}});
+    } else {
+        context.out.line(QStringLiteral("intensity %1, zoom %2, %3 s at %4 fps, loop %5")
+                             .arg(settings.intensity)
+                             .arg(settings.zoom)
+                             .arg(settings.durationSeconds)
+                             .arg(settings.fps)
+                             .arg(settings.loop ? QStringLiteral("on") : QStringLiteral("off")));
+    }
+    co_return 0;
+}
+
+QCoro::Task<int> motion(CommandContext context)
+{
+    co_await startRenderMotion(context.store);
+    if (context.store.lastError())
+        co_return 1;
+    qsizetype clips = 0;
+    for (const StoryboardChunk &chunk : context.store.project().chunks)
+        clips += chunk.isAccepted() && chunk.frame->motionClipPath ? 1 : 0;
+    const QString folder = context.store.media().clipsFolder();
+    if (context.globals.json)
+        context.out.json({{QStringLiteral("clips"), clips}, {QStringLiteral("folder"), folder}});
+    else
+        context.out.line(QStringLiteral("%1 %2 in %3").arg(clips).arg(clips == 1 ? QStringLiteral("clip") : QStringLiteral("clips"), folder));
+    co_return 0;
+}
+
+// The export settings with the command's options applied; throws UsageError.
+ExportSettings requestedExport(const ParsedArgs &args, ExportSettings settings)
+{
+    if (const auto text = args.value(QStringLiteral("resolution"))) {
+        const auto resolution = exportResolutionFromText(*text);
+        if (!resolution)
+            throw UsageError(QStringLiteral("--resolution needs 720p, 1080p, 1440p or 4K"));
+        settings.resolution = *resolution;
+    }
+    if (const auto text = args.value(QStringLiteral("container"))) {
+        if (*text == QLatin1String("mp4"))
+            settings.container = ExportContainer::mp4;
+        else if (*text == QLatin1String("mov"))
+            settings.container = ExportContainer::mov;
+        else
+            throw UsageError(QStringLiteral("--container needs mp4 or mov"));
+    }
+    if (args.has(QStringLiteral("no-audio")) && args.has(QStringLiteral("audio")))
+        throw UsageError(QStringLiteral("give --audio or --no-audio, not both"));
+    if (args.has(QStringLiteral("no-audio")))
+        settings.includeOriginalAudio = false;
+    if (args.has(QStringLiteral("audio")))
+        settings.includeOriginalAudio = true;
+    if (const auto folder = args.value(QStringLiteral("to"))) {
+        if (folder->isEmpty())
+            throw UsageError(QStringLiteral("--to needs a folder"));
+        settings.destinationFolder = QDir::cleanPath(QFileInfo(*folder).absoluteFilePath());
+    }
+    return settings;
+}
+
+void checkExport(const ParsedArgs &args)
+{
+    requestedExport(args, {});
+}
+
+QCoro::Task<int> exportVideo(CommandContext context)
+{
+    const ExportSettings settings = requestedExport(context.args, context.store.project().exportSettings);
+    context.store.editProject([&settings](Project &project) { project.exportSettings = settings; });
+    const std::optional<QString> path = co_await startExportVideo(context.store);
+    if (!path || context.store.lastError())
+        co_return 1;
+    if (context.globals.json)
+        context.out.json({{QStringLiteral("path"), *path}});
+    else
+        context.out.line(*path);
+    co_return 0;
+}
+
+} // namespace
+
+QList<Command> mediaCommands()
+{
+    return {
+        {QStringLiteral("motion-settings"),
+         QStringLiteral("[--intensity X] [--zoom Z] [--duration S] [--fps N] [--loop true|false]"),
+         QStringLiteral("change the parallax motion of the clips"),
+         {{QStringLiteral("intensity"), QStringLiteral("X"), QStringLiteral("strength of the enlargement and drift")},
+          {QStringLiteral("zoom"), QStringLiteral("Z"), QStringLiteral("extra enlargement reached at the clip's end")},
+          {QStringLiteral("duration"), QStringLiteral("S"), QStringLiteral("clip length in seconds")},
+          {QStringLiteral("fps"), QStringLiteral("N"), QStringLiteral("frames per second")},
+          {QStringLiteral("loop"), QStringLiteral("true|false"), QStringLiteral("whether clips loop")}},
+         0, 0, motionSettings, checkMotionSettings},
+        {QStringLiteral("motion"), {}, QStringLiteral("render a motion clip for every accepted frame"), {}, 0, 0, motion},
+        {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--to DIR]"),
+         QStringLiteral("export the video (renders clips still missing first) and print its path"),
+         {{QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
+          {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
+          {QStringLiteral("no-audio"), {}, QStringLiteral("leave the track's audio out")},
+          {QStringLiteral("audio"), {}, QStringLiteral("put the track's audio back in")},
+          {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to write the video into")}},
+         0, 0, exportVideo, checkExport},
+    };
+}
+
+} // namespace quillvane::cli

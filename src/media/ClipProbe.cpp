@@ -1,0 +1,107 @@
+#include "media/ClipProbe.h"
+
+#include "audio/FfmpegHandles.h"
+#include "media/MediaErrors.h"
+#include "media/VideoEncoding.h"
+
+#include <QFileInfo>
+
+#include <cmath>
+#include <numeric>
+
+namespace quillvane {
+
+std::optional<ClipInfo> probeClip(const QString &path)
+{
+    const auto unreadable = [&] {
+        return ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
+    };
+    AVFormatContext *raw = nullptr;
+    if (avformat_open_input(&raw, encoding::fileName(path).constData(), nullptr, nullptr) < 0)
+        throw unreadable();
+    const ffmpeg::InputFile input(raw);
+    if (avformat_find_stream_info(raw, nullptr) < 0)
+        throw unreadable();
+    const int index = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (index < 0)
+        return std::nullopt;
+    const AVStream *stream = raw->streams[index];
+    const AVCodecParameters *codec = stream->codecpar;
+
+    ClipInfo clip;
+    clip.path = path;
+    clip.width = codec->width;
+    clip.height = codec->height;
+    clip.codecID = codec->codec_id;
+    clip.pixelFormat = codec->format;
+    clip.parameterSets = QByteArray(reinterpret_cast<const char *>(codec->extradata), codec->extradata_size);
+    clip.timeBase = stream->time_base;
+    clip.frameRate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+    if (stream->duration != AV_NOPTS_VALUE && stream->duration > 0)
+        clip.duration = stream->duration;
+    else if (raw->duration != AV_NOPTS_VALUE && raw->duration > 0)
+        clip.duration = av_rescale_q(raw->duration, AV_TIME_BASE_Q, stream->time_base);
+    if (clip.width <= 0 || clip.height <= 0 || clip.timeBase.num <= 0 || clip.timeBase.den <= 0)
+        throw unreadable();
+    if (clip.duration <= 0) {
+        // A container that does not say how long it runs: the end of its last frame.
+        const ffmpeg::Packet packet(av_packet_alloc());
+        while (packet && av_read_frame(raw, packet.get()) >= 0) {
+            if (packet->stream_index == index && packet->pts != AV_NOPTS_VALUE)
+                clip.duration = std::max(clip.duration, packet->pts + std::max<int64_t>(packet->duration, 1));
+            av_packet_unref(packet.get());
+        }
+    }
+    return clip;
+}
+
+Size exportBox(ExportResolution resolution)
+{
+    switch (resolution) {
+    case ExportResolution::p720:
+        return {1280, 720};
+    case ExportResolution::p1080:
+    case ExportResolution::p1440:
+        return {1920, 1080};
+    case ExportResolution::p2160:
+        return {3840, 2160};
+    }
+    return {1920, 1080};
+}
+
+Size fitInside(Size source, Size box)
+{
+    const double scale = std::min(double(box.width) / source.width, double(box.height) / source.height);
+    const auto even = [](double length) { return std::max(2, 2 * int(std::lround(length / 2))); };
+    return {std::min(box.width, even(source.width * scale)), std::min(box.height, even(source.height * scale))};
+}
+
+AVRational commonTimeBase(const QList<ClipInfo> &clips)
+{
+    int64_t scale = 1;
+    for (const ClipInfo &clip : clips) {
+        // A time base n/d holds its stamps exactly in 1/d.
+        scale = std::lcm(scale, int64_t(clip.timeBase.den));
+        if (scale > std::numeric_limits<int>::max())
+            return AVRational{1, 90000};
+    }
+    if (clips.size() == 1 || std::all_of(clips.begin(), clips.end(), [&](const ClipInfo &clip) {
+            return av_cmp_q(clip.timeBase, clips.front().timeBase) == 0;
+        }))
+        return clips.front().timeBase;
+    return AVRational{1, int(scale)};
+}
+
+bool canCopyVideo(const QList<ClipInfo> &clips, Size output)
+{
+    if (clips.isEmpty())
+        return false;
+    const ClipInfo &first = clips.front();
+    return std::all_of(clips.begin(), clips.end(), [&](const ClipInfo &clip) {
+        return clip.codecID == AV_CODEC_ID_H264 && clip.pixelFormat == AV_PIX_FMT_YUV420P
+            && Size{clip.width, clip.height} == output && clip.parameterSets == first.parameterSets
+            && !clip.parameterSets.isEmpty() && av_cmp_q(clip.timeBase, first.timeBase) == 0;
+    });
+}
+
+} // namespace quillvane

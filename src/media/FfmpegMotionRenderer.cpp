@@ -1,0 +1,298 @@
+#include "media/FfmpegMotionRenderer.h"
+
+#include "media/MediaErrors.h"
+#include "media/MotionGeometry.h"
+#include "media/OffThread.h"
+#include "media/Resampler.h"
+#include "media/StillImage.h"
+#include "media/VideoEncoding.h"
+
+#include <QFile>
+
+#include <array>
+#include <condition_variable>
+#include <exception>
+#include <limits>
+#include <mutex>
+#include <thread>
+
+namespace quillvane {
+
+namespace {
+
+using namespace ffmpeg;
+
+// The near-black teal that shows wherever the picture does not reach.
+const YuvColour fillColour = yuvFromRgb(0.01, 0.06, 0.06);
+
+// Draws the frames of one clip into Y'CbCr 4:2:0 frame buffers.
+class FrameDrawer {
+public:
+    FrameDrawer(const PreparedStill &still, int width, int height, const DepthFlowSettings &settings, qint64 frameCount)
+        : m_still(still)
+        , m_width(width)
+        , m_height(height)
+        , m_settings(settings)
+        , m_frameCount(frameCount)
+    {
+    }
+
+    void draw(qint64 k, AVFrame *frame)
+    {
+        const StillPlacement place = placeStill(k, m_frameCount, m_width, m_height, m_still.width, m_still.height,
+                                                m_settings);
+        const double top = place.top(m_height);
+        const auto axis = [](int count, double firstCentre, double spacing, double start, double length,
+                             int sourceLength, double sourceUnits) {
+            return axisWeights({count, firstCentre, spacing, start, length, sourceLength, sourceUnits});
+        };
+        const AxisWeights lumaColumns = axis(m_width, 0.5, 1, place.x0, place.width, m_still.width, m_still.width);
+        const AxisWeights lumaRows = axis(m_height, 0.5, 1, top, place.height, m_still.height, m_still.height);
+        resampleRows(m_still.luma, lumaColumns, lumaRows, m_still.fill.y, frame->data[0], frame->linesize[0], 0,
+                     m_height, m_scratch);
+
+        // Chroma samples sit on the even luma columns and between the luma rows (MPEG-2
+        // siting, what decoders assume when a stream does not say).
+        const FloatPlane &blue = m_still.blueDifference;
+        const AxisWeights chromaColumns
+            = axis(m_width / 2, 0.5, 2, place.x0, place.width, blue.width, m_still.width / 2.0);
+        const AxisWeights chromaRows = axis(m_height / 2, 1, 2, top, place.height, blue.height, m_still.height / 2.0);
+        resampleRows(blue, chromaColumns, chromaRows, m_still.fill.cb, frame->data[1], frame->linesize[1], 0,
+                     m_height / 2, m_scratch);
+        resampleRows(m_still.redDifference, chromaColumns, chromaRows, m_still.fill.cr, frame->data[2],
+                     frame->linesize[2], 0, m_height / 2, m_scratch);
+    }
+
+private:
+    const PreparedStill &m_still;
+    const int m_width;
+    const int m_height;
+    const DepthFlowSettings m_settings;
+    const qint64 m_frameCount;
+    std::vector<float> m_scratch;
+};
+
+// The clip's muxer and encoder; removes a half-written file unless finished.
+class ClipWriter {
+public:
+    ClipWriter(const QString &path, int width, int height, int fps)
+        : m_path(path)
+    {
+        const QByteArray name = encoding::fileName(path);
+        AVFormatContext *raw = nullptr;
+        if (avformat_alloc_output_context2(&raw, nullptr, "mov", name.constData()) < 0)
+            throw MotionError::writerSetupFailed();
+        m_output.reset(raw);
+        m_encoder = encoding::openVideoEncoder(width, height, AVRational{1, fps}, AVRational{fps, 1}, true);
+        if (!m_encoder)
+            throw MotionError::writerSetupFailed();
+        m_stream = avformat_new_stream(m_output.get(), nullptr);
+        if (!m_stream || avcodec_parameters_from_context(m_stream->codecpar, m_encoder.get()) < 0)
+            throw MotionError::writerSetupFailed();
+        m_stream->time_base = m_encoder->time_base;
+        m_stream->avg_frame_rate = AVRational{fps, 1};
+        if (avio_open(&m_output->pb, name.constData(), AVIO_FLAG_WRITE) < 0)
+            throw MotionError::writerSetupFailed();
+        m_opened = true;
+        if (avformat_write_header(m_output.get(), nullptr) < 0)
+            throw MotionError::writerSetupFailed();
+        m_packet.reset(av_packet_alloc());
+        if (!m_packet)
+            throw MotionError::writerSetupFailed();
+    }
+
+    ~ClipWriter()
+    {
+        if (m_opened && !m_finished) {
+            m_output.reset();
+            QFile::remove(m_path);
+        }
+    }
+
+    AVCodecContext *encoder() const { return m_encoder.get(); }
+
+    // A null frame drains the encoder.
+    void encode(const AVFrame *frame)
+    {
+        int status = avcodec_send_frame(m_encoder.get(), frame);
+        while (status >= 0) {
+            status = avcodec_receive_packet(m_encoder.get(), m_packet.get());
+            if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
+                return;
+            if (status < 0)
+                break;
+            av_packet_rescale_ts(m_packet.get(), m_encoder->time_base, m_stream->time_base);
+            m_packet->stream_index = m_stream->index;
+            status = av_interleaved_write_frame(m_output.get(), m_packet.get());
+        }
+        throw failure(status);
+    }
+
+    void finish()
+    {
+        encode(nullptr);
+        const int status = av_write_trailer(m_output.get());
+        if (status < 0 || avio_closep(&m_output->pb) < 0)
+            throw failure(status);
+        m_finished = true;
+    }
+
+private:
+    Error failure(int status) const
+    {
+        return Error(QStringLiteral("Could not write the motion clip %1: %2.").arg(m_path, encoding::errorText(status)));
+    }
+
+    QString m_path;
+    OutputFile m_output;
+    Codec m_encoder;
+    AVStream *m_stream = nullptr;
+    Packet m_packet;
+    bool m_opened = false;
+    bool m_finished = false;
+};
+
+// Draws the frames on a thread of its own, a couple of frames ahead of the encoder, so
+// drawing overlaps the time the calling thread waits for the encoder to take a frame.
+class DrawingAhead {
+public:
+    DrawingAhead(FrameDrawer &drawer, int width, int height, qint64 frameCount, const CancelToken &cancel)
+        : m_drawer(drawer)
+        , m_frameCount(frameCount)
+        , m_cancel(cancel)
+    {
+        for (Frame &frame : m_frames) {
+            frame.reset(av_frame_alloc());
+            if (!frame)
+                throw MotionError::pixelBufferFailed();
+            frame->format = AV_PIX_FMT_YUV420P;
+            frame->width = width;
+            frame->height = height;
+            if (av_frame_get_buffer(frame.get(), 0) < 0)
+                throw MotionError::pixelBufferFailed();
+        }
+        m_thread = std::thread([this] { drawAll(); });
+    }
+
+    ~DrawingAhead()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_stopping = true;
+        }
+        m_changed.notify_all();
+        m_thread.join();
+    }
+
+    // Frame k, drawn; valid until the next call. Throws what drawing threw.
+    AVFrame *next(qint64 k)
+    {
+        std::unique_lock lock(m_mutex);
+        if (k > 0) {
+            ++m_consumed; // the previous frame's buffer is free again
+            m_changed.notify_all();
+        }
+        m_changed.wait(lock, [&] { return m_drawn > k || m_failure; });
+        if (m_failure)
+            std::rethrow_exception(m_failure);
+        return m_frames[size_t(k % ahead)].get();
+    }
+
+private:
+    static constexpr qint64 ahead = 3;
+
+    void drawAll()
+    {
+        try {
+            for (qint64 k = 0; k < m_frameCount; ++k) {
+                {
+                    std::unique_lock lock(m_mutex);
+                    m_changed.wait(lock, [&] { return m_stopping || k - m_consumed < ahead; });
+                    if (m_stopping)
+                        return;
+                }
+                m_cancel.throwIfCancelled();
+                AVFrame *frame = m_frames[size_t(k % ahead)].get();
+                // The encoder may still hold a reference; then a fresh buffer is drawn into.
+                if (av_frame_make_writable(frame) < 0)
+                    throw MotionError::pixelBufferFailed();
+                m_drawer.draw(k, frame);
+                frame->pts = k;
+                {
+                    const std::lock_guard lock(m_mutex);
+                    m_drawn = k + 1;
+                }
+                m_changed.notify_all();
+            }
+        } catch (...) {
+            {
+                const std::lock_guard lock(m_mutex);
+                m_failure = std::current_exception();
+            }
+            m_changed.notify_all();
+        }
+    }
+
+    FrameDrawer &m_drawer;
+    const qint64 m_frameCount;
+    const CancelToken m_cancel;
+    std::array<Frame, ahead> m_frames;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    qint64 m_drawn = 0;
+    qint64 m_consumed = 0;
+    bool m_stopping = false;
+    std::exception_ptr m_failure;
+    std::thread m_thread;
+};
+
+} // namespace
+
+FfmpegMotionRenderer::FfmpegMotionRenderer(qint64 width, qint64 height)
+    : m_width(width)
+    , m_height(height)
+{
+}
+
+QCoro::Task<> FfmpegMotionRenderer::render(QString imagePath, DepthFlowSettings settings, QString outputPath,
+                                           std::function<void(double)> onProgress, CancelToken cancel)
+{
+    auto rendering = onWorkerThread([this, imagePath, settings, outputPath, onProgress, cancel] {
+        renderNow(imagePath, settings, outputPath, onProgress, cancel);
+    });
+    co_await rendering;
+}
+
+void FfmpegMotionRenderer::renderNow(const QString &imagePath, const DepthFlowSettings &settings,
+                                     const QString &outputPath, const std::function<void(double)> &onProgress,
+                                     const CancelToken &cancel) const
+{
+    const std::optional<QImage> image = loadStill(imagePath);
+    if (!image)
+        throw MotionError::cannotLoadImage(imagePath);
+    const ClipTiming timing = clipTiming(settings);
+    if (m_width <= 0 || m_height <= 0 || m_width > std::numeric_limits<int>::max() / 4
+        || m_height > std::numeric_limits<int>::max() / 4)
+        throw MotionError::writerSetupFailed();
+    const int width = int(m_width);
+    const int height = int(m_height);
+
+    QFile::remove(outputPath);
+    ensureParentFolder(outputPath);
+    ClipWriter writer(outputPath, width, height, timing.fps);
+
+    const PreparedStill still = prepareStill(*image, fillColour);
+    FrameDrawer drawer(still, width, height, settings, timing.frameCount);
+    DrawingAhead frames(drawer, width, height, timing.frameCount, cancel);
+    for (qint64 k = 0; k < timing.frameCount; ++k) {
+        cancel.throwIfCancelled();
+        writer.encode(frames.next(k));
+        if (onProgress)
+            onProgress(double(k) / double(timing.frameCount));
+    }
+    writer.finish();
+    if (onProgress)
+        onProgress(1.0);
+}
+
+} // namespace quillvane

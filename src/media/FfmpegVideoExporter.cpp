@@ -1,0 +1,320 @@
+#include "media/FfmpegVideoExporter.h"
+
+#include "audio/FfmpegClip.h"
+#include "media/ClipProbe.h"
+#include "media/ExportMuxer.h"
+#include "media/MediaErrors.h"
+#include "media/OffThread.h"
+#include "media/VideoEncoding.h"
+
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+extern "C" {
+#include <libswscale/swscale.h>
+}
+
+#include <chrono>
+#include <map>
+#include <cstring>
+#include <memory>
+
+namespace quillvane {
+
+namespace {
+
+using namespace ffmpeg;
+
+// Reports the share of the video written, at most every 200 ms.
+class ProgressReporter {
+public:
+    ProgressReporter(const std::function<void(double)> &onProgress, double totalSeconds)
+        : m_onProgress(onProgress)
+        , m_total(totalSeconds)
+    {
+    }
+
+    void at(double seconds)
+    {
+        const auto now = std::chrono::steady_clock::now();
+        if (!m_onProgress || now - m_last < std::chrono::milliseconds(200))
+            return;
+        m_last = now;
+        m_onProgress(m_total > 0 ? std::clamp(seconds / m_total, 0.0, 1.0) : 0.0);
+    }
+
+private:
+    const std::function<void(double)> &m_onProgress;
+    const double m_total;
+    std::chrono::steady_clock::time_point m_last{};
+};
+
+InputFile openClip(const QString &path, int &videoIndex)
+{
+    AVFormatContext *raw = nullptr;
+    if (avformat_open_input(&raw, encoding::fileName(path).constData(), nullptr, nullptr) < 0)
+        throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
+    InputFile input(raw);
+    if (avformat_find_stream_info(raw, nullptr) < 0
+        || (videoIndex = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)) < 0)
+        throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
+    return input;
+}
+
+// Frames of clips whose size or encoding differ from the output: decoded, scaled to fit the
+// output (centred on black when the aspect differs) and encoded afresh.
+class Transcoder {
+public:
+    Transcoder(Codec encoder, ExportMuxer &muxer)
+        : m_encoder(std::move(encoder))
+        , m_muxer(muxer)
+        , m_decoded(av_frame_alloc())
+        , m_scaled(av_frame_alloc())
+        , m_packet(av_packet_alloc())
+    {
+        if (!m_decoded || !m_scaled || !m_packet)
+            throw ExportError::sessionSetupFailed();
+        m_scaled->format = AV_PIX_FMT_YUV420P;
+        m_scaled->width = m_encoder->width;
+        m_scaled->height = m_encoder->height;
+        if (av_frame_get_buffer(m_scaled.get(), 0) < 0)
+            throw ExportError::sessionSetupFailed();
+    }
+
+    ~Transcoder() { sws_freeContext(m_scaler); }
+
+    // Decodes one clip and encodes its frames at offset (in the output's time base).
+    void addClip(const ClipInfo &clip, int64_t offset, ProgressReporter &progress, const CancelToken &cancel)
+    {
+        int index = -1;
+        const InputFile input = openClip(clip.path, index);
+        const AVStream *stream = input->streams[index];
+        const AVCodec *codec = avcodec_find_decoder(stream->codecpar->codec_id);
+        Codec decoder(codec ? avcodec_alloc_context3(codec) : nullptr);
+        if (!decoder || avcodec_parameters_to_context(decoder.get(), stream->codecpar) < 0)
+            throw ExportError::exportFailed(QStringLiteral("could not decode the clip %1.").arg(clip.path));
+        decoder->pkt_timebase = stream->time_base;
+        decoder->thread_count = 0;
+        if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
+            throw ExportError::exportFailed(QStringLiteral("could not decode the clip %1.").arg(clip.path));
+
+        const Packet packet(av_packet_alloc());
+        if (!packet)
+            throw ExportError::sessionSetupFailed();
+        const auto drain = [&] {
+            while (avcodec_receive_frame(decoder.get(), m_decoded.get()) == 0) {
+                encodeDecoded(stream->time_base, offset);
+                progress.at(m_muxer.videoSeconds());
+                av_frame_unref(m_decoded.get());
+            }
+        };
+        while (av_read_frame(input.get(), packet.get()) >= 0) {
+            cancel.throwIfCancelled();
+            if (packet->stream_index == index && avcodec_send_packet(decoder.get(), packet.get()) < 0) {
+                av_packet_unref(packet.get());
+                throw ExportError::exportFailed(QStringLiteral("the clip %1 is damaged.").arg(clip.path));
+            }
+            av_packet_unref(packet.get());
+            drain();
+        }
+        avcodec_send_packet(decoder.get(), nullptr);
+        drain();
+    }
+
+    void finish() { encode(nullptr); }
+
+private:
+    void encodeDecoded(AVRational clipTimeBase, int64_t offset)
+    {
+        AVFrame *source = m_decoded.get();
+        if (av_frame_make_writable(m_scaled.get()) < 0)
+            throw ExportError::exportFailed(QStringLiteral("out of memory."));
+        scaleInto(source);
+        const int64_t stamp = source->best_effort_timestamp == AV_NOPTS_VALUE ? 0 : source->best_effort_timestamp;
+        m_scaled->pts = offset + av_rescale_q(stamp, clipTimeBase, m_encoder->time_base);
+        // The encoder hands packets back in decoding order without their lengths; each gets
+        // the length of the frame it was made from, so the last frame keeps its time.
+        m_durations[m_scaled->pts] = av_rescale_q(source->pkt_duration, clipTimeBase, m_encoder->time_base);
+        encode(m_scaled.get());
+    }
+
+    void scaleInto(const AVFrame *source)
+    {
+        const Size output{m_encoder->width, m_encoder->height};
+        const Size fitted = fitInside({source->width, source->height}, output);
+        m_scaler = sws_getCachedContext(m_scaler, source->width, source->height, AVPixelFormat(source->format),
+                                        fitted.width, fitted.height, AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr,
+                                        nullptr, nullptr);
+        if (!m_scaler)
+            throw ExportError::exportFailed(QStringLiteral("could not scale the clips."));
+        if (!(fitted == output)) {
+            // Black in studio range around a picture of another aspect.
+            const int fills[3] = {16, 128, 128};
+            for (int plane = 0; plane < 3; ++plane) {
+                const int rows = plane == 0 ? output.height : output.height / 2;
+                for (int y = 0; y < rows; ++y)
+                    std::memset(m_scaled->data[plane] + ptrdiff_t(y) * m_scaled->linesize[plane], fills[plane],
+                                size_t(plane == 0 ? output.width : output.width / 2));
+            }
+        }
+        const int left = ((output.width - fitted.width) / 2) & ~1;
+        const int top = ((output.height - fitted.height) / 2) & ~1;
+        uint8_t *planes[3] = {m_scaled->data[0] + ptrdiff_t(top) * m_scaled->linesize[0] + left,
+                              m_scaled->data[1] + ptrdiff_t(top / 2) * m_scaled->linesize[1] + left / 2,
+                              m_scaled->data[2] + ptrdiff_t(top / 2) * m_scaled->linesize[2] + left / 2};
+        sws_scale(m_scaler, source->data, source->linesize, 0, source->height, planes, m_scaled->linesize);
+    }
+
+    void encode(const AVFrame *frame)
+    {
+        int status = avcodec_send_frame(m_encoder.get(), frame);
+        while (status >= 0) {
+            status = avcodec_receive_packet(m_encoder.get(), m_packet.get());
+            if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
+                return;
+            if (status >= 0) {
+                if (const auto length = m_durations.find(m_packet->pts); length != m_durations.end()) {
+                    m_packet->duration = length->second;
+                    m_durations.erase(length);
+                }
+                m_muxer.writeVideo(m_packet.get(), m_encoder->time_base);
+            }
+        }
+        throw ExportError::exportFailed(encoding::errorText(status));
+    }
+
+    Codec m_encoder;
+    ExportMuxer &m_muxer;
+    Frame m_decoded;
+    Frame m_scaled;
+    Packet m_packet;
+    SwsContext *m_scaler = nullptr;
+    std::map<int64_t, int64_t> m_durations; // frame stamp -> length, until its packet is out
+};
+
+// Copies one clip's packets into the output at offset (in the output's time base).
+void copyClip(const ClipInfo &clip, int64_t offset, ExportMuxer &muxer, ProgressReporter &progress,
+              const CancelToken &cancel)
+{
+    int index = -1;
+    const InputFile input = openClip(clip.path, index);
+    const AVRational clipTimeBase = input->streams[index]->time_base;
+    const Packet packet(av_packet_alloc());
+    if (!packet)
+        throw ExportError::sessionSetupFailed();
+    while (av_read_frame(input.get(), packet.get()) >= 0) {
+        cancel.throwIfCancelled();
+        if (packet->stream_index != index) {
+            av_packet_unref(packet.get());
+            continue;
+        }
+        av_packet_rescale_ts(packet.get(), clipTimeBase, muxer.videoTimeBase());
+        if (packet->pts != AV_NOPTS_VALUE)
+            packet->pts += offset;
+        if (packet->dts != AV_NOPTS_VALUE)
+            packet->dts += offset;
+        muxer.writeVideo(packet.get(), muxer.videoTimeBase());
+        progress.at(muxer.videoSeconds());
+    }
+}
+
+// Encodes [0, seconds) of the audio to AAC in a temporary file; nothing when the file holds
+// no audio the decoder can read.
+std::optional<QString> encodeAudio(const QString &audioPath, double seconds, const QTemporaryDir &folder)
+{
+    const QString path = folder.filePath(QStringLiteral("audio.m4a"));
+    if (!(seconds > 0) || !writeAacClip(audioPath, path, 0, seconds))
+        return std::nullopt;
+    return path;
+}
+
+} // namespace
+
+FfmpegVideoExporter::FfmpegVideoExporter(Options options)
+    : m_options(options)
+{
+}
+
+QCoro::Task<QString> FfmpegVideoExporter::exportVideo(QStringList clipPaths, std::optional<QString> audioPath,
+                                                      ExportSettings settings, QString outputPath,
+                                                      std::function<void(double)> onProgress, CancelToken cancel)
+{
+    auto exporting = onWorkerThread([this, clipPaths, audioPath, settings, outputPath, onProgress, cancel] {
+        exportNow(clipPaths, audioPath, settings, outputPath, onProgress, cancel);
+    });
+    co_await exporting;
+    co_return outputPath;
+}
+
+QString FfmpegVideoExporter::exportNow(const QStringList &clipPaths, const std::optional<QString> &audioPath,
+                                       const ExportSettings &settings, const QString &outputPath,
+                                       const std::function<void(double)> &onProgress,
+                                       const CancelToken &cancel) const
+{
+    if (clipPaths.isEmpty())
+        throw ExportError::noClips();
+    // Clips without a video track are passed over; the cursor does not move for them.
+    QList<ClipInfo> clips;
+    for (const QString &path : clipPaths) {
+        cancel.throwIfCancelled();
+        if (std::optional<ClipInfo> clip = probeClip(path))
+            clips.append(std::move(*clip));
+    }
+    if (clips.isEmpty())
+        throw ExportError::noClips();
+
+    const Size output = fitInside({clips.front().width, clips.front().height}, exportBox(settings.resolution));
+    const AVRational timeBase = commonTimeBase(clips);
+    std::vector<int64_t> offsets;
+    int64_t length = 0;
+    for (const ClipInfo &clip : clips) {
+        offsets.push_back(length);
+        length += av_rescale_q(clip.duration, clip.timeBase, timeBase);
+    }
+    const double seconds = double(length) * av_q2d(timeBase);
+    const bool copy = m_options.copyWhenPossible && canCopyVideo(clips, output);
+
+    ProgressReporter progress(onProgress, seconds);
+    progress.at(0);
+    const QTemporaryDir scratch;
+    std::optional<QString> audio;
+    if (audioPath && settings.includeOriginalAudio && QFileInfo(*audioPath).isFile() && scratch.isValid())
+        audio = encodeAudio(*audioPath, seconds, scratch);
+    cancel.throwIfCancelled();
+
+    ExportMuxer muxer(outputPath, settings.container);
+    std::unique_ptr<Transcoder> transcoder;
+    if (copy) {
+        muxer.addCopiedVideo(clips.front(), timeBase);
+    } else {
+        const ClipInfo &first = clips.front();
+        Codec encoder = encoding::openVideoEncoder(output.width, output.height, timeBase, first.frameRate, true);
+        if (!encoder)
+            throw ExportError::sessionSetupFailed();
+        muxer.addEncodedVideo(encoder.get());
+        transcoder = std::make_unique<Transcoder>(std::move(encoder), muxer);
+    }
+    if (audio)
+        muxer.addAudio(*audio);
+    muxer.start();
+
+    for (qsizetype i = 0; i < clips.size(); ++i) {
+        cancel.throwIfCancelled();
+        const int64_t end = offsets[size_t(i)] + av_rescale_q(clips[i].duration, clips[i].timeBase, timeBase);
+        // The audio of this clip's stretch goes in first, so the file stays interleaved.
+        muxer.writeAudioUntil(double(end) * av_q2d(timeBase));
+        if (copy)
+            copyClip(clips[i], offsets[size_t(i)], muxer, progress, cancel);
+        else
+            transcoder->addClip(clips[i], offsets[size_t(i)], progress, cancel);
+    }
+    if (transcoder)
+        transcoder->finish();
+    muxer.writeAudioUntil(seconds + 1);
+    muxer.finish();
+    if (onProgress)
+        onProgress(1.0);
+    return outputPath;
+}
+
+} // namespace quillvane

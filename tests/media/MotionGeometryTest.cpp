@@ -1,0 +1,205 @@
+#include "media/MediaErrors.h"
+#include "media/MotionGeometry.h"
+#include "media/Resampler.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace quillvane {
+namespace {
+
+struct TimingCase {
+    const char *description;
+    double duration;
+    qint64 fps;
+    int expectedFps;
+    qint64 expectedFrames;
+};
+
+class ClipTimingTest : public testing::TestWithParam<TimingCase> {};
+
+TEST_P(ClipTimingTest, CountsFramesAsTheMotionStageDoes)
+{
+    const TimingCase &row = GetParam();
+    DepthFlowSettings settings;
+    settings.durationSeconds = row.duration;
+    settings.fps = row.fps;
+    const ClipTiming timing = clipTiming(settings);
+    EXPECT_EQ(timing.fps, row.expectedFps);
+    EXPECT_EQ(timing.frameCount, row.expectedFrames);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ClipTimingTest,
+                         testing::Values(TimingCase{"defaults", 4.0, 30, 30, 120},
+                                         TimingCase{"cut toward zero", 2.99, 24, 24, 71},
+                                         TimingCase{"tiny duration", 0.001, 30, 30, 1},
+                                         TimingCase{"zero fps is one", 3.0, 0, 1, 3},
+                                         TimingCase{"negative fps is one", 2.5, -5, 1, 2},
+                                         TimingCase{"negative duration", -4.0, 30, 30, 1},
+                                         TimingCase{"largest fps", 1.0, std::numeric_limits<int32_t>::max(),
+                                                    std::numeric_limits<int32_t>::max(),
+                                                    std::numeric_limits<int32_t>::max()}));
+
+TEST(ClipTiming, RefusesWhatNoClipCanHold)
+{
+    const auto refused = [](double duration, qint64 fps) {
+        DepthFlowSettings settings;
+        settings.durationSeconds = duration;
+        settings.fps = fps;
+        try {
+            clipTiming(settings);
+        } catch (const MotionError &error) {
+            return error.kind() == MotionError::Case::settingsOutOfRange;
+        }
+        return false;
+    };
+    EXPECT_TRUE(refused(4.0, qint64(std::numeric_limits<int32_t>::max()) + 1));
+    EXPECT_TRUE(refused(std::numeric_limits<double>::quiet_NaN(), 30));
+    EXPECT_TRUE(refused(std::numeric_limits<double>::infinity(), 30));
+    EXPECT_TRUE(refused(-std::numeric_limits<double>::infinity(), 30));
+    EXPECT_TRUE(refused(1e300, 30));
+    EXPECT_TRUE(refused(9.3e18, 1));
+}
+
+struct PlacementCase {
+    qint64 k;
+    double scale;
+    double width;
+    double height;
+    double x0;
+    double y0;
+};
+
+// The default motion of a 1920x1080 still in a 1920x1080 frame over 120 frames.
+TEST(PlaceStill, FollowsTheWorkedExample)
+{
+    const PlacementCase rows[] = {
+        {0, 1.09, 2092.8, 1177.2, -86.4, -48.6},
+        {60, 1.17175, 2249.76, 1265.49, -136.026, -83.471},
+        {119, 1.252138, 2404.104, 1352.309, -158.04, -109.15},
+    };
+    for (const PlacementCase &row : rows) {
+        SCOPED_TRACE(row.k);
+        const StillPlacement place = placeStill(row.k, 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
+        EXPECT_NEAR(place.scale, row.scale, 1e-6);
+        EXPECT_NEAR(place.width, row.width, 1e-3);
+        EXPECT_NEAR(place.height, row.height, 1e-3);
+        EXPECT_NEAR(place.x0, row.x0, 1e-2);
+        EXPECT_NEAR(place.y0, row.y0, 1e-2);
+    }
+}
+
+TEST(PlaceStill, FitsTheFrameByAspect)
+{
+    DepthFlowSettings still;
+    still.intensity = 0;
+    still.zoom = 0;
+    // Square: fitted to the width, overflowing vertically and centred.
+    StillPlacement square = placeStill(5, 10, 1920, 1080, 1000, 1000, still);
+    EXPECT_DOUBLE_EQ(square.width, 1920);
+    EXPECT_DOUBLE_EQ(square.height, 1920);
+    EXPECT_DOUBLE_EQ(square.x0, 0);
+    EXPECT_DOUBLE_EQ(square.y0, -420);
+    EXPECT_DOUBLE_EQ(square.top(1080), -420);
+    // 21:9: fitted to the height, overflowing horizontally.
+    StillPlacement wide = placeStill(0, 10, 1920, 1080, 2520, 1080, still);
+    EXPECT_DOUBLE_EQ(wide.height, 1080);
+    EXPECT_DOUBLE_EQ(wide.width, 2520);
+    EXPECT_DOUBLE_EQ(wide.x0, -300);
+    // Equal aspect takes the width branch and fills the frame exactly in every frame.
+    for (qint64 k : {0, 9}) {
+        StillPlacement same = placeStill(k, 10, 1920, 1080, 3840, 2160, still);
+        EXPECT_DOUBLE_EQ(same.width, 1920);
+        EXPECT_DOUBLE_EQ(same.height, 1080);
+        EXPECT_DOUBLE_EQ(same.x0, 0);
+        EXPECT_DOUBLE_EQ(same.y0, 0);
+    }
+}
+
+TEST(PlaceStill, TheFirstFrameIsCentredAndEnlargedByIntensityOnly)
+{
+    DepthFlowSettings settings;
+    settings.intensity = 1;
+    settings.zoom = 0.9;
+    const StillPlacement first = placeStill(0, 50, 1920, 1080, 1920, 1080, settings);
+    EXPECT_DOUBLE_EQ(first.scale, 1.18);
+    EXPECT_DOUBLE_EQ(first.x0 + first.width / 2, 960);
+    EXPECT_DOUBLE_EQ(first.y0 + first.height / 2, 540);
+}
+
+// Resampling of one row: source samples 0..n-1 drawn over [start, start + length).
+std::vector<uint8_t> resampleRow(const std::vector<float> &source, int outputWidth, double start, double length,
+                                 float fill)
+{
+    FloatPlane plane{int(source.size()), 1, {}};
+    for (float value : source)
+        plane.samples.push_back(value - fill);
+    const AxisWeights columns
+        = axisWeights({outputWidth, 0.5, 1, start, length, plane.width, double(plane.width)});
+    const AxisWeights rows = axisWeights({1, 0.5, 1, 0, 1, 1, 1});
+    std::vector<uint8_t> out(static_cast<size_t>(outputWidth));
+    std::vector<float> scratch;
+    resampleRows(plane, columns, rows, fill, out.data(), outputWidth, 0, 1, scratch);
+    return out;
+}
+
+TEST(Resampler, DrawnInPlaceAtItsOwnSizeGivesTheSourceBack)
+{
+    std::vector<float> source;
+    for (int i = 0; i < 40; ++i)
+        source.push_back(float((i * 37) % 200 + 20));
+    const std::vector<uint8_t> out = resampleRow(source, 40, 0, 40, 16);
+    for (size_t i = 0; i < source.size(); ++i)
+        EXPECT_EQ(out[i], uint8_t(source[i])) << i;
+}
+
+TEST(Resampler, AFlatPictureStaysFlatAtAnySubPixelPlaceAndScale)
+{
+    const std::vector<float> source(64, 150.0f);
+    for (double start : {-3.25, -0.5, -0.01}) {
+        for (double length : {64.5, 80.0, 130.7}) {
+            const std::vector<uint8_t> out = resampleRow(source, 60, start, length, 16);
+            for (uint8_t value : out)
+                ASSERT_EQ(value, 150) << start << " " << length;
+        }
+    }
+}
+
+TEST(Resampler, EdgesBlendWithTheFillByTheirCoverage)
+{
+    const std::vector<float> source(20, 200.0f);
+    // Drawn over [2.5, 12.5): pixel 2 is half covered, 12 half, 0..1 and 13.. not at all.
+    const std::vector<uint8_t> out = resampleRow(source, 16, 2.5, 10, 100);
+    EXPECT_EQ(out[0], 100);
+    EXPECT_EQ(out[1], 100);
+    EXPECT_EQ(out[2], 150);
+    EXPECT_EQ(out[7], 200);
+    EXPECT_EQ(out[12], 150);
+    EXPECT_EQ(out[15], 100);
+}
+
+TEST(Resampler, ShrinkingAveragesDetailInsteadOfAliasingIt)
+{
+    // One-pixel stripes shrunk four times: a plain point sampler would pick one stripe colour.
+    std::vector<float> source;
+    for (int i = 0; i < 400; ++i)
+        source.push_back(i % 2 ? 220.0f : 20.0f);
+    const std::vector<uint8_t> out = resampleRow(source, 100, 0, 100, 16);
+    for (size_t i = 2; i + 2 < out.size(); ++i)
+        EXPECT_NEAR(out[i], 120, 2) << i;
+}
+
+TEST(Resampler, APictureDrawnWithNoSizeLeavesTheFill)
+{
+    const std::vector<float> source(8, 200.0f);
+    for (double length : {0.0, -5.0, std::numeric_limits<double>::infinity()}) {
+        const std::vector<uint8_t> out = resampleRow(source, 8, 0, length, 16);
+        for (uint8_t value : out)
+            EXPECT_EQ(value, 16) << length;
+    }
+}
+
+} // namespace
+} // namespace quillvane

@@ -1,0 +1,233 @@
+#include "media/FfmpegMotionRenderer.h"
+#include "media/MediaErrors.h"
+#include "media/MotionGeometry.h"
+#include "media/StillImage.h"
+#include "media/MediaFixtures.h"
+#include "media/VideoFacts.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace quillvane {
+namespace {
+
+using test::inspectVideo;
+using test::shortMotion;
+using test::solidStill;
+using test::VideoFacts;
+
+struct ClipCase {
+    const char *description;
+    double duration;
+    qint64 fps;
+    int frames;
+    int timeUnitsPerSecond;
+};
+
+class ClipFormatTest : public testing::TestWithParam<ClipCase> {};
+
+TEST_P(ClipFormatTest, WritesOneH264TrackOfTheRightFramesAtKOverFps)
+{
+    const ClipCase &row = GetParam();
+    QTemporaryDir dir;
+    const QString still = solidStill(dir, QStringLiteral("still.png"), Qt::darkCyan);
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer(64, 36).renderNow(still, shortMotion(row.duration, row.fps), clip, {}, {});
+
+    const VideoFacts facts = inspectVideo(clip);
+    ASSERT_TRUE(facts.opened);
+    EXPECT_EQ(facts.majorBrand, QByteArray("qt  "));
+    EXPECT_EQ(facts.videoStreams, 1);
+    EXPECT_EQ(facts.audioStreams, 0);
+    EXPECT_EQ(facts.videoCodec, QStringLiteral("h264"));
+    EXPECT_EQ(facts.width, 64);
+    EXPECT_EQ(facts.height, 36);
+    ASSERT_EQ(facts.frameTimes.size(), row.frames);
+    for (int k = 0; k < row.frames; ++k)
+        EXPECT_NEAR(facts.frameTimes[k], double(k) / row.timeUnitsPerSecond, 1e-9) << k;
+    EXPECT_NEAR(facts.videoEnd, double(row.frames) / row.timeUnitsPerSecond, 1e-9);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ClipFormatTest,
+                         testing::Values(ClipCase{"cut toward zero", 2.99, 24, 71, 24},
+                                         ClipCase{"tiny duration", 0.001, 30, 1, 30},
+                                         ClipCase{"zero fps", 3.0, 0, 3, 1},
+                                         ClipCase{"sixty fps", 0.5, 60, 30, 60}));
+
+TEST(MotionRenderer, TheDefaultClipIs120FramesOf1920x1080)
+{
+    QTemporaryDir dir;
+    const QString still = solidStill(dir, QStringLiteral("still.png"), Qt::darkMagenta, 1920, 1080);
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer().renderNow(still, DepthFlowSettings{}, clip, {}, {});
+    const VideoFacts facts = inspectVideo(clip);
+    EXPECT_EQ(facts.width, 1920);
+    EXPECT_EQ(facts.height, 1080);
+    EXPECT_EQ(facts.frameTimes.size(), 120);
+    EXPECT_NEAR(facts.videoEnd, 4.0, 1e-9);
+}
+
+// A dark still with bright round marks at known places: where each mark's centre lands in
+// a frame is where the motion says that point of the still goes.
+struct Mark {
+    double x;
+    double y;
+};
+const Mark marks[] = {{480, 270}, {1440, 270}, {960, 540}, {480, 810}, {1440, 810}};
+
+QString markedStill(const QTemporaryDir &dir)
+{
+    QImage image(1920, 1080, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        auto *row = reinterpret_cast<QRgb *>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            double light = 0;
+            for (const Mark &mark : marks) {
+                const double dx = x + 0.5 - mark.x;
+                const double dy = y + 0.5 - mark.y;
+                light += std::exp(-(dx * dx + dy * dy) / (2 * 5.0 * 5.0));
+            }
+            const int level = int(std::lround(20 + 220 * std::min(light, 1.0)));
+            row[x] = qRgb(level, level, level);
+        }
+    }
+    const QString path = dir.filePath(QStringLiteral("marked.png"));
+    image.save(path);
+    return path;
+}
+
+// The brightness-weighted centre of the luma around a place, background taken off.
+std::pair<double, double> centreNear(const test::LumaFrame &frame, double x, double y)
+{
+    double sum = 0;
+    double sumX = 0;
+    double sumY = 0;
+    const int radius = 24;
+    for (int row = int(y) - radius; row <= int(y) + radius; ++row) {
+        for (int column = int(x) - radius; column <= int(x) + radius; ++column) {
+            const double weight = std::max(0, frame.at(column, row) - 60);
+            sum += weight;
+            sumX += weight * (column + 0.5);
+            sumY += weight * (row + 0.5);
+        }
+    }
+    return {sumX / sum, sumY / sum};
+}
+
+TEST(MotionRenderer, PointsOfTheStillLandWhereTheMotionPutsThem)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer().renderNow(markedStill(dir), DepthFlowSettings{}, clip, {}, {});
+    const QList<int> frames{0, 60, 119};
+    const QList<test::LumaFrame> luma = test::lumaFrames(clip, frames);
+    ASSERT_EQ(luma.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        const StillPlacement place = placeStill(frames[i], 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
+        for (const Mark &mark : marks) {
+            const double expectedX = place.x0 + mark.x / 1920 * place.width;
+            const double expectedY = place.top(1080) + mark.y / 1080 * place.height;
+            const auto [x, y] = centreNear(luma[i], expectedX, expectedY);
+            EXPECT_NEAR(x, expectedX, 0.5) << "frame " << frames[i] << " mark " << mark.x << "," << mark.y;
+            EXPECT_NEAR(y, expectedY, 0.5) << "frame " << frames[i] << " mark " << mark.x << "," << mark.y;
+        }
+    }
+}
+
+TEST(MotionRenderer, ShowsTheTealFillWherTheStillIsTransparent)
+{
+    QTemporaryDir dir;
+    const QString still = solidStill(dir, QStringLiteral("clear.png"), Qt::transparent);
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer(64, 36).renderNow(still, shortMotion(1, 2), clip, {}, {});
+    const VideoFacts facts = inspectVideo(clip);
+    ASSERT_FALSE(facts.frameColours.isEmpty());
+    const YuvColour teal = yuvFromRgb(0.01, 0.06, 0.06);
+    EXPECT_NEAR(facts.frameColours[0].y, teal.y, 1.5);
+    EXPECT_NEAR(facts.frameColours[0].cb, teal.cb, 1.5);
+    EXPECT_NEAR(facts.frameColours[0].cr, teal.cr, 1.5);
+}
+
+TEST(MotionRenderer, ReportsEveryFrameThenOne)
+{
+    QTemporaryDir dir;
+    const QString still = solidStill(dir, QStringLiteral("still.png"), Qt::red);
+    QList<double> reported;
+    FfmpegMotionRenderer(64, 36).renderNow(still, shortMotion(1, 4), dir.filePath(QStringLiteral("clip.mov")),
+                                           [&](double p) { reported.append(p); }, {});
+    EXPECT_EQ(reported, (QList<double>{0, 0.25, 0.5, 0.75, 1.0}));
+}
+
+TEST(MotionRenderer, ReplacesAnEarlierClipAndMakesMissingFolders)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("new/clips/clip.mov"));
+    FfmpegMotionRenderer renderer(64, 36);
+    renderer.renderNow(solidStill(dir, QStringLiteral("a.png"), Qt::red), shortMotion(1, 3), clip, {}, {});
+    renderer.renderNow(solidStill(dir, QStringLiteral("b.png"), Qt::blue), shortMotion(1, 5), clip, {}, {});
+    const VideoFacts facts = inspectVideo(clip);
+    EXPECT_EQ(facts.frameTimes.size(), 5);
+    ASSERT_FALSE(facts.frameColours.isEmpty());
+    EXPECT_GT(facts.frameColours[0].cb, 200); // blue
+}
+
+TEST(MotionRenderer, LoadsJpegStills)
+{
+    QTemporaryDir dir;
+    QImage image(64, 36, QImage::Format_RGB32);
+    image.fill(Qt::green);
+    const QString still = dir.filePath(QStringLiteral("still.jpg"));
+    ASSERT_TRUE(image.save(still, "JPEG"));
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer(64, 36).renderNow(still, shortMotion(1, 2), clip, {}, {});
+    EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 2);
+}
+
+TEST(MotionRenderer, FailuresSayWhatWentWrongAndLeaveNoClip)
+{
+    QTemporaryDir dir;
+    const QString notAnImage = dir.filePath(QStringLiteral("frame.png"));
+    test::writeFile(notAnImage, "these are words, not pixels");
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer renderer(64, 36);
+    try {
+        renderer.renderNow(notAnImage, shortMotion(1, 2), clip, {}, {});
+        ADD_FAILURE() << "rendered a text file";
+    } catch (const MotionError &error) {
+        EXPECT_EQ(error.description(), QStringLiteral("Could not load frame image at %1.").arg(notAnImage));
+    }
+    EXPECT_THROW(renderer.renderNow(solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3'000'000'000LL),
+                                    clip, {}, {}),
+                 MotionError);
+    EXPECT_FALSE(QFile::exists(clip));
+
+    // Cancelled after the first frame: the half-written clip goes.
+    CancelToken cancel;
+    EXPECT_THROW(renderer.renderNow(solidStill(dir, QStringLiteral("t.png"), Qt::red), shortMotion(2, 10), clip,
+                                    [&](double) { cancel.cancel(); }, cancel),
+                 Cancelled);
+    EXPECT_FALSE(QFile::exists(clip));
+}
+
+TEST(MotionRenderer, RendersOffTheCallersThread)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    FfmpegMotionRenderer renderer(64, 36);
+    auto rendering = renderer.render(solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3), clip, {}, {});
+    blockingWait(std::move(rendering));
+    EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
+    auto failing = renderer.render(dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3), clip, {}, {});
+    EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
+}
+
+} // namespace
+} // namespace quillvane

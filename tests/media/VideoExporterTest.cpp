@@ -1,0 +1,216 @@
+#include "media/FfmpegVideoExporter.h"
+#include "media/MediaErrors.h"
+#include "media/MediaFixtures.h"
+#include "media/VideoFacts.h"
+#include "store/BlockingWait.h"
+#include "support/Fixtures.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+using namespace test;
+
+// Three 1080p clips of different colours and lengths, made once for the whole suite.
+class VideoExporterTest : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        dir = new QTemporaryDir;
+        red = solidClip(*dir, QStringLiteral("red"), Qt::red, 5);
+        green = solidClip(*dir, QStringLiteral("green"), Qt::green, 3);
+        blue = solidClip(*dir, QStringLiteral("blue"), Qt::blue, 4);
+        song = tone(*dir, 5);
+    }
+    static void TearDownTestSuite() { delete dir; }
+
+    QString exportTo(const QStringList &clips, const ExportSettings &settings, const QString &name,
+                            const std::optional<QString> &audio = std::nullopt, bool copy = true)
+    {
+        const QString output = out.filePath(name);
+        FfmpegVideoExporter({copy}).exportNow(clips, audio, settings, output, {}, {});
+        return output;
+    }
+
+    static inline QTemporaryDir *dir = nullptr;
+    static inline QString red, green, blue, song;
+    QTemporaryDir out;
+};
+
+// Which clip each frame came from, by its colour.
+QString colourRun(const VideoFacts &facts)
+{
+    QString run;
+    for (const MeanColour &colour : facts.frameColours)
+        run += colour.cr > 200 ? QLatin1Char('r') : colour.cb > 200 ? QLatin1Char('b') : QLatin1Char('g');
+    return run;
+}
+
+TEST_F(VideoExporterTest, LaysTheClipsEndToEndInTheGivenOrder)
+{
+    const QString output = exportTo({green, red, blue}, {}, QStringLiteral("video.mp4"));
+    const VideoFacts facts = inspectVideo(output);
+    EXPECT_EQ(colourRun(facts), QStringLiteral("gggrrrrrbbbb"));
+    EXPECT_NEAR(facts.videoEnd, 1.2, 1e-6);
+    ASSERT_EQ(facts.frameTimes.size(), 12);
+    for (int k = 0; k < 12; ++k)
+        EXPECT_NEAR(facts.frameTimes[k], k / 10.0, 1e-6) << k;
+}
+
+TEST_F(VideoExporterTest, CopiedClipsMatchAReEncodeInEverythingButBytes)
+{
+    const QStringList clips{blue, red, green};
+    const VideoFacts copied = inspectVideo(exportTo(clips, {}, QStringLiteral("copied.mp4")));
+    const VideoFacts encoded = inspectVideo(exportTo(clips, {}, QStringLiteral("encoded.mp4"), {}, false));
+    EXPECT_EQ(copied.videoCodec, encoded.videoCodec);
+    EXPECT_EQ(copied.width, encoded.width);
+    EXPECT_EQ(copied.height, encoded.height);
+    EXPECT_EQ(copied.frameTimes, encoded.frameTimes);
+    EXPECT_EQ(copied.videoEnd, encoded.videoEnd);
+    EXPECT_EQ(colourRun(copied), colourRun(encoded));
+    EXPECT_EQ(colourRun(copied), QStringLiteral("bbbbrrrrrggg"));
+    // The copy really is the clips' own pictures.
+    EXPECT_EQ(copied.firstVideoPacket, inspectVideo(blue).firstVideoPacket);
+}
+
+struct ResolutionCase {
+    ExportResolution resolution;
+    int width;
+    int height;
+};
+
+TEST_F(VideoExporterTest, ScalesToFitEachResolutionsBox)
+{
+    const ResolutionCase rows[] = {{ExportResolution::p720, 1280, 720},
+                                   {ExportResolution::p1080, 1920, 1080},
+                                   {ExportResolution::p1440, 1920, 1080},
+                                   {ExportResolution::p2160, 3840, 2160}};
+    for (const ResolutionCase &row : rows) {
+        ExportSettings settings;
+        settings.resolution = row.resolution;
+        const VideoFacts facts = inspectVideo(exportTo({green}, settings, textValue(row.resolution) + QStringLiteral(".mp4")));
+        EXPECT_EQ(facts.width, row.width) << textValue(row.resolution).toStdString();
+        EXPECT_EQ(facts.height, row.height) << textValue(row.resolution).toStdString();
+        EXPECT_EQ(facts.frameTimes.size(), 3);
+        EXPECT_EQ(colourRun(facts), QStringLiteral("ggg"));
+    }
+}
+
+TEST_F(VideoExporterTest, ClipsOfAnotherSizeAreScaledIntoTheFirstClipsFrame)
+{
+    const QString small = solidClip(*dir, QStringLiteral("small"), Qt::red, 2, 640, 360);
+    const QString square = solidClip(*dir, QStringLiteral("square"), Qt::blue, 2, 360, 360);
+    const VideoFacts facts = inspectVideo(exportTo({green, small, square}, {}, QStringLiteral("mixed.mp4")));
+    EXPECT_EQ(facts.width, 1920);
+    EXPECT_EQ(facts.height, 1080);
+    EXPECT_EQ(facts.frameTimes.size(), 7);
+    EXPECT_EQ(colourRun(facts).left(5), QStringLiteral("gggrr"));
+}
+
+TEST_F(VideoExporterTest, TheContainerDecidesTheBrandAndTheIndexComesFirst)
+{
+    ExportSettings mov;
+    mov.container = ExportContainer::mov;
+    const VideoFacts asMov = inspectVideo(exportTo({red}, mov, QStringLiteral("video.mov")));
+    const VideoFacts asMp4 = inspectVideo(exportTo({red}, {}, QStringLiteral("video.mp4")));
+    EXPECT_EQ(asMov.majorBrand, QByteArray("qt  "));
+    EXPECT_EQ(asMp4.majorBrand, QByteArray("isom"));
+    for (const VideoFacts &facts : {asMov, asMp4}) {
+        EXPECT_TRUE(facts.indexAtFront);
+        EXPECT_EQ(facts.videoCodec, QStringLiteral("h264"));
+    }
+}
+
+struct AudioCase {
+    const char *description;
+    double toneSeconds; // 0: no audio file given
+    bool include;
+    bool deleted;
+    int audioStreams;
+    double audioSeconds;
+};
+
+TEST_F(VideoExporterTest, PutsTheOriginalAudioUnderTheVideoOnlyWhenAskedAndThere)
+{
+    const AudioCase rows[] = {
+        {"longer audio is cut at the video's end", 5, true, false, 1, 1.2},
+        {"shorter audio ends early", 0.5, true, false, 1, 0.5},
+        {"audio turned off", 5, false, false, 0, 0},
+        {"audio file deleted", 5, true, true, 0, 0},
+        {"no audio given", 0, true, false, 0, 0},
+    };
+    for (const AudioCase &row : rows) {
+        SCOPED_TRACE(row.description);
+        std::optional<QString> audio;
+        if (row.toneSeconds > 0) {
+            audio = tone(out, row.toneSeconds);
+            if (row.deleted)
+                QFile::remove(*audio);
+        }
+        ExportSettings settings;
+        settings.includeOriginalAudio = row.include;
+        const VideoFacts facts = inspectVideo(exportTo({red, green, blue}, settings, QStringLiteral("a.mp4"), audio));
+        EXPECT_EQ(facts.audioStreams, row.audioStreams);
+        EXPECT_NEAR(facts.audioSeconds, row.audioSeconds, 0.03);
+        EXPECT_EQ(facts.frameTimes.size(), 12);
+    }
+}
+
+TEST_F(VideoExporterTest, ReplacesAnEarlierFileAndCreatesTheFolder)
+{
+    const QString output = out.filePath(QStringLiteral("new/folder/video.mp4"));
+    QDir().mkpath(out.filePath(QStringLiteral("new/folder")));
+    writeFile(output, "an earlier export");
+    FfmpegVideoExporter().exportNow({red}, std::nullopt, {}, output, {}, {});
+    EXPECT_EQ(inspectVideo(output).frameTimes.size(), 5);
+    EXPECT_EQ(QDir(out.filePath(QStringLiteral("new/folder"))).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
+{
+    const auto failure = [&](const QStringList &clips, const QString &output) {
+        try {
+            FfmpegVideoExporter().exportNow(clips, std::nullopt, {}, output, {}, {});
+        } catch (const Error &error) {
+            return error.description();
+        }
+        return QString();
+    };
+    const QString output = out.filePath(QStringLiteral("video.mp4"));
+    EXPECT_EQ(failure({}, output), QStringLiteral("There are no rendered clips to export."));
+    EXPECT_EQ(failure({song}, output), QStringLiteral("There are no rendered clips to export."));
+
+    FfmpegVideoExporter().exportNow({red}, std::nullopt, {}, output, {}, {});
+    const QByteArray earlier = readFile(output);
+    const QString gone = out.filePath(QStringLiteral("gone.mov"));
+    EXPECT_EQ(failure({green, gone}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(gone));
+    EXPECT_EQ(readFile(output), earlier);
+    EXPECT_EQ(QDir(out.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("video.mp4")});
+}
+
+TEST_F(VideoExporterTest, AClipWithoutVideoIsPassedOver)
+{
+    const VideoFacts facts = inspectVideo(exportTo({red, song, blue}, {}, QStringLiteral("video.mp4")));
+    EXPECT_EQ(colourRun(facts), QStringLiteral("rrrrrbbbb"));
+    EXPECT_NEAR(facts.videoEnd, 0.9, 1e-6);
+}
+
+TEST_F(VideoExporterTest, ReportsProgressEndingAtOneOffTheCallersThread)
+{
+    QList<double> reported;
+    FfmpegVideoExporter exporter({false});
+    auto exporting = exporter.exportVideo({red, green}, std::nullopt, {}, out.filePath(QStringLiteral("v.mp4")),
+                                          [&](double p) { reported.append(p); }, {});
+    EXPECT_EQ(blockingWait(std::move(exporting)), out.filePath(QStringLiteral("v.mp4")));
+    ASSERT_FALSE(reported.isEmpty());
+    EXPECT_EQ(reported.front(), 0.0);
+    EXPECT_EQ(reported.back(), 1.0);
+    EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end()));
+}
+
+} // namespace
+} // namespace quillvane
