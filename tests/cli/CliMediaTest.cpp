@@ -1,0 +1,117 @@
+#include "CliHome.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace quillvane::test;
+
+namespace {
+
+// A project of two chunks whose frames are stills in the home folder, saved as the last project.
+Project framedProject(const CliHome &home, bool accepted)
+{
+    Project project;
+    project.title = QStringLiteral("Rain / Shine");
+    for (qint64 i = 0; i < 2; ++i) {
+        StoryboardChunk chunk = chunkWithFrame(accepted);
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        QImage still(64, 36, QImage::Format_RGB32);
+        still.fill(i == 0 ? Qt::red : Qt::blue);
+        chunk.frame->localPath = home.path(QStringLiteral("still-%1.png").arg(i));
+        chunk.frame->motionClipPath.reset();
+        still.save(chunk.frame->localPath);
+        project.chunks.append(chunk);
+    }
+    home.library().save(project);
+    return project;
+}
+
+TEST(CliMotionSettings, EditsOnlyWhatIsGivenAndPrintsTheResult)
+{
+    const CliHome home;
+    const QJsonObject printed = home.json({QStringLiteral("motion-settings"), QStringLiteral("--duration"),
+                                           QStringLiteral("2.5"), QStringLiteral("--fps"), QStringLiteral("24"),
+                                           QStringLiteral("--loop"), QStringLiteral("false")});
+    EXPECT_EQ(printed.value(QStringLiteral("durationSeconds")).toDouble(), 2.5);
+    EXPECT_EQ(printed.value(QStringLiteral("fps")).toInt(), 24);
+    EXPECT_EQ(printed.value(QStringLiteral("intensity")).toDouble(), 0.5);
+    const DepthFlowSettings saved = home.savedProject().motion;
+    EXPECT_EQ(saved.durationSeconds, 2.5);
+    EXPECT_EQ(saved.fps, 24);
+    EXPECT_FALSE(saved.loop);
+    EXPECT_EQ(saved.zoom, 0.15);
+}
+
+TEST(CliMotionSettings, RefusesValuesNoClipCanUse)
+{
+    const CliHome home;
+    home.run({QStringLiteral("status")});
+    const QByteArray document = home.savedDocument();
+    const struct {
+        QStringList arguments;
+        QString hint;
+    } cases[] = {
+        {{QStringLiteral("--fps"), QStringLiteral("fast")}, QStringLiteral("--fps needs a whole number")},
+        {{QStringLiteral("--duration"), QStringLiteral("nan")}, QStringLiteral("--duration needs a length")},
+        {{QStringLiteral("--zoom"), QStringLiteral("inf")}, QStringLiteral("--zoom needs a number")},
+        {{QStringLiteral("--loop"), QStringLiteral("yes")}, QStringLiteral("--loop needs true or false")},
+        {{QStringLiteral("--fps"), QStringLiteral("3000000000")}, QStringLiteral("more frames than a clip can hold")},
+    };
+    for (const auto &c : cases) {
+        const CliResult result = home.run(QStringList{QStringLiteral("motion-settings")} + c.arguments);
+        EXPECT_EQ(result.exitCode, 2) << c.arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(result.err.contains(c.hint)) << result.err.toStdString();
+    }
+    EXPECT_EQ(home.savedDocument(), document);
+}
+
+TEST(CliMotionAndExport, RenderTheClipsThenWriteTheVideoWhereAsked)
+{
+    const CliHome home;
+    framedProject(home, true);
+    ASSERT_EQ(home.run({QStringLiteral("motion-settings"), QStringLiteral("--duration"), QStringLiteral("0.5"),
+                        QStringLiteral("--fps"), QStringLiteral("4")})
+                  .exitCode,
+              0);
+    const CliResult motion = home.run({QStringLiteral("motion")});
+    ASSERT_EQ(motion.exitCode, 0) << motion.err.toStdString();
+    EXPECT_TRUE(motion.out.startsWith(QStringLiteral("2 clips in "))) << motion.out.toStdString();
+    EXPECT_TRUE(motion.err.contains(QStringLiteral("Rendering motion")));
+    for (const StoryboardChunk &chunk : home.savedProject().chunks)
+        EXPECT_TRUE(QFileInfo::exists(chunk.frame->motionClipPath.value_or(QString())));
+
+    const QString folder = home.path(QStringLiteral("My Videos"));
+    const QJsonObject exported = home.json({QStringLiteral("export"), QStringLiteral("--to"), folder,
+                                            QStringLiteral("--container"), QStringLiteral("mov"),
+                                            QStringLiteral("--resolution"), QStringLiteral("720p"),
+                                            QStringLiteral("--no-audio")});
+    const QString path = folder + QStringLiteral("/Rain_-_Shine.mov");
+    EXPECT_EQ(exported.value(QStringLiteral("path")).toString(), path);
+    EXPECT_GT(QFileInfo(path).size(), 0);
+    const ExportSettings saved = home.savedProject().exportSettings;
+    EXPECT_EQ(saved.destinationFolder, folder);
+    EXPECT_EQ(saved.container, ExportContainer::mov);
+    EXPECT_EQ(saved.resolution, ExportResolution::p720);
+    EXPECT_FALSE(saved.includeOriginalAudio);
+}
+
+TEST(CliMotionAndExport, UnreviewedFramesStopBothWithTheReviewSentence)
+{
+    const CliHome home;
+    framedProject(home, false);
+    for (const QString &command : {QStringLiteral("motion"), QStringLiteral("export")}) {
+        const CliResult result = home.run({command});
+        EXPECT_EQ(result.exitCode, 1) << command.toStdString();
+        EXPECT_TRUE(result.err.contains(
+            QStringLiteral("error: Every frame must pass the readability review before export.")))
+            << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty());
+    }
+}
+
+} // namespace
