@@ -11,17 +11,29 @@
 
 namespace quillvane {
 
-std::optional<ClipInfo> probeClip(const QString &path)
+ffmpeg::InputFile openMediaFile(const QString &path, bool readStreams)
 {
-    const auto unreadable = [&] {
-        return ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
-    };
     AVFormatContext *raw = nullptr;
     if (avformat_open_input(&raw, encoding::fileName(path).constData(), nullptr, nullptr) < 0)
-        throw unreadable();
-    const ffmpeg::InputFile input(raw);
-    if (avformat_find_stream_info(raw, nullptr) < 0)
-        throw unreadable();
+        return {};
+    ffmpeg::InputFile input(raw);
+    // QuickTime and MP4 headers say all the exporter needs; reading the streams to find out
+    // more would decode frames, which costs more than copying a clip.
+    const int video = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    const bool described = video >= 0 && raw->streams[video]->codecpar->width > 0
+        && raw->streams[video]->time_base.num > 0 && raw->streams[video]->codecpar->extradata_size > 0;
+    const bool audioOnly = video < 0 && av_find_best_stream(raw, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+    if ((readStreams || (!described && !audioOnly)) && avformat_find_stream_info(raw, nullptr) < 0)
+        return {};
+    return input;
+}
+
+std::optional<ClipInfo> probeClip(const QString &path, bool readStreams)
+{
+    const ffmpeg::InputFile input = openMediaFile(path, readStreams);
+    if (!input)
+        throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
+    AVFormatContext *raw = input.get();
     const int index = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (index < 0)
         return std::nullopt;
@@ -42,7 +54,7 @@ std::optional<ClipInfo> probeClip(const QString &path)
     else if (raw->duration != AV_NOPTS_VALUE && raw->duration > 0)
         clip.duration = av_rescale_q(raw->duration, AV_TIME_BASE_Q, stream->time_base);
     if (clip.width <= 0 || clip.height <= 0 || clip.timeBase.num <= 0 || clip.timeBase.den <= 0)
-        throw unreadable();
+        throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
     if (clip.duration <= 0) {
         // A container that does not say how long it runs: the end of its last frame.
         const ffmpeg::Packet packet(av_packet_alloc());
@@ -97,8 +109,11 @@ bool canCopyVideo(const QList<ClipInfo> &clips, Size output)
     if (clips.isEmpty())
         return false;
     const ClipInfo &first = clips.front();
-    return std::all_of(clips.begin(), clips.end(), [&](const ClipInfo &clip) {
-        return clip.codecID == AV_CODEC_ID_H264 && clip.pixelFormat == AV_PIX_FMT_YUV420P
+    // The parameter sets fix the pixel format, so a clip whose header leaves it out shares
+    // the first clip's when its parameter sets are the same.
+    return first.pixelFormat == AV_PIX_FMT_YUV420P && std::all_of(clips.begin(), clips.end(), [&](const ClipInfo &clip) {
+        return clip.codecID == AV_CODEC_ID_H264
+            && (clip.pixelFormat == AV_PIX_FMT_YUV420P || clip.pixelFormat == AV_PIX_FMT_NONE)
             && Size{clip.width, clip.height} == output && clip.parameterSets == first.parameterSets
             && !clip.parameterSets.isEmpty() && av_cmp_q(clip.timeBase, first.timeBase) == 0;
     });

@@ -4,6 +4,7 @@
 // it has video at all, its size, codec, time scale and real duration, and so the output's
 // size and time scale and whether the clips can be copied instead of re-encoded.
 
+#include "audio/FfmpegHandles.h"
 #include "model/Records.h"
 
 extern "C" {
@@ -31,9 +32,14 @@ struct ClipInfo {
     int64_t duration = 0; // in timeBase
 };
 
-// The clip's first video stream, or nothing when the file has no video. Throws
+// Opens a clip or audio file for reading; null when it cannot be opened. The streams are
+// read for their parameters only when the header leaves them out.
+ffmpeg::InputFile openMediaFile(const QString &path, bool readStreams = false);
+
+// The clip's first video stream, or nothing when the file has no video. readStreams decodes
+// the start of the streams for what the header leaves out (the pixel format of H.264). Throws
 // ExportError::exportFailed naming the clip when the file cannot be opened or read.
-std::optional<ClipInfo> probeClip(const QString &path);
+std::optional<ClipInfo> probeClip(const QString &path, bool readStreams = false);
 
 struct Size {
     int width = 0;

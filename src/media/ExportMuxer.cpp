@@ -43,16 +43,12 @@ ExportMuxer::~ExportMuxer()
 
 void ExportMuxer::addCopiedVideo(const ClipInfo &first, AVRational timeBase)
 {
-    int index = -1;
-    AVFormatContext *raw = nullptr;
-    if (avformat_open_input(&raw, encoding::fileName(first.path).constData(), nullptr, nullptr) < 0)
-        throw ExportError::trackSetupFailed();
-    const ffmpeg::InputFile input(raw);
-    if (avformat_find_stream_info(raw, nullptr) < 0
-        || (index = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)) < 0)
+    const ffmpeg::InputFile input = openMediaFile(first.path);
+    const int index = input ? av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) : -1;
+    if (index < 0)
         throw ExportError::trackSetupFailed();
     m_video = avformat_new_stream(m_output.get(), nullptr);
-    if (!m_video || avcodec_parameters_copy(m_video->codecpar, raw->streams[index]->codecpar) < 0)
+    if (!m_video || avcodec_parameters_copy(m_video->codecpar, input->streams[index]->codecpar) < 0)
         throw ExportError::trackSetupFailed();
     m_video->codecpar->codec_tag = 0;
     m_video->time_base = timeBase;

@@ -15,6 +15,7 @@ extern "C" {
 }
 
 #include <chrono>
+#include <future>
 #include <map>
 #include <cstring>
 #include <memory>
@@ -28,9 +29,13 @@ using namespace ffmpeg;
 // Reports the share of the video written, at most every 200 ms.
 class ProgressReporter {
 public:
-    ProgressReporter(const std::function<void(double)> &onProgress, double totalSeconds)
+    // Reports seconds / totalSeconds mapped onto [base, base + span].
+    ProgressReporter(const std::function<void(double)> &onProgress, double totalSeconds, double base = 0,
+                     double span = 1)
         : m_onProgress(onProgress)
         , m_total(totalSeconds)
+        , m_base(base)
+        , m_span(span)
     {
     }
 
@@ -40,23 +45,21 @@ public:
         if (!m_onProgress || now - m_last < std::chrono::milliseconds(200))
             return;
         m_last = now;
-        m_onProgress(m_total > 0 ? std::clamp(seconds / m_total, 0.0, 1.0) : 0.0);
+        m_onProgress(m_base + m_span * (m_total > 0 ? std::clamp(seconds / m_total, 0.0, 1.0) : 0.0));
     }
 
 private:
     const std::function<void(double)> &m_onProgress;
     const double m_total;
+    const double m_base;
+    const double m_span;
     std::chrono::steady_clock::time_point m_last{};
 };
 
 InputFile openClip(const QString &path, int &videoIndex)
 {
-    AVFormatContext *raw = nullptr;
-    if (avformat_open_input(&raw, encoding::fileName(path).constData(), nullptr, nullptr) < 0)
-        throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
-    InputFile input(raw);
-    if (avformat_find_stream_info(raw, nullptr) < 0
-        || (videoIndex = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)) < 0)
+    InputFile input = openMediaFile(path);
+    if (!input || (videoIndex = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)) < 0)
         throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
     return input;
 }
@@ -213,6 +216,10 @@ void copyClip(const ClipInfo &clip, int64_t offset, ExportMuxer &muxer, Progress
             packet->pts += offset;
         if (packet->dts != AV_NOPTS_VALUE)
             packet->dts += offset;
+        // The audio up to this picture goes first, so the file stays interleaved.
+        const int64_t stamp = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+        if (stamp != AV_NOPTS_VALUE)
+            muxer.writeAudioUntil(double(stamp) * av_q2d(muxer.videoTimeBase()));
         muxer.writeVideo(packet.get(), muxer.videoTimeBase());
         progress.at(muxer.videoSeconds());
     }
@@ -262,6 +269,8 @@ QString FfmpegVideoExporter::exportNow(const QStringList &clipPaths, const std::
     }
     if (clips.isEmpty())
         throw ExportError::noClips();
+    if (clips.front().pixelFormat == AV_PIX_FMT_NONE)
+        clips.front() = *probeClip(clips.front().path, true);
 
     const Size output = fitInside({clips.front().width, clips.front().height}, exportBox(settings.resolution));
     const AVRational timeBase = commonTimeBase(clips);
@@ -273,43 +282,50 @@ QString FfmpegVideoExporter::exportNow(const QStringList &clipPaths, const std::
     }
     const double seconds = double(length) * av_q2d(timeBase);
     const bool copy = m_options.copyWhenPossible && canCopyVideo(clips, output);
+    if (onProgress)
+        onProgress(0);
 
-    ProgressReporter progress(onProgress, seconds);
-    progress.at(0);
+    // The audio is encoded on a thread of its own while the video is made; the future's
+    // destructor waits for it on every path out of here.
     const QTemporaryDir scratch;
-    std::optional<QString> audio;
-    if (audioPath && settings.includeOriginalAudio && QFileInfo(*audioPath).isFile() && scratch.isValid())
-        audio = encodeAudio(*audioPath, seconds, scratch);
-    cancel.throwIfCancelled();
+    if (!scratch.isValid())
+        throw ExportError::sessionSetupFailed();
+    std::future<std::optional<QString>> audio;
+    if (audioPath && settings.includeOriginalAudio && QFileInfo(*audioPath).isFile())
+        audio = std::async(std::launch::async, [&] { return encodeAudio(*audioPath, seconds, scratch); });
 
-    ExportMuxer muxer(outputPath, settings.container);
-    std::unique_ptr<Transcoder> transcoder;
-    if (copy) {
-        muxer.addCopiedVideo(clips.front(), timeBase);
-    } else {
-        const ClipInfo &first = clips.front();
-        Codec encoder = encoding::openVideoEncoder(output.width, output.height, timeBase, first.frameRate, true);
+    // Clips that cannot be copied are first encoded into one video of the output's size,
+    // which is then copied like a clip.
+    if (!copy) {
+        const QString video = scratch.filePath(QStringLiteral("video.mov"));
+        ExportMuxer videoOnly(video, ExportContainer::mov);
+        Codec encoder = encoding::openVideoEncoder(output.width, output.height, timeBase, clips.front().frameRate, true);
         if (!encoder)
             throw ExportError::sessionSetupFailed();
-        muxer.addEncodedVideo(encoder.get());
-        transcoder = std::make_unique<Transcoder>(std::move(encoder), muxer);
+        videoOnly.addEncodedVideo(encoder.get());
+        Transcoder transcoder(std::move(encoder), videoOnly);
+        videoOnly.start();
+        ProgressReporter encoding(onProgress, seconds, 0, 0.9);
+        for (qsizetype i = 0; i < clips.size(); ++i)
+            transcoder.addClip(clips[i], offsets[size_t(i)], encoding, cancel);
+        transcoder.finish();
+        videoOnly.finish();
+        clips = {*probeClip(video, true)};
+        offsets = {0};
     }
-    if (audio)
-        muxer.addAudio(*audio);
-    muxer.start();
 
+    const std::optional<QString> audioFile = audio.valid() ? audio.get() : std::nullopt;
+    cancel.throwIfCancelled();
+    ExportMuxer muxer(outputPath, settings.container);
+    muxer.addCopiedVideo(clips.front(), copy ? timeBase : clips.front().timeBase);
+    if (audioFile)
+        muxer.addAudio(*audioFile);
+    muxer.start();
+    ProgressReporter copying(onProgress, seconds, copy ? 0 : 0.9, copy ? 1 : 0.1);
     for (qsizetype i = 0; i < clips.size(); ++i) {
         cancel.throwIfCancelled();
-        const int64_t end = offsets[size_t(i)] + av_rescale_q(clips[i].duration, clips[i].timeBase, timeBase);
-        // The audio of this clip's stretch goes in first, so the file stays interleaved.
-        muxer.writeAudioUntil(double(end) * av_q2d(timeBase));
-        if (copy)
-            copyClip(clips[i], offsets[size_t(i)], muxer, progress, cancel);
-        else
-            transcoder->addClip(clips[i], offsets[size_t(i)], progress, cancel);
+        copyClip(clips[i], offsets[size_t(i)], muxer, copying, cancel);
     }
-    if (transcoder)
-        transcoder->finish();
     muxer.writeAudioUntil(seconds + 1);
     muxer.finish();
     if (onProgress)
