@@ -91,7 +91,7 @@ TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
 {
     QTemporaryDir dir;
     const QString still = solidStill(dir, QStringLiteral("s.png"), Qt::red);
-    Fixture f({chunk(0, still, true), chunk(1, still, false), chunk(2, still, true)});
+    Fixture f({chunk(0, still, true), chunk(1, still, false), chunk(2, still, true), chunk(3, still, true)});
     QList<double> progress;
     QObject::connect(&f.store, &ProjectStore::taskProgressChanged, [&] {
         if (f.store.taskProgress())
@@ -100,18 +100,19 @@ TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
     blockingWait(startRenderMotion(f.store));
 
     ASSERT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
-    for (qsizetype i : {0, 2}) {
+    for (qsizetype i : {0, 2, 3}) {
         EXPECT_EQ(f.at(i).frame->motionClipPath, f.store.media().clipPath(f.at(i).id));
         EXPECT_EQ(inspectVideo(*f.at(i).frame->motionClipPath).frameTimes.size(), 2);
     }
     EXPECT_FALSE(f.at(1).frame->motionClipPath);
     EXPECT_GT(f.store.project().updatedAt, QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC));
-    // Two clips of two frames: each clip covers its half of the bar.
+    // Three clips of two frames: each clip moves the bar through its own third.
     ASSERT_FALSE(progress.isEmpty());
     EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
-    EXPECT_TRUE(progress.contains(0.25));
-    EXPECT_TRUE(progress.contains(0.5));
-    EXPECT_TRUE(progress.contains(0.75));
+    for (double expected : {1 / 6.0, 1 / 3.0, 1 / 2.0, 2 / 3.0, 5 / 6.0}) {
+        EXPECT_TRUE(std::any_of(progress.begin(), progress.end(), [&](double p) { return std::abs(p - expected) < 1e-9; }))
+            << expected;
+    }
     EXPECT_EQ(progress.back(), 1.0);
 }
 
