@@ -1,11 +1,9 @@
 #include "cli/Cli.h"
 
-#include "audio/SystemTranscriber.h"
 #include "cli/Command.h"
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
-#include "media/FfmpegMotionRenderer.h"
-#include "media/FfmpegVideoExporter.h"
+#include "media/DefaultServices.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -124,15 +122,6 @@ void applyGlobal(GlobalOptions &globals, const ParsedArgs &parsed)
     }
 }
 
-// The engines of this build.
-PipelineServices defaultServices()
-{
-    PipelineServices services;
-    services.transcriber = makeDefaultTranscriber();
-    services.motion = std::make_shared<FfmpegMotionRenderer>(1920, 1080);
-    services.exporter = std::make_shared<FfmpegVideoExporter>();
-    return services;
-}
 
 // Runs one command against the user's library: takes the library lock, opens the store,
 // runs the command, and flushes a save still waiting so nothing the command did is lost.
@@ -140,7 +129,7 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
 {
     try {
         const LibraryLock lock(locations::libraryLockFile());
-        ProjectStore store(ProjectLibrary::forUser(), std::nullopt, defaultServices());
+        ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
         store.setServiceURLOverride(globals.serviceURL);
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));

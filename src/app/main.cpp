@@ -1,0 +1,54 @@
+// The desktop application: one store for the life of the process, made before the first
+// window, and the QML workspace over it.
+
+#include "audio/AudioTools.h"
+#include "media/DefaultServices.h"
+#include "storage/LibraryLock.h"
+#include "storage/Locations.h"
+#include "ui/AppStore.h"
+#include "ui/Fonts.h"
+#include "ui/IconProvider.h"
+
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QtQml/QQmlExtensionPlugin>
+
+#include <cstdio>
+
+Q_IMPORT_QML_PLUGIN(QuillvanePlugin)
+
+using namespace quillvane;
+
+int main(int argc, char *argv[])
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("Quillvane"));
+    QGuiApplication::setApplicationName(QStringLiteral("Quillvane"));
+    AudioTools::silenceMediaLibraryLogs();
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    ui::registerFonts();
+
+    std::optional<LibraryLock> lock;
+    try {
+        lock.emplace(locations::libraryLockFile());
+    } catch (const Error &error) {
+        std::fprintf(stderr, "%s\n", error.description().toLocal8Bit().constData());
+        return 1;
+    }
+    ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
+    ui::AppStore bridge(store);
+
+    QQmlApplicationEngine engine;
+    engine.addImageProvider(QStringLiteral("symbol"), new ui::IconProvider);
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    const int status = QGuiApplication::exec();
+    try {
+        store.flushPendingSave();
+    } catch (const Error &error) {
+        std::fprintf(stderr, "%s\n", error.description().toLocal8Bit().constData());
+    }
+    return status;
+}

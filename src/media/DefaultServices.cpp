@@ -1,0 +1,18 @@
+#include "media/DefaultServices.h"
+
+#include "audio/SystemTranscriber.h"
+#include "media/FfmpegMotionRenderer.h"
+#include "media/FfmpegVideoExporter.h"
+
+namespace quillvane {
+
+PipelineServices makeDefaultServices()
+{
+    PipelineServices services;
+    services.transcriber = makeDefaultTranscriber();
+    services.motion = std::make_shared<FfmpegMotionRenderer>(1920, 1080);
+    services.exporter = std::make_shared<FfmpegVideoExporter>();
+    return services;
+}
+
+} // namespace quillvane

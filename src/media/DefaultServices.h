@@ -1,0 +1,11 @@
+#pragma once
+
+#include "store/PipelineServices.h"
+
+namespace quillvane {
+
+// The engines of this build: the transcriber chosen as the settings screen describes, the
+// FFmpeg motion renderer at 1920x1080 and the FFmpeg exporter.
+PipelineServices makeDefaultServices();
+
+} // namespace quillvane

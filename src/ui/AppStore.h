@@ -1,0 +1,132 @@
+#pragma once
+
+#include "store/ProjectStore.h"
+#include "ui/ProjectModels.h"
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QUrl>
+
+namespace quillvane::ui {
+
+// The store as QML sees it (the singleton "Store"): the published fields as properties with
+// change signals, the list models for the records shown in lists and grids, and one
+// invokable per store action. Actions start their operation and return at once; a failure
+// reaches QML only as lastError, never as an exception.
+class AppStore : public QObject {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(Store)
+    QML_SINGLETON
+
+    Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY projectChanged)
+    Q_PROPERTY(QString artist READ artist WRITE setArtist NOTIFY projectChanged)
+    Q_PROPERTY(QString audioPath READ audioPath NOTIFY projectChanged)
+    Q_PROPERTY(QString rawLyrics READ rawLyrics WRITE setLyrics NOTIFY projectChanged)
+    Q_PROPERTY(QString lyricsSourceLabel READ lyricsSourceLabel NOTIFY projectChanged)
+    Q_PROPERTY(QString conceptPrompt READ conceptPrompt WRITE setConceptPrompt NOTIFY projectChanged)
+    Q_PROPERTY(int chunkCount READ chunkCount NOTIFY projectChanged)
+    Q_PROPERTY(int framedCount READ framedCount NOTIFY projectChanged)
+    Q_PROPERTY(int acceptedCount READ acceptedCount NOTIFY projectChanged)
+    Q_PROPERTY(bool allAccepted READ allAccepted NOTIFY projectChanged)
+    Q_PROPERTY(int selectedStage READ selectedStage WRITE setSelectedStage NOTIFY selectedStageChanged)
+    Q_PROPERTY(QString runningTask READ runningTask NOTIFY runningTaskChanged)
+    Q_PROPERTY(bool busy READ busy NOTIFY runningTaskChanged)
+    Q_PROPERTY(double taskProgress READ taskProgress NOTIFY taskProgressChanged)
+    Q_PROPERTY(QString lastError READ lastError NOTIFY lastErrorChanged)
+    Q_PROPERTY(QString generationModel READ generationModel WRITE setGenerationModel NOTIFY generationModelChanged)
+    Q_PROPERTY(QString editWorkflow READ editWorkflow WRITE setEditWorkflow NOTIFY editWorkflowChanged)
+    Q_PROPERTY(QString proxyBaseURL READ proxyBaseURL WRITE setProxyBaseURL NOTIFY proxyBaseURLChanged)
+    Q_PROPERTY(QAbstractListModel *stages READ stages CONSTANT)
+    Q_PROPERTY(QAbstractListModel *transcript READ transcript CONSTANT)
+    Q_PROPERTY(QAbstractListModel *characters READ characters CONSTANT)
+    Q_PROPERTY(QAbstractListModel *elements READ elements CONSTANT)
+    Q_PROPERTY(QAbstractListModel *chunks READ chunks CONSTANT)
+
+public:
+    explicit AppStore(ProjectStore &store, QObject *parent = nullptr);
+    ~AppStore() override;
+
+    // The instance QML gets; the application makes it before loading any QML.
+    static AppStore *create(QQmlEngine *, QJSEngine *);
+
+    ProjectStore &store() const { return m_store; }
+
+    QString title() const { return m_store.project().title; }
+    void setTitle(const QString &title);
+    QString artist() const { return m_store.project().artist; }
+    void setArtist(const QString &artist);
+    QString audioPath() const { return m_store.project().audioPath; }
+    QString rawLyrics() const { return m_store.project().rawLyrics; }
+    void setLyrics(const QString &text) { m_store.setLyrics(text); }
+    QString lyricsSourceLabel() const;
+    QString conceptPrompt() const { return m_store.project().conceptPrompt; }
+    void setConceptPrompt(const QString &text);
+    int chunkCount() const { return int(m_store.project().chunks.size()); }
+    int framedCount() const { return m_store.project().framedCount(); }
+    int acceptedCount() const { return m_store.project().acceptedCount(); }
+    bool allAccepted() const { return m_store.project().allChunksAccepted(); }
+    int selectedStage() const { return int(m_store.selectedStage()); }
+    void setSelectedStage(int stage);
+    QString runningTask() const { return m_store.runningTask().value_or(QString()); }
+    bool busy() const { return m_store.runningTask().has_value(); }
+    // -1 when the running task's progress is unknown.
+    double taskProgress() const { return m_store.taskProgress().value_or(-1); }
+    QString lastError() const { return m_store.lastError().value_or(QString()); }
+    QString generationModel() const { return m_store.generationModel(); }
+    void setGenerationModel(const QString &value) { m_store.setGenerationModel(value); }
+    QString editWorkflow() const { return m_store.editWorkflow(); }
+    void setEditWorkflow(const QString &value) { m_store.setEditWorkflow(value); }
+    QString proxyBaseURL() const { return m_store.proxyBaseURL(); }
+    void setProxyBaseURL(const QString &value) { m_store.setProxyBaseURL(value); }
+
+    QAbstractListModel *stages() const { return m_stages; }
+    QAbstractListModel *transcript() const { return m_transcript; }
+    QAbstractListModel *characters() const { return m_characters; }
+    QAbstractListModel *elements() const { return m_elements; }
+    QAbstractListModel *chunks() const { return m_chunks; }
+
+    Q_INVOKABLE void dismissError() { m_store.dismissError(); }
+    Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
+    Q_INVOKABLE void importAudio(const QUrl &file);
+    Q_INVOKABLE void alignTiming();
+    Q_INVOKABLE bool addCharacter(const QString &name);
+    Q_INVOKABLE void addReferenceImages(const QString &characterID, const QList<QUrl> &files);
+    Q_INVOKABLE void planStoryboard();
+    Q_INVOKABLE void renderElements();
+    Q_INVOKABLE void generateFrame(const QString &chunkID);
+    Q_INVOKABLE void generateMissingFrames();
+    Q_INVOKABLE void editFrame(const QString &chunkID, const QString &request);
+    Q_INVOKABLE void undoFrame(const QString &chunkID);
+    Q_INVOKABLE void redoFrame(const QString &chunkID);
+    // check: one of the five review field names.
+    Q_INVOKABLE void setReviewCheck(const QString &chunkID, const QString &check, bool value);
+    Q_INVOKABLE void renderMotion();
+    Q_INVOKABLE void exportVideo();
+    Q_INVOKABLE QString engineName() const;
+
+Q_SIGNALS:
+    void projectChanged();
+    void selectedStageChanged();
+    void runningTaskChanged();
+    void taskProgressChanged();
+    void lastErrorChanged();
+    void generationModelChanged();
+    void editWorkflowChanged();
+    void proxyBaseURLChanged();
+    // A finished export's file, for the export screen to show and reveal.
+    void exported(const QUrl &file);
+
+private:
+    // Keeps the operation alive until it ends; its failures are already in lastError.
+    void launch(QCoro::Task<> operation);
+
+    ProjectStore &m_store;
+    StageListModel *m_stages;
+    TranscriptModel *m_transcript;
+    CharacterListModel *m_characters;
+    ElementListModel *m_elements;
+    ChunkListModel *m_chunks;
+    static inline AppStore *s_current = nullptr;
+};
+
+} // namespace quillvane::ui

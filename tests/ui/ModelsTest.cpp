@@ -1,0 +1,98 @@
+#include "support/Fixtures.h"
+#include "ui/ProjectModels.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+Project project()
+{
+    Project project;
+    for (int i = 0; i < 4; ++i) {
+        StoryboardChunk chunk = test::chunkWithFrame(false);
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        chunk.renderedText = QStringLiteral("line %1").arg(i + 1);
+        project.chunks.append(chunk);
+        project.transcript.append({QUuid::createUuid(), QStringLiteral("line %1").arg(i + 1), i * 2.0, i * 2.0 + 2});
+    }
+    project.characters.append({QUuid::createUuid(), QStringLiteral("Mara"), QString(), {}});
+    return project;
+}
+
+struct Changes {
+    explicit Changes(QAbstractItemModel &model)
+        : resets(&model, &QAbstractItemModel::modelReset)
+        , changed(&model, &QAbstractItemModel::dataChanged)
+    {
+    }
+    QList<int> changedRows() const
+    {
+        QList<int> rows;
+        for (const QList<QVariant> &signal : changed)
+            rows.append(signal.at(0).toModelIndex().row());
+        return rows;
+    }
+    QSignalSpy resets;
+    QSignalSpy changed;
+};
+
+TEST(ProjectModels, AnEditRefreshesOnlyItsRowAndAReorderRebuilds)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), project());
+    ui::ChunkListModel chunks(store);
+    Changes changes(chunks);
+
+    store.editProject([](Project &p) { p.chunks[2].renderedText = QStringLiteral("changed"); });
+    EXPECT_EQ(changes.resets.size(), 0);
+    EXPECT_EQ(changes.changedRows(), QList<int>{2});
+    EXPECT_EQ(chunks.data(chunks.index(2), ui::ChunkListModel::RenderedTextRole).toString(), QStringLiteral("changed"));
+
+    store.editProject([](Project &p) { std::swap(p.chunks[0], p.chunks[1]); });
+    EXPECT_EQ(changes.resets.size(), 1);
+    EXPECT_EQ(chunks.data(chunks.index(0), ui::ChunkListModel::RenderedTextRole).toString(), QStringLiteral("line 2"));
+}
+
+TEST(ProjectModels, EditsInTheListsWriteBackToTheProject)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), project());
+    ui::ChunkListModel chunks(store);
+    ui::TranscriptModel transcript(store);
+    ui::CharacterListModel characters(store);
+
+    EXPECT_TRUE(chunks.setData(chunks.index(1), QStringLiteral("NEW WORDS"), ui::ChunkListModel::RenderedTextRole));
+    EXPECT_TRUE(chunks.setData(chunks.index(1), QStringLiteral("chalk on brick"), ui::ChunkListModel::ImagePromptRole));
+    EXPECT_TRUE(transcript.setData(transcript.index(3), QStringLiteral("last line, fixed"), ui::TranscriptModel::TextRole));
+    EXPECT_TRUE(transcript.setData(transcript.index(3), 9.5, ui::TranscriptModel::EndRole));
+    EXPECT_TRUE(characters.setData(characters.index(0), QStringLiteral("Mara Vale"), ui::CharacterListModel::NameRole));
+    EXPECT_FALSE(chunks.setData(chunks.index(9), QStringLiteral("nowhere"), ui::ChunkListModel::RenderedTextRole));
+
+    const Project &saved = store.project();
+    EXPECT_EQ(saved.chunks[1].renderedText, QStringLiteral("NEW WORDS"));
+    EXPECT_EQ(saved.chunks[1].imagePrompt, QStringLiteral("chalk on brick"));
+    EXPECT_EQ(saved.transcript[3].text, QStringLiteral("last line, fixed"));
+    EXPECT_EQ(saved.transcript[3].end, 9.5);
+    EXPECT_EQ(saved.characters[0].name, QStringLiteral("Mara Vale"));
+    EXPECT_TRUE(store.hasPendingSave());
+}
+
+TEST(ProjectModels, TheStageListFollowsTheSelection)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), project());
+    ui::StageListModel stages(store);
+    Changes changes(stages);
+    store.setSelectedStage(PipelineStage::frames);
+    EXPECT_EQ(changes.resets.size(), 0);
+    EXPECT_EQ(changes.changedRows(), (QList<int>{0, 4}));
+    EXPECT_TRUE(stages.data(stages.index(4), ui::StageListModel::SelectedRole).toBool());
+    EXPECT_EQ(stages.data(stages.index(4), ui::StageListModel::StatusRole).toString(), QStringLiteral("inProgress"));
+}
+
+} // namespace
+} // namespace quillvane

@@ -1,0 +1,118 @@
+#include "UiHarness.h"
+#include "model/PipelineStage.h"
+#include "ui/Symbols.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+using test::UiHarness;
+
+Project withChunks(int total, int accepted)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    project.artist = QStringLiteral("Mara Vale");
+    for (int i = 0; i < total; ++i) {
+        StoryboardChunk chunk = test::chunkWithFrame(i < accepted);
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        project.chunks.append(chunk);
+    }
+    return project;
+}
+
+TEST(Shell, TheSidebarSaysWhoseProjectAndHowFarItIs)
+{
+    const struct {
+        const char *picture;
+        Project project;
+        QString title;
+        QString artist;
+        QString approval;
+        QString chip;
+    } rows[] = {
+        {"shell-empty-project", Project{}, QStringLiteral("Untitled project"), QStringLiteral("—"), QStringLiteral("0/0"),
+         QStringLiteral("IN PROGRESS")},
+        {"shell-partly-approved", withChunks(12, 7), QStringLiteral("Letters in the Snow"), QStringLiteral("Mara Vale"),
+         QStringLiteral("7/12"), QStringLiteral("IN PROGRESS")},
+        {"shell-ready", withChunks(3, 3), QStringLiteral("Letters in the Snow"), QStringLiteral("Mara Vale"),
+         QStringLiteral("3/3"), QStringLiteral("READY TO EXPORT")},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.picture);
+        UiHarness ui(row.project);
+        ASSERT_TRUE(ui.window());
+        EXPECT_EQ(ui.text(QStringLiteral("projectTitle")), row.title);
+        EXPECT_EQ(ui.text(QStringLiteral("projectArtist")), row.artist);
+        EXPECT_EQ(ui.text(QStringLiteral("approvalCount")), row.approval);
+        EXPECT_EQ(ui.text(QStringLiteral("chipText")), row.chip);
+        const QImage picture = ui.screenshot(QString::fromLatin1(row.picture));
+        EXPECT_EQ(picture.size(), QSize(1200, 800));
+    }
+}
+
+TEST(Shell, AcceptingTheLastFrameMakesTheProjectReady)
+{
+    UiHarness ui(withChunks(2, 1));
+    EXPECT_EQ(ui.text(QStringLiteral("chipText")), QStringLiteral("IN PROGRESS"));
+    ui.store.editProject([](Project &project) { project.chunks[1].frame->review = test::chunkWithFrame(true).frame->review; });
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("chipText")), QStringLiteral("READY TO EXPORT"));
+    EXPECT_EQ(ui.text(QStringLiteral("approvalCount")), QStringLiteral("2/2"));
+}
+
+TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
+{
+    UiHarness ui(withChunks(4, 2));
+    EXPECT_FALSE(ui.shown(QStringLiteral("bottomStrip")));
+
+    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
+    ui.store.setTaskProgress(0.42);
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("bottomStrip")));
+    EXPECT_EQ(ui.text(QStringLiteral("stripText")), QStringLiteral("Rendering motion"));
+    ui.screenshot(QStringLiteral("shell-task-running"));
+
+    ui.store.setLastError(QStringLiteral("Every frame must pass the readability review before export."));
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("stripText")),
+              QStringLiteral("Every frame must pass the readability review before export."));
+    EXPECT_FALSE(ui.shown(QStringLiteral("dismissButton")) == false);
+    ui.screenshot(QStringLiteral("shell-error-banner"));
+
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("dismissButton")), "clicked");
+    ui.settle();
+    EXPECT_FALSE(ui.store.lastError());
+    EXPECT_EQ(ui.text(QStringLiteral("stripText")), QStringLiteral("Rendering motion"));
+}
+
+TEST(Shell, EveryStageOpensItsScreenUnderItsHeader)
+{
+    UiHarness ui(withChunks(5, 5));
+    const QStringList titles{QStringLiteral("Track details."),     QStringLiteral("Review the timing."),
+                             QStringLiteral("Cast the character."), QStringLiteral("Plan the frames."),
+                             QStringLiteral("Approve the frames."), QStringLiteral("Guide the look."),
+                             QStringLiteral("DepthFlow parallax."), QStringLiteral("Timeline."),
+                             QStringLiteral("Assemble & export.")};
+    for (PipelineStage stage : allPipelineStages()) {
+        ui.store.setSelectedStage(stage);
+        ui.settle();
+        EXPECT_EQ(ui.text(QStringLiteral("surfaceTitle"), QStringLiteral("stageScroller")), titles[int(stage)]);
+    }
+    ui.screenshot(QStringLiteral("shell-export-selected"));
+}
+
+TEST(Shell, EverySymbolHasItsIconFile)
+{
+    for (const QString &symbol : ui::knownSymbols())
+        EXPECT_TRUE(QFile::exists(ui::iconFileFor(symbol))) << symbol.toStdString();
+    for (PipelineStage stage : allPipelineStages())
+        EXPECT_FALSE(ui::iconFileFor(symbolName(stage)).isEmpty()) << symbolName(stage).toStdString();
+}
+
+} // namespace
+} // namespace quillvane
