@@ -6,7 +6,13 @@
 #include "generation/FrameGeneration.h"
 #include "generation/FrameReview.h"
 #include "generation/Planning.h"
+#include "audio/Lyrics.h"
 #include "media/MediaRuns.h"
+#include "model/PipelineConfig.h"
+
+#include <QFileInfo>
+
+#include <cmath>
 
 namespace quillvane::ui {
 
@@ -15,6 +21,27 @@ namespace {
 QUuid idFrom(const QString &text)
 {
     return QUuid::fromString(text);
+}
+
+// The run, then the next stage when it ended without an error.
+QCoro::Task<> thenSelect(ProjectStore &store, QCoro::Task<> run, PipelineStage next)
+{
+    QCoro::Task<> running = std::move(run);
+    co_await running;
+    if (!store.lastError())
+        store.setSelectedStage(next);
+}
+
+QCoro::Task<> planRenderAndContinue(ProjectStore &store)
+{
+    auto planning = startPlanning(store);
+    co_await planning;
+    if (store.lastError())
+        co_return;
+    auto rendering = startRenderElements(store);
+    co_await rendering;
+    if (!store.lastError())
+        store.setSelectedStage(PipelineStage::storyboard);
 }
 
 QCoro::Task<> exportAndTell(ProjectStore &store, QPointer<AppStore> bridge)
@@ -113,6 +140,115 @@ void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> 
     for (const QUrl &file : files)
         paths.append(file.isLocalFile() ? file.toLocalFile() : file.toString());
     m_store.addReferenceImages(idFrom(characterID), paths);
+}
+
+void AppStore::alignTimingAndContinue()
+{
+    launch(thenSelect(m_store, startTiming(m_store), PipelineStage::timing));
+}
+
+void AppStore::startStoryboard()
+{
+    if (m_store.project().chunks.isEmpty())
+        launch(planRenderAndContinue(m_store));
+    else
+        m_store.setSelectedStage(PipelineStage::storyboard);
+}
+
+QString AppStore::formatTime(double seconds)
+{
+    const long long whole = std::llround(seconds);
+    return QString::asprintf("%lld:%02lld", whole / 60, std::llabs(whole % 60));
+}
+
+QString AppStore::audioFileName() const
+{
+    return QFileInfo(m_store.project().audioPath).fileName();
+}
+
+QString AppStore::lyricsSourceIntent() const
+{
+    const auto source = m_store.project().lyricsSource;
+    if (!source)
+        return {};
+    switch (chipIntent(*source)) {
+    case ChipIntent::good:
+        return QStringLiteral("good");
+    case ChipIntent::bad:
+        return QStringLiteral("bad");
+    case ChipIntent::accent:
+        return QStringLiteral("accent");
+    case ChipIntent::pending:
+        return QStringLiteral("pending");
+    case ChipIntent::neutral:
+        break;
+    }
+    return QStringLiteral("neutral");
+}
+
+int AppStore::lyricLineCount() const
+{
+    return nonBlankLineCount(m_store.project().rawLyrics);
+}
+
+double AppStore::transcriptLength() const
+{
+    double latest = 0;
+    for (const TranscriptSegment &segment : m_store.project().transcript)
+        latest = std::max(latest, segment.end);
+    return latest;
+}
+
+void AppStore::editStyle(QString StyleGuidance::*field, const QString &text)
+{
+    m_store.editProject([&](Project &project) { project.style.*field = text; });
+}
+
+void AppStore::setPaletteName(const QString &text)
+{
+    editStyle(&StyleGuidance::paletteName, text);
+}
+
+void AppStore::setMood(const QString &text)
+{
+    editStyle(&StyleGuidance::mood, text);
+}
+
+void AppStore::setMedium(const QString &text)
+{
+    editStyle(&StyleGuidance::medium, text);
+}
+
+void AppStore::setContinuityNotes(const QString &text)
+{
+    editStyle(&StyleGuidance::continuityNotes, text);
+}
+
+void AppStore::setNegativePrompts(const QString &text)
+{
+    editStyle(&StyleGuidance::negativePrompts, text);
+}
+
+QString AppStore::promptPreview() const
+{
+    const Project &project = m_store.project();
+    if (!project.chunks.isEmpty())
+        return composeFramePrompt(project.chunks.first(), project.style);
+    StoryboardChunk sample;
+    sample.index = 0;
+    sample.chunkNumber = 1;
+    sample.start = 0;
+    sample.end = 4.0;
+    sample.lyricExcerpt = QStringLiteral("City lights are burning low");
+    sample.renderedText = sample.lyricExcerpt;
+    sample.surface = QStringLiteral("a hand-painted marker sign");
+    return composeFramePrompt(sample, project.style);
+}
+
+int AppStore::featuredFrameCount() const
+{
+    const auto &chunks = m_store.project().chunks;
+    return int(std::count_if(chunks.begin(), chunks.end(), [](const StoryboardChunk &c) { return c.primaryCharacterInFrame; }));
 }
 
 void AppStore::planStoryboard()

@@ -24,6 +24,18 @@ class AppStore : public QObject {
     Q_PROPERTY(QString rawLyrics READ rawLyrics WRITE setLyrics NOTIFY projectChanged)
     Q_PROPERTY(QString lyricsSourceLabel READ lyricsSourceLabel NOTIFY projectChanged)
     Q_PROPERTY(QString conceptPrompt READ conceptPrompt WRITE setConceptPrompt NOTIFY projectChanged)
+    Q_PROPERTY(QString audioFileName READ audioFileName NOTIFY projectChanged)
+    Q_PROPERTY(QString lyricsSourceIntent READ lyricsSourceIntent NOTIFY projectChanged)
+    Q_PROPERTY(int lyricLineCount READ lyricLineCount NOTIFY projectChanged)
+    Q_PROPERTY(bool hasTranscript READ hasTranscript NOTIFY projectChanged)
+    Q_PROPERTY(double transcriptLength READ transcriptLength NOTIFY projectChanged)
+    Q_PROPERTY(QString paletteName READ paletteName WRITE setPaletteName NOTIFY projectChanged)
+    Q_PROPERTY(QString mood READ mood WRITE setMood NOTIFY projectChanged)
+    Q_PROPERTY(QString medium READ medium WRITE setMedium NOTIFY projectChanged)
+    Q_PROPERTY(QString continuityNotes READ continuityNotes WRITE setContinuityNotes NOTIFY projectChanged)
+    Q_PROPERTY(QString negativePrompts READ negativePrompts WRITE setNegativePrompts NOTIFY projectChanged)
+    Q_PROPERTY(QString promptPreview READ promptPreview NOTIFY projectChanged)
+    Q_PROPERTY(int featuredFrameCount READ featuredFrameCount NOTIFY projectChanged)
     Q_PROPERTY(int chunkCount READ chunkCount NOTIFY projectChanged)
     Q_PROPERTY(int framedCount READ framedCount NOTIFY projectChanged)
     Q_PROPERTY(int acceptedCount READ acceptedCount NOTIFY projectChanged)
@@ -61,6 +73,27 @@ public:
     QString lyricsSourceLabel() const;
     QString conceptPrompt() const { return m_store.project().conceptPrompt; }
     void setConceptPrompt(const QString &text);
+    QString audioFileName() const;
+    // The chip intent of the lyrics' source, as the kit names it ("good", "neutral", ...).
+    QString lyricsSourceIntent() const;
+    int lyricLineCount() const;
+    bool hasTranscript() const { return !m_store.project().transcript.isEmpty(); }
+    // The latest end among the transcript's segments, 0 without any.
+    double transcriptLength() const;
+    QString paletteName() const { return m_store.project().style.paletteName; }
+    void setPaletteName(const QString &text);
+    QString mood() const { return m_store.project().style.mood; }
+    void setMood(const QString &text);
+    QString medium() const { return m_store.project().style.medium; }
+    void setMedium(const QString &text);
+    QString continuityNotes() const { return m_store.project().style.continuityNotes; }
+    void setContinuityNotes(const QString &text);
+    QString negativePrompts() const { return m_store.project().style.negativePrompts; }
+    void setNegativePrompts(const QString &text);
+    // The image prompt of the first chunk (or of a sample chunk) under the current style.
+    QString promptPreview() const;
+    // Chunks the planner put the main character in.
+    int featuredFrameCount() const;
     int chunkCount() const { return int(m_store.project().chunks.size()); }
     int framedCount() const { return m_store.project().framedCount(); }
     int acceptedCount() const { return m_store.project().acceptedCount(); }
@@ -89,6 +122,13 @@ public:
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
     Q_INVOKABLE void importAudio(const QUrl &file);
     Q_INVOKABLE void alignTiming();
+    // Aligns the timing, then moves to the timing stage when the run left no error.
+    Q_INVOKABLE void alignTimingAndContinue();
+    // With no chunks: plans, renders the pending elements, then moves to the storyboard,
+    // stopping at the first error. With chunks: only moves to the storyboard.
+    Q_INVOKABLE void startStoryboard();
+    // "m:ss", the seconds rounded to the nearest whole (halves away from zero).
+    Q_INVOKABLE static QString formatTime(double seconds);
     Q_INVOKABLE bool addCharacter(const QString &name);
     Q_INVOKABLE void addReferenceImages(const QString &characterID, const QList<QUrl> &files);
     Q_INVOKABLE void planStoryboard();
@@ -119,6 +159,7 @@ Q_SIGNALS:
 private:
     // Keeps the operation alive until it ends; its failures are already in lastError.
     void launch(QCoro::Task<> operation);
+    void editStyle(QString StyleGuidance::*field, const QString &text);
 
     ProjectStore &m_store;
     StageListModel *m_stages;

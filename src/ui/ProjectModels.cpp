@@ -131,13 +131,14 @@ CharacterListModel::CharacterListModel(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     const auto rowsOf = [this] {
+        // The planner flags the frames the main character appears in without naming it, so
+        // every card shows the same count.
+        const auto &chunks = m_store.project().chunks;
+        const int frames = int(std::count_if(chunks.begin(), chunks.end(),
+                                             [](const StoryboardChunk &chunk) { return chunk.primaryCharacterInFrame; }));
         QList<Row> rows;
-        for (const CharacterReference &character : m_store.project().characters) {
-            int frames = 0;
-            for (const StoryboardChunk &chunk : m_store.project().chunks)
-                frames += chunk.characterID == character.id ? 1 : 0;
+        for (const CharacterReference &character : m_store.project().characters)
             rows.append({character, frames});
-        }
         return rows;
     };
     m_rows = rowsOf();

@@ -33,25 +33,56 @@ public:
         return engine.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow *>(engine.rootObjects().first());
     }
 
-    // Lets bindings, layouts and image loads finish.
-    void settle() { processEventsFor(std::chrono::milliseconds(150)); }
-
-    // The first object of that name, inside the object named `within` when one is given.
-    QObject *find(const QString &objectName, const QString &within = {}) const
+    // Lets bindings, layouts, image loads and the deletion of replaced screens finish.
+    void settle()
     {
-        QObject *root = window();
-        if (root && !within.isEmpty())
-            root = root->findChild<QObject *>(within);
-        return root ? root->findChild<QObject *>(objectName) : nullptr;
+        processEventsFor(std::chrono::milliseconds(150));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        processEventsFor(std::chrono::milliseconds(20));
+    }
+
+    // Every item of that name in the visual tree (delegates of repeaters and loaders
+    // included), inside the item named `within` when one is given.
+    QList<QQuickItem *> findAll(const QString &objectName, const QString &within = {}) const
+    {
+        QList<QQuickItem *> found;
+        if (!window())
+            return found;
+        QQuickItem *root = window()->contentItem();
+        if (!within.isEmpty()) {
+            const QList<QQuickItem *> roots = findAll(within);
+            if (roots.isEmpty())
+                return found;
+            root = roots.first();
+        }
+        QList<QQuickItem *> pending{root};
+        while (!pending.isEmpty()) {
+            QQuickItem *item = pending.takeFirst();
+            if (item->objectName() == objectName)
+                found.append(item);
+            pending.append(item->childItems());
+        }
+        return found;
+    }
+
+    // The first item of that name that is on screen, or the first of all when none is.
+    QQuickItem *find(const QString &objectName, const QString &within = {}) const
+    {
+        const QList<QQuickItem *> all = findAll(objectName, within);
+        for (QQuickItem *item : all) {
+            if (item->isVisible())
+                return item;
+        }
+        return all.value(0);
     }
     QString text(const QString &objectName, const QString &within = {}) const
     {
-        const QObject *item = find(objectName, within);
+        const QQuickItem *item = find(objectName, within);
         return item ? item->property("text").toString() : QString();
     }
     bool shown(const QString &objectName) const
     {
-        const auto *item = qobject_cast<const QQuickItem *>(find(objectName));
+        const QQuickItem *item = find(objectName);
         return item && item->isVisible();
     }
 

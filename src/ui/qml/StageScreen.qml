@@ -19,9 +19,26 @@ ColumnLayout {
         ["Step 7 · Export", "Assemble & export.", "Combine the local motion clips with the original audio into a finished lyric video."]
     ]
 
+    // Stages whose screens exist; the others show their header only.
+    readonly property var screens: ({ 0: intake, 1: timing, 2: characters, 5: style })
+
     spacing: 22
 
+    Component { id: intake; IntakeScreen {} }
+    Component { id: timing; TimingScreen {} }
+    Component { id: characters; CharactersScreen {} }
+    Component { id: style; StyleScreen {} }
+
+    Loader {
+        objectName: "stageLoader"
+        active: screen.screens[screen.stage] !== undefined
+        sourceComponent: screen.screens[screen.stage]
+        visible: active
+        Layout.fillWidth: true
+    }
+
     SurfaceHeader {
+        visible: screen.screens[screen.stage] === undefined
         kicker: screen.headers[screen.stage][0]
         title: screen.headers[screen.stage][1]
         subtitle: screen.headers[screen.stage][2]

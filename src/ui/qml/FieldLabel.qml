@@ -1,0 +1,7 @@
+import QtQuick
+
+Text {
+    font.pixelSize: 11
+    font.weight: Font.DemiBold
+    color: Theme.muted
+}

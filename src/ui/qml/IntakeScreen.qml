@@ -1,0 +1,16 @@
+import QtQuick
+import QtQuick.Layouts
+import Quillvane
+
+// Step 1: the invitation to drop a track until there is one, then the track's details.
+ColumnLayout {
+    spacing: 0
+    ImportHero {
+        visible: Store.audioPath.length === 0
+        Layout.fillWidth: true
+    }
+    TrackDetails {
+        visible: Store.audioPath.length > 0
+        Layout.fillWidth: true
+    }
+}

@@ -1,0 +1,137 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Quillvane
+
+// After import: the file's title, artist, audio and lyrics, all editable, and the button
+// that aligns the lyrics to the audio.
+ColumnLayout {
+    id: details
+    spacing: 18
+
+    FileDialog {
+        id: chooser
+        title: "Replace the audio"
+        fileMode: FileDialog.OpenFile
+        nameFilters: ["Audio files (*.mp3 *.m4a *.wav *.aiff *.aif *.flac *.ogg)"]
+        onAccepted: Store.importAudio(selectedFile)
+    }
+
+    SurfaceHeader {
+        kicker: "Step 1 · Intake"
+        title: "Track details."
+        subtitle: "Pulled from the file. Adjust anything, then align the timing to build the storyboard."
+        Layout.fillWidth: true
+    }
+
+    Panel {
+        Layout.fillWidth: true
+        implicitHeight: trackForm.implicitHeight + 2 * padding
+        ColumnLayout {
+            id: trackForm
+            width: parent.width
+            spacing: 12
+            RowLayout {
+                spacing: 14
+                Layout.fillWidth: true
+                ColumnLayout {
+                    spacing: 6
+                    Layout.fillWidth: true
+                    FieldLabel { text: "Title" }
+                    KitTextField {
+                        objectName: "titleField"
+                        placeholderText: "Track title"
+                        text: Store.title
+                        onTextEdited: Store.title = text
+                        Layout.fillWidth: true
+                    }
+                }
+                ColumnLayout {
+                    spacing: 6
+                    Layout.fillWidth: true
+                    FieldLabel { text: "Artist" }
+                    KitTextField {
+                        objectName: "artistField"
+                        placeholderText: "Artist"
+                        text: Store.artist
+                        onTextEdited: Store.artist = text
+                        Layout.fillWidth: true
+                    }
+                }
+            }
+            FieldLabel { text: "Audio track" }
+            RowLayout {
+                spacing: 10
+                Layout.fillWidth: true
+                SymbolIcon {
+                    symbol: "waveform"
+                    tint: Theme.lime
+                    size: 16
+                }
+                Text {
+                    objectName: "audioFileName"
+                    text: Store.audioFileName
+                    font.family: "monospace"
+                    font.pixelSize: 12
+                    color: Theme.cream
+                    elide: Text.ElideMiddle
+                    maximumLineCount: 1
+                    Layout.fillWidth: true
+                }
+                SecondaryButton {
+                    text: "Replace…"
+                    onClicked: chooser.open()
+                }
+            }
+        }
+    }
+
+    Panel {
+        Layout.fillWidth: true
+        implicitHeight: lyricsForm.implicitHeight + 2 * padding
+        ColumnLayout {
+            id: lyricsForm
+            width: parent.width
+            spacing: 10
+            RowLayout {
+                spacing: 10
+                Layout.fillWidth: true
+                Text {
+                    text: "Lyrics"
+                    font.family: Theme.displayFont
+                    font.pixelSize: 16
+                    color: Theme.cream
+                }
+                StatusChip {
+                    objectName: "lyricsSourceChip"
+                    visible: Store.lyricsSourceLabel.length > 0
+                    text: Store.lyricsSourceLabel
+                    intent: Store.lyricsSourceIntent
+                }
+                Item { Layout.fillWidth: true }
+                Text {
+                    objectName: "lyricLineCount"
+                    text: Store.lyricLineCount + " lines"
+                    font.pixelSize: 12
+                    color: Theme.muted
+                }
+            }
+            KitTextArea {
+                objectName: "lyricsEditor"
+                text: Store.rawLyrics
+                onTextChanged: if (text !== Store.rawLyrics) Store.rawLyrics = text
+                Layout.fillWidth: true
+                Layout.minimumHeight: 200
+            }
+        }
+    }
+
+    PrimaryButton {
+        objectName: "alignButton"
+        symbol: "waveform"
+        text: Store.hasTranscript ? "Continue to timing" : "Align timing"
+        enabled: Store.rawLyrics.length > 0 && !Store.busy
+        onClicked: Store.alignTimingAndContinue()
+    }
+}

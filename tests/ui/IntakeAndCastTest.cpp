@@ -1,0 +1,213 @@
+#include "UiHarness.h"
+
+#include <QImage>
+#include <QQuickItem>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+using test::UiHarness;
+
+Project imported(bool timed)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    project.artist = QStringLiteral("Mara Vale");
+    project.audioPath = QStringLiteral("/music/Mara Vale - Letters in the Snow (extended night mix).mp3");
+    project.rawLyrics = QStringLiteral("City lights are burning low\n\nDown the road we used to know\nHold my hand\nWe are letters in the snow");
+    project.lyricsSource = LyricsSource::transcribed;
+    if (timed) {
+        const double starts[] = {0.4, 5.2, 61.4, 66.0};
+        const char *lines[] = {"City lights are burning low", "Down the road we used to know", "Hold my hand",
+                               "We are letters in the snow"};
+        for (int i = 0; i < 4; ++i)
+            project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), starts[i], starts[i] + 4.6});
+    }
+    return project;
+}
+
+// Types into the item as a user would: focus, then key presses on the window.
+void typeInto(UiHarness &ui, const QString &objectName, const QString &text, int cursorAt = -1)
+{
+    auto *item = qobject_cast<QQuickItem *>(ui.find(objectName));
+    ASSERT_TRUE(item) << objectName.toStdString();
+    ui.window()->requestActivate();
+    item->forceActiveFocus();
+    if (cursorAt >= 0)
+        item->setProperty("cursorPosition", cursorAt);
+    for (const QChar character : text)
+        QTest::keyClick(ui.window(), character.toLatin1());
+    ui.settle();
+}
+
+TEST(IntakeScreen, InvitesADropUntilThereIsATrack)
+{
+    UiHarness ui{Project{}};
+    EXPECT_TRUE(ui.shown(QStringLiteral("heroHeadline")));
+    EXPECT_TRUE(ui.shown(QStringLiteral("chooserButton")));
+    ui.screenshot(QStringLiteral("intake-no-audio"));
+}
+
+TEST(IntakeScreen, ShowsTheTrackItsLyricsAndWhereTheyCameFrom)
+{
+    for (bool timed : {false, true}) {
+        UiHarness ui(imported(timed));
+        EXPECT_FALSE(ui.shown(QStringLiteral("heroHeadline")));
+        EXPECT_EQ(ui.text(QStringLiteral("chipText"), QStringLiteral("lyricsSourceChip")),
+                  QStringLiteral("TRANSCRIBED WITH WHISPER"));
+        EXPECT_EQ(ui.text(QStringLiteral("lyricLineCount")), QStringLiteral("4 lines"));
+        EXPECT_EQ(ui.text(QStringLiteral("audioFileName")),
+                  QStringLiteral("Mara Vale - Letters in the Snow (extended night mix).mp3"));
+        EXPECT_EQ(ui.text(QStringLiteral("alignButton")), timed ? QStringLiteral("Continue to timing") : QStringLiteral("Align timing"));
+        EXPECT_TRUE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
+        if (timed)
+            ui.screenshot(QStringLiteral("intake-transcribed"));
+    }
+}
+
+TEST(IntakeScreen, TypingKeepsTheCursorAndMarksTheLyricsAsEdited)
+{
+    UiHarness ui(imported(true));
+    typeInto(ui, QStringLiteral("titleField"), QStringLiteral("XY"), 7);
+    EXPECT_EQ(ui.store.project().title, QStringLiteral("LettersXY in the Snow"));
+    EXPECT_EQ(ui.find(QStringLiteral("titleField"))->property("cursorPosition").toInt(), 9);
+
+    typeInto(ui, QStringLiteral("lyricsEditor"), QStringLiteral("ab"), 4);
+    EXPECT_TRUE(ui.store.project().rawLyrics.startsWith(QStringLiteral("Cityab lights")));
+    EXPECT_EQ(ui.find(QStringLiteral("lyricsEditor"))->property("cursorPosition").toInt(), 6);
+    EXPECT_EQ(ui.store.project().lyricsSource, LyricsSource::manual);
+    EXPECT_TRUE(ui.store.project().transcript.isEmpty());
+    EXPECT_EQ(ui.text(QStringLiteral("alignButton")), QStringLiteral("Align timing"));
+}
+
+TEST(IntakeScreen, TheButtonWaitsForLyricsAndForTheRunningTask)
+{
+    Project project = imported(false);
+    project.rawLyrics.clear();
+    UiHarness ui(project);
+    EXPECT_FALSE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
+    ui.store.editProject([](Project &p) { p.rawLyrics = QStringLiteral("\n\n"); });
+    ui.settle();
+    EXPECT_TRUE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
+    ui.store.setRunningTask(QStringLiteral("Generating frame 3"));
+    ui.settle();
+    EXPECT_FALSE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
+}
+
+TEST(TimingScreen, ListsTheLinesOrSaysThereAreNone)
+{
+    {
+        UiHarness ui(imported(false));
+        ui.store.setSelectedStage(PipelineStage::timing);
+        ui.settle();
+        EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No transcript yet"));
+        ui.screenshot(QStringLiteral("timing-empty"));
+    }
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("transcriptLength")), QStringLiteral("1:11"));
+    ui.screenshot(QStringLiteral("timing-filled"));
+
+    ui.store.setRunningTask(QStringLiteral("Generating frame 3"));
+    ui.settle();
+    EXPECT_FALSE(ui.find(QStringLiteral("continueToCharacters"))->property("enabled").toBool());
+}
+
+TEST(TimingScreen, TheStepperKeepsTheEndWithinThirtySecondsOfTheStart)
+{
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.settle();
+    const QList<QQuickItem *> ups = ui.findAll(QStringLiteral("stepUp"));
+    ASSERT_EQ(ups.size(), 4);
+    QQuickItem *stepper = ups[2]->parentItem();
+    for (int i = 0; i < 400; ++i)
+        QMetaObject::invokeMethod(stepper, "step", Q_ARG(double, 0.1));
+    ui.settle();
+    EXPECT_NEAR(ui.store.project().transcript[2].end, 91.4, 1e-9);
+    for (int i = 0; i < 400; ++i)
+        QMetaObject::invokeMethod(stepper, "step", Q_ARG(double, -0.1));
+    ui.settle();
+    EXPECT_NEAR(ui.store.project().transcript[2].end, 61.4, 1e-9);
+    EXPECT_NEAR(ui.store.project().transcript[1].end, 9.8, 1e-9);
+}
+
+TEST(TimeFormat, RoundsToWholeSecondsHalvesUp)
+{
+    const std::pair<double, const char *> rows[] = {{0, "0:00"}, {59.4, "0:59"}, {59.5, "1:00"}, {61.4, "1:01"},
+                                                    {600, "10:00"}, {3599.6, "60:00"}};
+    for (const auto &[seconds, text] : rows)
+        EXPECT_EQ(ui::AppStore::formatTime(seconds), QString::fromLatin1(text)) << seconds;
+}
+
+QString referenceImage(const test::TempLibrary &temp, const QString &name, QColor colour)
+{
+    QImage image(200, 200, QImage::Format_RGB32);
+    image.fill(colour);
+    const QString path = temp.path(name);
+    image.save(path);
+    return path;
+}
+
+TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
+{
+    Project project = imported(true);
+    UiHarness ui(project);
+    ui.store.setSelectedStage(PipelineStage::characters);
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("noCharacters")));
+    ui.screenshot(QStringLiteral("characters-none"));
+
+    typeInto(ui, QStringLiteral("newCharacterName"), QStringLiteral("  Mia  "));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("addCharacterButton")), "clicked");
+    typeInto(ui, QStringLiteral("newCharacterName"), QStringLiteral("   "));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("addCharacterButton")), "clicked");
+    ui.settle();
+    ASSERT_EQ(ui.store.project().characters.size(), 1);
+    EXPECT_EQ(ui.store.project().characters[0].name, QStringLiteral("Mia"));
+
+    ui.store.addCharacter(QStringLiteral("The Courier"));
+    const QUuid mia = ui.store.project().characters[0].id;
+    ui.store.addReferenceImages(mia, {referenceImage(ui.temp, QStringLiteral("a.png"), QColor(255, 103, 72)),
+                                      referenceImage(ui.temp, QStringLiteral("b.png"), Qt::blue)});
+    ui.store.editProject([](Project &p) {
+        for (int i = 0; i < 3; ++i) {
+            StoryboardChunk chunk;
+            chunk.primaryCharacterInFrame = i != 1;
+            p.chunks.append(chunk);
+        }
+    });
+    ui.settle();
+    EXPECT_FALSE(ui.shown(QStringLiteral("noCharacters")));
+    const QList<QQuickItem *> references = ui.findAll(QStringLiteral("referencesChip"));
+    ASSERT_EQ(references.size(), 2);
+    EXPECT_EQ(references[0]->property("text").toString(), QStringLiteral("2 reference images"));
+    EXPECT_EQ(references[1]->property("text").toString(), QStringLiteral("No reference image"));
+    EXPECT_EQ(ui.find(QStringLiteral("framesChip"))->property("text").toString(), QStringLiteral("2 frames"));
+    EXPECT_EQ(ui.text(QStringLiteral("storyboardButton")), QStringLiteral("Continue to storyboard"));
+    ui.screenshot(QStringLiteral("characters-two"));
+
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("storyboardButton")), "clicked");
+    ui.settle();
+    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::storyboard);
+}
+
+TEST(StyleScreen, ThePreviewFollowsTheFields)
+{
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::style);
+    ui.settle();
+    EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("City lights are burning low")));
+    EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("a hand-painted marker sign")));
+    typeInto(ui, QStringLiteral("moodField"), QStringLiteral(" and rainy"), 25);
+    EXPECT_EQ(ui.store.project().style.mood, QStringLiteral("Vivid, analog, expressive and rainy"));
+    EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("expressive and rainy")));
+    ui.screenshot(QStringLiteral("style-preview"));
+}
+
+} // namespace
+} // namespace quillvane
