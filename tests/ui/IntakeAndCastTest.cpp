@@ -211,3 +211,38 @@ TEST(StyleScreen, ThePreviewFollowsTheFields)
 
 } // namespace
 } // namespace quillvane
+
+namespace quillvane {
+namespace {
+
+TEST(IntakeScreen, MovesToTimingOnlyWhenTheRunLeftNoError)
+{
+    UiHarness timed(imported(true));
+    QMetaObject::invokeMethod(timed.find(QStringLiteral("alignButton")), "clicked");
+    EXPECT_TRUE(test::processEventsUntil([&] { return timed.store.selectedStage() == PipelineStage::timing; },
+                                         std::chrono::seconds(5)));
+
+    Project blank = imported(false);
+    blank.rawLyrics = QStringLiteral(" \n\n");
+    UiHarness ui(blank);
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("alignButton")), "clicked");
+    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.lastError().has_value(); }, std::chrono::seconds(5)));
+    EXPECT_EQ(ui.store.lastError(), QStringLiteral("Add lyrics before planning the storyboard."));
+    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::intake);
+}
+
+TEST(CharactersScreen, APlanningFailureStaysOnTheScreenWithItsMessage)
+{
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::characters);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("storyboardButton")), QStringLiteral("Generate storyboard"));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("storyboardButton")), "clicked");
+    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.lastError().has_value(); }, std::chrono::seconds(5)));
+    EXPECT_EQ(ui.store.lastError(),
+              QStringLiteral("Add a character with a reference image before planning — the plan is built around it."));
+    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::characters);
+}
+
+} // namespace
+} // namespace quillvane
