@@ -63,7 +63,10 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_elements(new ElementListModel(store, this))
     , m_chunks(new ChunkListModel(store, this))
 {
-    connect(&store, &ProjectStore::projectChanged, this, &AppStore::projectChanged);
+    connect(&store, &ProjectStore::projectChanged, this, [this] {
+        ++m_revision;
+        Q_EMIT projectChanged();
+    });
     connect(&store, &ProjectStore::selectedStageChanged, this, &AppStore::selectedStageChanged);
     connect(&store, &ProjectStore::runningTaskChanged, this, &AppStore::runningTaskChanged);
     connect(&store, &ProjectStore::taskProgressChanged, this, &AppStore::taskProgressChanged);
@@ -249,6 +252,61 @@ int AppStore::featuredFrameCount() const
 {
     const auto &chunks = m_store.project().chunks;
     return int(std::count_if(chunks.begin(), chunks.end(), [](const StoryboardChunk &c) { return c.primaryCharacterInFrame; }));
+}
+
+QString AppStore::artDirection() const
+{
+    return m_store.project().plan ? m_store.project().plan->artDirectionStatement : QString();
+}
+
+QStringList AppStore::palette() const
+{
+    return m_store.project().plan ? m_store.project().plan->palette : QStringList();
+}
+
+QString AppStore::motif() const
+{
+    return m_store.project().plan ? m_store.project().plan->motif : QString();
+}
+
+QString AppStore::storyline() const
+{
+    return m_store.project().plan ? m_store.project().plan->storyline : QString();
+}
+
+bool AppStore::hasReferencedCharacter() const
+{
+    const auto &characters = m_store.project().characters;
+    return std::any_of(characters.begin(), characters.end(),
+                       [](const CharacterReference &c) { return !c.referenceImagePaths.isEmpty(); });
+}
+
+void AppStore::generateAllFrames()
+{
+    m_store.setSelectedStage(PipelineStage::frames);
+    generateMissingFrames();
+}
+
+QVariantMap AppStore::chunkView(const QString &chunkID) const
+{
+    const QUuid id = idFrom(chunkID);
+    for (const StoryboardChunk &chunk : m_store.project().chunks) {
+        if (chunk.id != id)
+            continue;
+        const ReviewChecklist review = chunk.frame ? chunk.frame->review : ReviewChecklist{};
+        return {{QStringLiteral("chunkNumber"), chunk.chunkNumber},
+                {QStringLiteral("hasFrame"), chunk.frame.has_value()},
+                {QStringLiteral("framePath"),
+                 chunk.frame && !chunk.frame->localPath.isEmpty() ? QUrl::fromLocalFile(chunk.frame->localPath).toString() : QString()},
+                {QStringLiteral("accepted"), chunk.isAccepted()},
+                {QStringLiteral("passedCount"), review.passedCount()},
+                {QStringLiteral("checks"), QVariantList{review.spellingCorrect, review.readable, review.placementOK,
+                                                        review.characterConsistent, review.styleContinuous}},
+                {QStringLiteral("undoCount"), int(chunk.undoStack.size())},
+                {QStringLiteral("redoCount"), int(chunk.redoStack.size())},
+                {QStringLiteral("editRequest"), chunk.frame ? chunk.frame->editRequest.value_or(QString()) : QString()}};
+    }
+    return {};
 }
 
 void AppStore::planStoryboard()

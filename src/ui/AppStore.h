@@ -36,6 +36,13 @@ class AppStore : public QObject {
     Q_PROPERTY(QString negativePrompts READ negativePrompts WRITE setNegativePrompts NOTIFY projectChanged)
     Q_PROPERTY(QString promptPreview READ promptPreview NOTIFY projectChanged)
     Q_PROPERTY(int featuredFrameCount READ featuredFrameCount NOTIFY projectChanged)
+    Q_PROPERTY(int revision READ revision NOTIFY projectChanged)
+    Q_PROPERTY(bool hasPlan READ hasPlan NOTIFY projectChanged)
+    Q_PROPERTY(QString artDirection READ artDirection NOTIFY projectChanged)
+    Q_PROPERTY(QStringList palette READ palette NOTIFY projectChanged)
+    Q_PROPERTY(QString motif READ motif NOTIFY projectChanged)
+    Q_PROPERTY(QString storyline READ storyline NOTIFY projectChanged)
+    Q_PROPERTY(bool hasReferencedCharacter READ hasReferencedCharacter NOTIFY projectChanged)
     Q_PROPERTY(int chunkCount READ chunkCount NOTIFY projectChanged)
     Q_PROPERTY(int framedCount READ framedCount NOTIFY projectChanged)
     Q_PROPERTY(int acceptedCount READ acceptedCount NOTIFY projectChanged)
@@ -94,6 +101,15 @@ public:
     QString promptPreview() const;
     // Chunks the planner put the main character in.
     int featuredFrameCount() const;
+    // Counts every change of the project, for bindings that look a record up by id.
+    int revision() const { return m_revision; }
+    bool hasPlan() const { return m_store.project().plan.has_value(); }
+    QString artDirection() const;
+    QStringList palette() const;
+    QString motif() const;
+    QString storyline() const;
+    // Whether some character has a reference image (planning needs one).
+    bool hasReferencedCharacter() const;
     int chunkCount() const { return int(m_store.project().chunks.size()); }
     int framedCount() const { return m_store.project().framedCount(); }
     int acceptedCount() const { return m_store.project().acceptedCount(); }
@@ -143,6 +159,12 @@ public:
     Q_INVOKABLE void renderMotion();
     Q_INVOKABLE void exportVideo();
     Q_INVOKABLE QString engineName() const;
+    // Moves to the frames stage and generates every missing frame.
+    Q_INVOKABLE void generateAllFrames();
+    // What the frame screens show of one chunk, looked up by id: chunkNumber, hasFrame,
+    // framePath (file URL), accepted, passedCount, checks (five booleans), undoCount,
+    // redoCount, editRequest. Empty when there is no such chunk.
+    Q_INVOKABLE QVariantMap chunkView(const QString &chunkID) const;
 
 Q_SIGNALS:
     void projectChanged();
@@ -162,6 +184,7 @@ private:
     void editStyle(QString StyleGuidance::*field, const QString &text);
 
     ProjectStore &m_store;
+    int m_revision = 0;
     StageListModel *m_stages;
     TranscriptModel *m_transcript;
     CharacterListModel *m_characters;

@@ -319,6 +319,8 @@ QVariant ChunkListModel::data(const QModelIndex &index, int role) const
         return frame ? frame->editRequest.value_or(QString()) : QString();
     case ElementIDsRole:
         return chunk->elementIdsUsed;
+    case FeaturesCharacterRole:
+        return chunk->primaryCharacterInFrame;
     }
     return {};
 }
@@ -358,7 +360,8 @@ QHash<int, QByteArray> ChunkListModel::roleNames() const
             {RedoCountRole, "redoCount"},
             {ClipPathRole, "clipPath"},
             {EditRequestRole, "editRequest"},
-            {ElementIDsRole, "elementIds"}};
+            {ElementIDsRole, "elementIds"},
+            {FeaturesCharacterRole, "featuresCharacter"}};
 }
 
 } // namespace quillvane::ui

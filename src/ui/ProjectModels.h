@@ -126,6 +126,7 @@ public:
         ClipPathRole,
         EditRequestRole,
         ElementIDsRole,
+        FeaturesCharacterRole,
     };
 
     explicit ChunkListModel(ProjectStore &store, QObject *parent = nullptr);

@@ -20,7 +20,7 @@ ColumnLayout {
     ]
 
     // Stages whose screens exist; the others show their header only.
-    readonly property var screens: ({ 0: intake, 1: timing, 2: characters, 5: style })
+    readonly property var screens: ({ 0: intake, 1: timing, 2: characters, 3: storyboard, 4: frames, 5: style })
 
     spacing: 22
 
@@ -28,6 +28,8 @@ ColumnLayout {
     Component { id: timing; TimingScreen {} }
     Component { id: characters; CharactersScreen {} }
     Component { id: style; StyleScreen {} }
+    Component { id: storyboard; StoryboardScreen {} }
+    Component { id: frames; FrameReviewScreen {} }
 
     Loader {
         objectName: "stageLoader"

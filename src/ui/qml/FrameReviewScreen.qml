@@ -1,0 +1,80 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Layouts
+import Quillvane
+
+// The frames stage: every chunk's frame on a responsive grid, to generate, check, edit and
+// accept; a card opens the viewer or the edit sheet.
+ColumnLayout {
+    id: screen
+    objectName: "frameScreen"
+    readonly property int columns: Math.max(1, Math.floor(width / 320))
+
+    spacing: 18
+
+    SurfaceHeader {
+        kicker: "Step 4 · Review"
+        title: "Approve the frames."
+        subtitle: "Confirm the baked-in text is correct and consistent before motion. Every check must pass to accept a frame."
+        Layout.fillWidth: true
+    }
+
+    EmptyState {
+        visible: Store.chunkCount === 0
+        symbol: "photo.on.rectangle.angled"
+        title: "No planned frames yet"
+        action: "Go to storyboard"
+        onActionTriggered: Store.selectedStage = 3
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        visible: Store.chunkCount > 0
+        spacing: 10
+        Layout.fillWidth: true
+        Text {
+            objectName: "generatedLine"
+            text: Texts.generatedLine(Store.framedCount, Store.chunkCount)
+            font.pixelSize: 13
+            color: Theme.cream
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            symbol: "sparkles"
+            text: "Generate missing"
+            enabled: !Store.busy
+            onClicked: Store.generateMissingFrames()
+        }
+        PrimaryButton {
+            objectName: "toMotionButton"
+            visible: Store.allAccepted
+            symbol: "cube.transparent"
+            text: "All frames accepted — set up motion"
+            onClicked: Store.selectedStage = 6
+        }
+    }
+
+    // A positioner rather than a layout: each card's height follows from its width (the frame
+    // keeps 16:9), which a positioner picks up as soon as the width is set.
+    Grid {
+        id: grid
+        visible: Store.chunkCount > 0
+        columns: screen.columns
+        spacing: 14
+        Layout.fillWidth: true
+        Repeater {
+            model: Store.chunks
+            delegate: FrameReviewCard {
+                width: (grid.width - (screen.columns - 1) * grid.spacing) / screen.columns
+                onViewRequested: id => sheet.show(id, false)
+                onEditRequested: id => sheet.show(id, true)
+            }
+        }
+    }
+
+    FrameSheet {
+        id: sheet
+        objectName: "frameSheet"
+        parent: screen.Window.window ? screen.Window.window.contentItem : screen
+    }
+}

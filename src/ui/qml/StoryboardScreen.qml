@@ -1,0 +1,115 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Layouts
+import Quillvane
+
+// Step 4: plan the storyboard, see its art direction and elements, and correct every
+// planned frame before it is generated.
+ColumnLayout {
+    id: screen
+    readonly property bool hasStoryboard: Store.hasPlan && Store.chunkCount > 0
+    readonly property int columns: Math.max(1, Math.floor(width / 300))
+
+    spacing: 18
+
+    SurfaceHeader {
+        kicker: "Step 4 · Storyboard"
+        title: "Plan the frames."
+        subtitle: "The planner turns the transcript and your character into an art-direction plan: recurring elements, and a prompt for every frame."
+        Layout.fillWidth: true
+    }
+
+    EmptyState {
+        visible: !screen.hasStoryboard
+        symbol: "rectangle.grid.1x2"
+        title: Store.hasReferencedCharacter ? "No storyboard yet" : "Set up a character first"
+        message: Store.hasReferencedCharacter ? "" : "The plan is generated from your character's reference image."
+        action: Store.hasReferencedCharacter ? "Plan storyboard" : "Go to Characters"
+        onActionTriggered: Store.hasReferencedCharacter ? Store.planStoryboard() : Store.selectedStage = 2
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        visible: screen.hasStoryboard
+        spacing: 10
+        Layout.fillWidth: true
+        Text {
+            objectName: "storyboardCounts"
+            text: Texts.storyboardCounts(Store.chunkCount, Store.framedCount)
+            font.pixelSize: 13
+            color: Theme.cream
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            text: "Generate storyboard"
+            enabled: !Store.busy
+            onClicked: Store.planStoryboard()
+        }
+        PrimaryButton {
+            symbol: "sparkles"
+            text: "Generate all frames"
+            enabled: !Store.busy
+            onClicked: Store.generateAllFrames()
+        }
+    }
+
+    PlanSummary {
+        visible: screen.hasStoryboard
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        visible: screen.hasStoryboard
+        spacing: 10
+        Layout.fillWidth: true
+        Text {
+            text: "Elements"
+            font.family: Theme.displayFont
+            font.pixelSize: 18
+            color: Theme.cream
+        }
+        Text {
+            objectName: "elementsRendered"
+            text: Texts.renderedLine(Store.elements.renderedCount, Store.elements.count)
+            font.pixelSize: 12
+            color: Theme.muted
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            symbol: "wand.and.stars"
+            text: "Render elements"
+            enabled: !Store.busy
+            onClicked: Store.renderElements()
+        }
+    }
+
+    // Positioners rather than layouts: a card's height follows from its width.
+    Grid {
+        id: elementGrid
+        readonly property int across: Math.max(2, screen.columns + 1)
+        visible: screen.hasStoryboard
+        columns: across
+        spacing: 12
+        Layout.fillWidth: true
+        Repeater {
+            model: Store.elements
+            delegate: ElementCard {
+                width: (elementGrid.width - (elementGrid.across - 1) * elementGrid.spacing) / elementGrid.across
+            }
+        }
+    }
+
+    Grid {
+        id: chunkGrid
+        visible: screen.hasStoryboard
+        columns: screen.columns
+        spacing: 14
+        Layout.fillWidth: true
+        Repeater {
+            model: Store.chunks
+            delegate: ChunkCard {
+                width: (chunkGrid.width - (screen.columns - 1) * chunkGrid.spacing) / screen.columns
+            }
+        }
+    }
+}

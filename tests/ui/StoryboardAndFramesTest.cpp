@@ -1,0 +1,206 @@
+#include "UiHarness.h"
+
+#include <QImage>
+#include <QPainter>
+#include <QQuickItem>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+using test::UiHarness;
+
+// A painted stand-in for a generated frame: a colour field with its lyric lettered on it.
+QString paintedFrame(const test::TempLibrary &temp, const QString &name, QColor colour, const QString &words)
+{
+    QImage image(960, 540, QImage::Format_RGB32);
+    image.fill(colour);
+    QPainter painter(&image);
+    painter.setPen(QColor(250, 240, 220));
+    QFont font(QStringLiteral("Permanent Marker"));
+    font.setPixelSize(64);
+    painter.setFont(font);
+    painter.drawText(image.rect(), Qt::AlignCenter | Qt::TextWordWrap, words);
+    painter.end();
+    const QString path = temp.path(name);
+    image.save(path);
+    return path;
+}
+
+// Twelve chunks: 0-3 accepted, 4-7 generated with some checks, 8-11 not generated; five
+// elements, two of them rendered.
+Project storyboard(const test::TempLibrary &temp)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {QStringLiteral("/refs/mia.png")}});
+    StoryboardPlan plan;
+    plan.artDirectionStatement = QStringLiteral("Hand-lettered signs glowing through a snowy night city; every lyric lives on a real surface.");
+    plan.palette = {QStringLiteral("#0F392F"), QStringLiteral("#FF6748"), QStringLiteral("#D6EE27"), QStringLiteral("#F7ECD2")};
+    plan.motif = QStringLiteral("paper letters drifting like snow");
+    plan.storyline = QStringLiteral("From an empty street to a crowded rooftop at dawn.");
+    const char *types[] = {"place", "prop", "place", "character", "prop"};
+    for (int i = 0; i < 5; ++i) {
+        PlanElement element;
+        element.id = QStringLiteral("element-%1").arg(i + 1);
+        element.type = QString::fromLatin1(types[i]);
+        element.continuityDescription = QStringLiteral("A recurring %1 seen across the video.").arg(element.type);
+        if (i < 2) {
+            element.imageRemoteURL = QStringLiteral("https://media.example/e%1.png").arg(i);
+            element.imageLocalPath = paintedFrame(temp, QStringLiteral("e%1.png").arg(i), QColor(40 + 60 * i, 80, 90), element.id);
+        }
+        plan.elements.append(element);
+    }
+    project.plan = plan;
+    const QColor colours[] = {QColor(15, 57, 47), QColor(120, 40, 60), QColor(30, 60, 120), QColor(90, 70, 20)};
+    for (int i = 0; i < 12; ++i) {
+        StoryboardChunk chunk;
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        chunk.renderedText = QStringLiteral("Line %1 of the song").arg(i + 1);
+        chunk.imagePrompt = QStringLiteral("A chalk sign on a brick wall at night, frame %1").arg(i + 1);
+        chunk.primaryCharacterInFrame = i % 3 == 0;
+        if (i < 8) {
+            GeneratedFrame frame;
+            frame.localPath = paintedFrame(temp, QStringLiteral("f%1.png").arg(i), colours[i % 4], chunk.renderedText);
+            frame.review = {true, true, i < 4 || i == 6, i < 4, i < 4};
+            chunk.frame = frame;
+        }
+        if (i == 5) {
+            chunk.undoStack.append(*chunk.frame);
+            chunk.undoStack.append(*chunk.frame);
+            chunk.frame->editRequest = QStringLiteral("make the sky sunset orange");
+            chunk.redoStack.append(*chunk.frame);
+        }
+        project.chunks.append(chunk);
+    }
+    return project;
+}
+
+QStringList texts(UiHarness &ui, const QString &chipName)
+{
+    QStringList found;
+    for (QQuickItem *chip : ui.findAll(chipName))
+        found.append(chip->property("text").toString());
+    return found;
+}
+
+TEST(StoryboardScreen, ShowsThePlanItsElementsAndEveryFrame)
+{
+    test::TempLibrary images;
+    UiHarness ui(storyboard(images));
+    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("storyboardCounts")), QStringLiteral("12 frames · 8 generated"));
+    EXPECT_EQ(ui.text(QStringLiteral("elementsRendered")), QStringLiteral("2/5 rendered"));
+    EXPECT_EQ(ui.findAll(QStringLiteral("elementPending")).size(), 5);
+    const QStringList chips = texts(ui, QStringLiteral("chunkChip"));
+    ASSERT_EQ(chips.size(), 12);
+    EXPECT_EQ(chips[0], QStringLiteral("Accepted"));
+    EXPECT_EQ(chips[5], QStringLiteral("2/5 checks"));
+    EXPECT_EQ(chips[6], QStringLiteral("3/5 checks"));
+    EXPECT_EQ(chips[9], QStringLiteral("Not generated"));
+    ui.window()->resize(1200, 2600);
+    ui.screenshot(QStringLiteral("storyboard-planned"));
+}
+
+TEST(StoryboardScreen, SaysWhatIsMissingBeforeThereIsAPlan)
+{
+    Project project;
+    project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {}});
+    UiHarness ui(project);
+    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("Set up a character first"));
+    ui.store.addReferenceImages(project.characters[0].id, {QStringLiteral("/refs/mia.png")});
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No storyboard yet"));
+}
+
+TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)
+{
+    test::TempLibrary images;
+    UiHarness ui(storyboard(images));
+    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.settle();
+    QQuickItem *field = ui.findAll(QStringLiteral("renderedTextField")).value(2);
+    ASSERT_TRUE(field);
+    field->setProperty("text", QStringLiteral("Line 3, spelled right"));
+    QMetaObject::invokeMethod(field, "textEdited");
+    ui.settle();
+    EXPECT_EQ(ui.store.project().chunks[2].renderedText, QStringLiteral("Line 3, spelled right"));
+}
+
+TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
+{
+    test::TempLibrary images;
+    UiHarness ui(storyboard(images));
+    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("generatedLine")), QStringLiteral("8/12 generated"));
+    const QStringList chips = texts(ui, QStringLiteral("reviewChip"));
+    ASSERT_EQ(chips.size(), 12);
+    EXPECT_EQ(chips[0], QStringLiteral("Accepted"));
+    EXPECT_EQ(chips[4], QStringLiteral("Pending"));
+    EXPECT_EQ(chips[11], QStringLiteral("Not generated"));
+    EXPECT_FALSE(ui.shown(QStringLiteral("toMotionButton")));
+    const QList<QQuickItem *> undo = ui.findAll(QStringLiteral("undoButton"));
+    const QList<QQuickItem *> redo = ui.findAll(QStringLiteral("redoButton"));
+    EXPECT_FALSE(undo[0]->isEnabled());
+    EXPECT_TRUE(undo[5]->isEnabled());
+    EXPECT_TRUE(redo[5]->isEnabled());
+    ui.window()->resize(1200, 2300);
+    ui.screenshot(QStringLiteral("frames-review-grid"));
+
+    // Accept every frame: the chips turn and the way to motion appears.
+    ui.store.editProject([](Project &p) {
+        p.chunks.erase(p.chunks.begin() + 4, p.chunks.end());
+    });
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("toMotionButton")));
+}
+
+TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
+{
+    test::TempLibrary images;
+    UiHarness ui(storyboard(images));
+    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.settle();
+    // The sheet is a popup, an object beside the items rather than one of them.
+    QObject *sheet = nullptr;
+    for (QQuickItem *item : ui.findAll(QStringLiteral("frameScreen")))
+        sheet = item->findChild<QObject *>(QStringLiteral("frameSheet"));
+    ASSERT_TRUE(sheet);
+    const QString chunkID = uuidText(ui.store.project().chunks[5].id);
+    QMetaObject::invokeMethod(sheet, "show", Q_ARG(QString, chunkID), Q_ARG(bool, false));
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("sheetTitle")), QStringLiteral("Frame 6"));
+    EXPECT_EQ(ui.text(QStringLiteral("lastEditLine")), QStringLiteral("Last edit: “make the sky sunset orange”"));
+    ui.screenshot(QStringLiteral("frames-viewer-sheet"));
+
+    sheet->setProperty("editing", true);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("sheetTitle")), QStringLiteral("Edit frame"));
+    EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 3 · 1 redo"));
+    EXPECT_FALSE(ui.find(QStringLiteral("sendButton"))->isEnabled());
+    sheet->setProperty("request", QStringLiteral("   "));
+    ui.settle();
+    EXPECT_FALSE(ui.find(QStringLiteral("sendButton"))->isEnabled());
+    sheet->setProperty("request", QStringLiteral("  warmer light  "));
+    ui.settle();
+    EXPECT_TRUE(ui.find(QStringLiteral("sendButton"))->isEnabled());
+    ui.screenshot(QStringLiteral("frames-edit-sheet"));
+
+    ui.store.setRunningTask(QStringLiteral("Editing frame 6"));
+    ui.settle();
+    EXPECT_FALSE(ui.shown(QStringLiteral("sendButton")));
+    ui.store.setRunningTask(std::nullopt);
+
+    ui.bridge.undoFrame(chunkID);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 2 · 2 redo"));
+}
+
+} // namespace
+} // namespace quillvane
