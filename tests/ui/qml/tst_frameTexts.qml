@@ -1,0 +1,50 @@
+import QtQuick
+import QtTest
+import Quillvane
+
+TestCase {
+    name: "FrameTexts"
+
+    function test_reviewChips_data() {
+        return [
+            { tag: "no frame", hasFrame: false, passed: 0, text: "Not generated", intent: "neutral" },
+            { tag: "some checks", hasFrame: true, passed: 3, text: "Pending", intent: "pending" },
+            { tag: "every check", hasFrame: true, passed: 5, text: "Accepted", intent: "good" }
+        ]
+    }
+    function test_reviewChips(row) {
+        compare(Texts.reviewChip(row.hasFrame, row.passed), [row.text, row.intent])
+    }
+
+    function test_storyboardChips_data() {
+        return [
+            { tag: "no frame", hasFrame: false, passed: 0, text: "Not generated" },
+            { tag: "three of five", hasFrame: true, passed: 3, text: "3/5 checks" },
+            { tag: "none yet", hasFrame: true, passed: 0, text: "0/5 checks" },
+            { tag: "every check", hasFrame: true, passed: 5, text: "Accepted" }
+        ]
+    }
+    function test_storyboardChips(row) {
+        compare(Texts.storyboardChip(row.hasFrame, row.passed)[0], row.text)
+    }
+
+    function test_counts() {
+        compare(Texts.generatedLine(4, 12), "4/12 generated")
+        compare(Texts.storyboardCounts(12, 4), "12 frames · 4 generated")
+        compare(Texts.renderedLine(3, 5), "3/5 rendered")
+        compare(Texts.versionLine(0, 0), "Version 1")
+        compare(Texts.versionLine(2, 1), "Version 3 · 1 redo")
+    }
+
+    function test_sendNeedsWordsAndAnIdleStore_data() {
+        return [
+            { tag: "empty", request: "", busy: false, allowed: false },
+            { tag: "blanks only", request: "  \t ", busy: false, allowed: false },
+            { tag: "words", request: "  warmer light ", busy: false, allowed: true },
+            { tag: "words while busy", request: "warmer light", busy: true, allowed: false }
+        ]
+    }
+    function test_sendNeedsWordsAndAnIdleStore(row) {
+        compare(Texts.canSend(row.request, row.busy), row.allowed)
+    }
+}
