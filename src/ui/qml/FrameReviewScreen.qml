@@ -55,7 +55,8 @@ ColumnLayout {
     }
 
     // A positioner rather than a layout: each card's height follows from its width (the frame
-    // keeps 16:9), which a positioner picks up as soon as the width is set.
+    // keeps 16:9), which a positioner picks up as soon as the width is set. Widths come from
+    // the screen, never from the grid, whose own width comes from its cards.
     Grid {
         id: grid
         visible: Store.chunkCount > 0
@@ -65,7 +66,7 @@ ColumnLayout {
         Repeater {
             model: Store.chunks
             delegate: FrameReviewCard {
-                width: (grid.width - (screen.columns - 1) * grid.spacing) / screen.columns
+                width: (screen.width - (screen.columns - 1) * grid.spacing) / screen.columns
                 onViewRequested: id => sheet.show(id, false)
                 onEditRequested: id => sheet.show(id, true)
             }

@@ -83,7 +83,8 @@ ColumnLayout {
         }
     }
 
-    // Positioners rather than layouts: a card's height follows from its width.
+    // Positioners rather than layouts: a card's height follows from its width. Widths come
+    // from the screen, never from the grid, whose own width comes from its cards.
     Grid {
         id: elementGrid
         readonly property int across: Math.max(2, screen.columns + 1)
@@ -94,7 +95,7 @@ ColumnLayout {
         Repeater {
             model: Store.elements
             delegate: ElementCard {
-                width: (elementGrid.width - (elementGrid.across - 1) * elementGrid.spacing) / elementGrid.across
+                width: (screen.width - (elementGrid.across - 1) * elementGrid.spacing) / elementGrid.across
             }
         }
     }
@@ -108,7 +109,7 @@ ColumnLayout {
         Repeater {
             model: Store.chunks
             delegate: ChunkCard {
-                width: (chunkGrid.width - (screen.columns - 1) * chunkGrid.spacing) / screen.columns
+                width: (screen.width - (screen.columns - 1) * chunkGrid.spacing) / screen.columns
             }
         }
     }
