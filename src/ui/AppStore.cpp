@@ -62,7 +62,9 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_characters(new CharacterListModel(store, this))
     , m_elements(new ElementListModel(store, this))
     , m_chunks(new ChunkListModel(store, this))
+    , m_media(new MediaSettings(store, this))
 {
+    connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
     connect(&store, &ProjectStore::projectChanged, this, [this] {
         ++m_revision;
         Q_EMIT projectChanged();
@@ -254,6 +256,24 @@ int AppStore::featuredFrameCount() const
     return int(std::count_if(chunks.begin(), chunks.end(), [](const StoryboardChunk &c) { return c.primaryCharacterInFrame; }));
 }
 
+QString AppStore::chunkIdAt(int index) const
+{
+    const auto &chunks = m_store.project().chunks;
+    return index >= 0 && index < chunks.size() ? uuidText(chunks[index].id) : QString();
+}
+
+QString AppStore::selectedChunkId() const
+{
+    const auto id = m_store.selectedChunkID();
+    return id ? uuidText(*id) : QString();
+}
+
+void AppStore::setSelectedChunkId(const QString &id)
+{
+    const QUuid parsed = idFrom(id);
+    m_store.setSelectedChunkID(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
+}
+
 QString AppStore::artDirection() const
 {
     return m_store.project().plan ? m_store.project().plan->artDirectionStatement : QString();
@@ -304,7 +324,12 @@ QVariantMap AppStore::chunkView(const QString &chunkID) const
                                                         review.characterConsistent, review.styleContinuous}},
                 {QStringLiteral("undoCount"), int(chunk.undoStack.size())},
                 {QStringLiteral("redoCount"), int(chunk.redoStack.size())},
-                {QStringLiteral("editRequest"), chunk.frame ? chunk.frame->editRequest.value_or(QString()) : QString()}};
+                {QStringLiteral("editRequest"), chunk.frame ? chunk.frame->editRequest.value_or(QString()) : QString()},
+                {QStringLiteral("clipPath"), chunk.frame && chunk.frame->motionClipPath
+                                                 ? QUrl::fromLocalFile(*chunk.frame->motionClipPath).toString()
+                                                 : QString()},
+                {QStringLiteral("start"), chunk.start},
+                {QStringLiteral("end"), chunk.end}};
     }
     return {};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/ProjectStore.h"
+#include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
 
 #include <QObject>
@@ -60,6 +61,8 @@ class AppStore : public QObject {
     Q_PROPERTY(QAbstractListModel *characters READ characters CONSTANT)
     Q_PROPERTY(QAbstractListModel *elements READ elements CONSTANT)
     Q_PROPERTY(QAbstractListModel *chunks READ chunks CONSTANT)
+    Q_PROPERTY(quillvane::ui::MediaSettings *media READ media CONSTANT)
+    Q_PROPERTY(QString selectedChunkId READ selectedChunkId WRITE setSelectedChunkId NOTIFY selectedChunkChanged)
 
 public:
     explicit AppStore(ProjectStore &store, QObject *parent = nullptr);
@@ -133,6 +136,9 @@ public:
     QAbstractListModel *characters() const { return m_characters; }
     QAbstractListModel *elements() const { return m_elements; }
     QAbstractListModel *chunks() const { return m_chunks; }
+    MediaSettings *media() const { return m_media; }
+    QString selectedChunkId() const;
+    void setSelectedChunkId(const QString &id);
 
     Q_INVOKABLE void dismissError() { m_store.dismissError(); }
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
@@ -163,8 +169,10 @@ public:
     Q_INVOKABLE void generateAllFrames();
     // What the frame screens show of one chunk, looked up by id: chunkNumber, hasFrame,
     // framePath (file URL), accepted, passedCount, checks (five booleans), undoCount,
-    // redoCount, editRequest. Empty when there is no such chunk.
+    // redoCount, editRequest, clipPath (file URL), start, end. Empty when there is no such chunk.
     Q_INVOKABLE QVariantMap chunkView(const QString &chunkID) const;
+    // The id of the chunk at that place in stored order; empty past the end.
+    Q_INVOKABLE QString chunkIdAt(int index) const;
 
 Q_SIGNALS:
     void projectChanged();
@@ -175,6 +183,7 @@ Q_SIGNALS:
     void generationModelChanged();
     void editWorkflowChanged();
     void proxyBaseURLChanged();
+    void selectedChunkChanged();
     // A finished export's file, for the export screen to show and reveal.
     void exported(const QUrl &file);
 
@@ -190,6 +199,7 @@ private:
     CharacterListModel *m_characters;
     ElementListModel *m_elements;
     ChunkListModel *m_chunks;
+    MediaSettings *m_media;
     static inline AppStore *s_current = nullptr;
 };
 

@@ -42,6 +42,7 @@ ApplicationWindow {
 
     SettingsWindow {
         id: settings
+        objectName: "settingsWindow"
     }
 
     // Ctrl+1 ... Ctrl+9 select the nine stages in order.

@@ -1,36 +1,192 @@
+pragma ComponentBehavior: Bound
 import QtQuick
+import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import QtQuick.Window
 import Quillvane
 
-// The Settings window, 460 wide. Its panels arrive with the settings screen.
+// The Settings window, 460 wide: the transcription engine in use, the generation service,
+// the three generation settings under Advanced, and the version.
 Window {
     id: settings
     title: "Settings"
     width: 460
     minimumWidth: 460
     maximumWidth: 460
-    height: 560
-    minimumHeight: 360
+    height: 640
+    minimumHeight: 420
     color: Theme.inkDeep
+
+    // Asked afresh every time the window is shown: an install may have come or gone.
+    property string engine: Store.engineName()
+    property bool advancedOpen: true
+    onVisibleChanged: if (visible) settings.engine = Store.engineName()
 
     Shortcut {
         sequence: "Escape"
         onActivated: settings.close()
     }
 
-    ColumnLayout {
+    Flickable {
         anchors.fill: parent
-        anchors.margins: 28
-        spacing: 20
-        SurfaceHeader {
-            kicker: "Settings"
-            title: "Studio settings."
-            subtitle: "Transcription runs on your computer. Generation is handled by the Quillvane service."
-            Layout.fillWidth: true
-        }
-        Item {
-            Layout.fillHeight: true
+        contentHeight: column.implicitHeight + 56
+        clip: true
+
+        ColumnLayout {
+            id: column
+            x: 28
+            y: 28
+            width: settings.width - 56
+            spacing: 16
+
+            SurfaceHeader {
+                kicker: "Settings"
+                title: "Studio settings."
+                subtitle: "Transcription runs on your computer. Generation is handled by the Quillvane service."
+                Layout.fillWidth: true
+            }
+
+            Panel {
+                Layout.fillWidth: true
+                implicitHeight: engineColumn.implicitHeight + 2 * padding
+                ColumnLayout {
+                    id: engineColumn
+                    width: parent.width
+                    spacing: 8
+                    Text { text: "Transcription engine"; font.family: Theme.displayFont; font.pixelSize: 15; color: Theme.cream }
+                    RowLayout {
+                        spacing: 10
+                        Layout.fillWidth: true
+                        SymbolIcon {
+                            symbol: settings.engine === "Local Whisper" ? "cpu" : "waveform"
+                            tint: Theme.lime
+                            size: 16
+                        }
+                        Text {
+                            objectName: "engineName"
+                            text: settings.engine
+                            font.pixelSize: 13
+                            font.bold: true
+                            color: Theme.cream
+                            Layout.fillWidth: true
+                        }
+                        StatusChip {
+                            objectName: "engineChip"
+                            text: settings.engine === "None" ? "Unavailable" : "Ready"
+                            intent: settings.engine === "None" ? "bad" : "good"
+                        }
+                    }
+                    Text {
+                        text: settings.engine === "Local Whisper" ? "Using your local Whisper install."
+                              : "Install Whisper (e.g. `pip install openai-whisper`) for higher-accuracy timing; otherwise the built-in speech recognizer is used."
+                        font.pixelSize: 11
+                        color: Theme.muted
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
+                }
+            }
+
+            Panel {
+                Layout.fillWidth: true
+                implicitHeight: serviceColumn.implicitHeight + 2 * padding
+                ColumnLayout {
+                    id: serviceColumn
+                    width: parent.width
+                    spacing: 8
+                    Text { text: "Generation service"; font.family: Theme.displayFont; font.pixelSize: 15; color: Theme.cream }
+                    RowLayout {
+                        spacing: 10
+                        Layout.fillWidth: true
+                        SymbolIcon { symbol: "lock.shield"; tint: Theme.lime; size: 16 }
+                        Text {
+                            text: "Requests are routed through the Quillvane service. No key is stored on this computer."
+                            font.pixelSize: 12
+                            color: Theme.cream
+                            wrapMode: Text.WordWrap
+                            Layout.fillWidth: true
+                        }
+                    }
+                }
+            }
+
+            Panel {
+                Layout.fillWidth: true
+                implicitHeight: advanced.implicitHeight + 2 * padding
+                ColumnLayout {
+                    id: advanced
+                    width: parent.width
+                    spacing: 8
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Text {
+                            text: (settings.advancedOpen ? "▾ " : "▸ ") + "Advanced"
+                            font.pixelSize: 13
+                            font.bold: true
+                            color: Theme.cream
+                            Layout.fillWidth: true
+                            TapHandler { onTapped: settings.advancedOpen = !settings.advancedOpen }
+                        }
+                    }
+                    ColumnLayout {
+                        visible: settings.advancedOpen
+                        spacing: 8
+                        Layout.fillWidth: true
+                        FieldLabel { text: "Image model" }
+                        KitTextField {
+                            objectName: "modelField"
+                            placeholderText: "fal-ai/flux/dev"
+                            text: Store.generationModel
+                            onTextEdited: Store.generationModel = text
+                            Layout.fillWidth: true
+                        }
+                        FieldLabel { text: "Edit workflow" }
+                        KitTextField {
+                            objectName: "workflowField"
+                            placeholderText: "workflows/…/lyric-video-edit-frame"
+                            text: Store.editWorkflow
+                            onTextEdited: Store.editWorkflow = text
+                            Layout.fillWidth: true
+                        }
+                        FieldLabel { text: "Service base URL" }
+                        // Written when editing ends, so a new URL can be typed: every partial
+                        // URL on the way would normalise to the default.
+                        KitTextField {
+                            objectName: "serviceField"
+                            placeholderText: "https://…/api/fal"
+                            text: Store.proxyBaseURL
+                            onEditingFinished: {
+                                Store.proxyBaseURL = text
+                                text = Qt.binding(() => Store.proxyBaseURL)
+                            }
+                            Layout.fillWidth: true
+                        }
+                    }
+                }
+            }
+
+            Panel {
+                Layout.fillWidth: true
+                implicitHeight: updates.implicitHeight + 2 * padding
+                ColumnLayout {
+                    id: updates
+                    width: parent.width
+                    spacing: 8
+                    Text { text: "Updates"; font.family: Theme.displayFont; font.pixelSize: 15; color: Theme.cream }
+                    Text {
+                        text: "Updates are delivered with each Quillvane release."
+                        font.pixelSize: 12
+                        color: Theme.muted
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Text { text: "Version 1.0.0"; font.pixelSize: 12; color: Theme.cream; Layout.fillWidth: true }
+                        StatusChip { text: "Up to date"; intent: "good" }
+                    }
+                }
+            }
         }
     }
 }

@@ -20,7 +20,8 @@ ColumnLayout {
     ]
 
     // Stages whose screens exist; the others show their header only.
-    readonly property var screens: ({ 0: intake, 1: timing, 2: characters, 3: storyboard, 4: frames, 5: style })
+    readonly property var screens: ({ 0: intake, 1: timing, 2: characters, 3: storyboard, 4: frames, 5: style,
+                                      6: motion, 7: preview, 8: exporting })
 
     spacing: 22
 
@@ -30,6 +31,9 @@ ColumnLayout {
     Component { id: style; StyleScreen {} }
     Component { id: storyboard; StoryboardScreen {} }
     Component { id: frames; FrameReviewScreen {} }
+    Component { id: motion; MotionScreen {} }
+    Component { id: preview; PreviewScreen {} }
+    Component { id: exporting; ExportScreen {} }
 
     Loader {
         objectName: "stageLoader"

@@ -1,0 +1,151 @@
+#include "ui/MediaSettings.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDesktopServices>
+#include <QFileInfo>
+
+#include <cmath>
+
+namespace quillvane::ui {
+
+MediaSettings::MediaSettings(ProjectStore &store, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+{
+    connect(&store, &ProjectStore::projectChanged, this, &MediaSettings::changed);
+}
+
+void MediaSettings::editMotion(const std::function<void(DepthFlowSettings &)> &edit)
+{
+    m_store.editProject([&](Project &project) { edit(project.motion); });
+}
+
+void MediaSettings::editExport(const std::function<void(ExportSettings &)> &edit)
+{
+    m_store.editProject([&](Project &project) { edit(project.exportSettings); });
+}
+
+void MediaSettings::setIntensity(double value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.intensity = value; });
+}
+
+void MediaSettings::setZoom(double value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.zoom = value; });
+}
+
+void MediaSettings::setDuration(double value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.durationSeconds = value; });
+}
+
+void MediaSettings::setFps(int value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.fps = value; });
+}
+
+void MediaSettings::setLoop(bool value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.loop = value; });
+}
+
+void MediaSettings::setResolution(int index)
+{
+    const auto all = allExportResolutions();
+    if (index >= 0 && index < all.size())
+        editExport([&](ExportSettings &e) { e.resolution = all[index]; });
+}
+
+void MediaSettings::setContainer(int index)
+{
+    const auto all = allExportContainers();
+    if (index >= 0 && index < all.size())
+        editExport([&](ExportSettings &e) { e.container = all[index]; });
+}
+
+void MediaSettings::setIncludeAudio(bool value)
+{
+    editExport([&](ExportSettings &e) { e.includeOriginalAudio = value; });
+}
+
+void MediaSettings::setDestination(const QString &folder)
+{
+    const QUrl url(folder);
+    const QString path = url.isLocalFile() ? url.toLocalFile() : folder;
+    editExport([&](ExportSettings &e) { e.destinationFolder = path; });
+}
+
+QStringList MediaSettings::resolutionLabels() const
+{
+    QStringList labels;
+    for (ExportResolution resolution : allExportResolutions())
+        labels.append(textValue(resolution));
+    return labels;
+}
+
+QStringList MediaSettings::containerLabels() const
+{
+    QStringList labels;
+    for (ExportContainer container : allExportContainers())
+        labels.append(textValue(container));
+    return labels;
+}
+
+int MediaSettings::renderedCount() const
+{
+    const auto &chunks = m_store.project().chunks;
+    return int(std::count_if(chunks.begin(), chunks.end(),
+                             [](const StoryboardChunk &c) { return c.frame && c.frame->motionClipPath; }));
+}
+
+double MediaSettings::projectDuration() const
+{
+    double latest = 0;
+    for (const StoryboardChunk &chunk : m_store.project().chunks)
+        latest = std::max(latest, chunk.end);
+    if (latest > 0)
+        return latest;
+    for (const TranscriptSegment &segment : m_store.project().transcript)
+        latest = std::max(latest, segment.end);
+    return latest;
+}
+
+QString MediaSettings::audioURL() const
+{
+    const QString &path = m_store.project().audioPath;
+    return path.isEmpty() ? QString() : QUrl::fromLocalFile(path).toString();
+}
+
+QString MediaSettings::chunkTime(double seconds)
+{
+    const int minutes = int(std::floor(seconds / 60));
+    return QString::asprintf("%d:%05.2f", minutes, seconds - 60.0 * minutes);
+}
+
+QString MediaSettings::durationTime(double seconds)
+{
+    const long long whole = (long long)std::trunc(seconds);
+    return QString::asprintf("%lld:%02lld", whole / 60, whole % 60);
+}
+
+bool MediaSettings::fileExists(const QString &url)
+{
+    const QUrl parsed(url);
+    return !url.isEmpty() && QFileInfo::exists(parsed.isLocalFile() ? parsed.toLocalFile() : url);
+}
+
+void MediaSettings::showInFolder(const QUrl &file)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+                                                       QStringLiteral("/org/freedesktop/FileManager1"),
+                                                       QStringLiteral("org.freedesktop.FileManager1"),
+                                                       QStringLiteral("ShowItems"));
+    call << QStringList{file.toString()} << QString();
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 3000);
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file.toLocalFile()).absolutePath()));
+}
+
+} // namespace quillvane::ui

@@ -1,0 +1,189 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Quillvane
+
+// Step 7: the export settings, a summary, and the export with its result.
+ColumnLayout {
+    id: screen
+    readonly property var media: Store.media
+    property url lastExport
+
+    spacing: 18
+
+    Connections {
+        target: Store
+        function onExported(file) {
+            screen.lastExport = file
+            Store.media.showInFolder(file)
+        }
+    }
+
+    FolderDialog {
+        id: folderChooser
+        title: "Choose where to export"
+        onAccepted: screen.media.destination = selectedFolder
+    }
+
+    SurfaceHeader {
+        kicker: "Step 7 · Export"
+        title: "Assemble & export."
+        subtitle: "Combine the local motion clips with the original audio into a finished lyric video."
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        objectName: "lockNotice"
+        visible: !Store.allAccepted
+        spacing: 10
+        Layout.fillWidth: true
+        SymbolIcon {
+            symbol: "lock.fill"
+            tint: Theme.amber
+            size: 15
+        }
+        Text {
+            text: "Export unlocks when every frame is accepted."
+            font.pixelSize: 12
+            color: Theme.amber
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            text: "Review frames"
+            onClicked: Store.selectedStage = 4
+        }
+    }
+
+    Panel {
+        Layout.fillWidth: true
+        implicitHeight: settings.implicitHeight + 2 * padding
+        GridLayout {
+            id: settings
+            width: parent.width
+            columns: 2
+            rowSpacing: 12
+            columnSpacing: 14
+            Text { text: "Resolution"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
+            KitComboBox {
+                objectName: "resolutionPicker"
+                Layout.preferredWidth: 140
+                model: screen.media.resolutionLabels
+                currentIndex: screen.media.resolution
+                onActivated: index => screen.media.resolution = index
+            }
+            Text { text: "Container"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
+            KitComboBox {
+                objectName: "containerPicker"
+                Layout.preferredWidth: 180
+                model: screen.media.containerLabels
+                currentIndex: screen.media.container
+                onActivated: index => screen.media.container = index
+            }
+            Text { text: "Include original audio"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
+            ReviewToggle {
+                checked: screen.media.includeAudio
+                onToggled: value => screen.media.includeAudio = value
+            }
+            Text { text: "Destination"; font.pixelSize: 13; color: Theme.cream }
+            RowLayout {
+                spacing: 10
+                Layout.fillWidth: true
+                Text {
+                    objectName: "destinationText"
+                    text: screen.media.destination.length > 0 ? screen.media.destination : "Not chosen"
+                    font.pixelSize: 11
+                    color: Theme.muted
+                    elide: Text.ElideMiddle
+                    horizontalAlignment: Text.AlignRight
+                    Layout.fillWidth: true
+                }
+                SecondaryButton {
+                    text: "Choose…"
+                    onClicked: folderChooser.open()
+                }
+            }
+        }
+    }
+
+    Panel {
+        Layout.fillWidth: true
+        implicitHeight: summary.implicitHeight + 2 * padding
+        GridLayout {
+            id: summary
+            width: parent.width
+            columns: 2
+            rowSpacing: 6
+            Text {
+                text: "Summary"
+                font.family: Theme.displayFont
+                font.pixelSize: 16
+                color: Theme.cream
+                Layout.columnSpan: 2
+            }
+            Repeater {
+                model: [
+                    ["Chunks", String(Store.chunkCount)],
+                    ["Accepted frames", String(Store.acceptedCount)],
+                    ["Duration", screen.media.durationTime(screen.media.projectDuration)],
+                    ["Output", screen.media.resolutionLabels[screen.media.resolution] + " · "
+                               + screen.media.containerLabels[screen.media.container]]
+                ]
+                delegate: RowLayout {
+                    id: summaryRow
+                    required property var modelData
+                    Layout.columnSpan: 2
+                    Layout.fillWidth: true
+                    Text { text: summaryRow.modelData[0]; font.pixelSize: 12; color: Theme.muted; Layout.fillWidth: true }
+                    Text {
+                        objectName: "summary-" + summaryRow.modelData[0]
+                        text: summaryRow.modelData[1]
+                        font.pixelSize: 12
+                        font.family: "monospace"
+                        color: Theme.cream
+                    }
+                }
+            }
+        }
+    }
+
+    ProgressMeter {
+        visible: Store.busy && Store.taskProgress >= 0
+        value: Store.taskProgress
+        tint: Theme.lime
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        objectName: "exportResult"
+        visible: screen.lastExport.toString().length > 0
+        spacing: 10
+        Layout.fillWidth: true
+        SymbolIcon {
+            symbol: "checkmark.seal.fill"
+            tint: Theme.success
+            size: 16
+        }
+        Text {
+            text: "Exported to " + screen.lastExport.toString().split("/").pop()
+            font.pixelSize: 13
+            color: Theme.cream
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            text: "Show in Folder"
+            onClicked: Store.media.showInFolder(screen.lastExport)
+        }
+    }
+
+    PrimaryButton {
+        objectName: "exportButton"
+        symbol: "square.and.arrow.up.fill"
+        text: Store.busy ? "Exporting…" : "Export lyric video"
+        enabled: Store.allAccepted && !Store.busy
+        onClicked: {
+            screen.lastExport = ""
+            Store.exportVideo()
+        }
+    }
+}

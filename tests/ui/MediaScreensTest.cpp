@@ -1,0 +1,179 @@
+#include "UiHarness.h"
+#include "ui/MediaSettings.h"
+
+#include <QImage>
+#include <QQuickItem>
+#include <QGuiApplication>
+#include <QQuickWindow>
+
+#include <gtest/gtest.h>
+
+namespace quillvane {
+namespace {
+
+using test::UiHarness;
+
+Project project(int total, int accepted, const test::TempLibrary *stills = nullptr)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    for (int i = 0; i < total; ++i) {
+        StoryboardChunk chunk = test::chunkWithFrame(i < accepted);
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        chunk.start = i * 4.25;
+        chunk.end = chunk.start + 4.25;
+        chunk.frame->motionClipPath.reset();
+        if (stills) {
+            QImage image(640, 360, QImage::Format_RGB32);
+            image.fill(QColor(30 + 20 * i, 70, 90));
+            chunk.frame->localPath = stills->path(QStringLiteral("still-%1.png").arg(i));
+            image.save(chunk.frame->localPath);
+        }
+        project.chunks.append(chunk);
+    }
+    project.motion.zoom = 0.25;
+    project.motion.durationSeconds = 2.0;
+    return project;
+}
+
+TEST(MotionScreen, WarnsUntilEveryFrameIsAcceptedAndShowsItsValues)
+{
+    UiHarness ui(project(10, 3));
+    ui.store.setSelectedStage(PipelineStage::motion);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("acceptWarningText")), QStringLiteral("Accept all frames first — 3/10 approved."));
+    EXPECT_FALSE(ui.find(QStringLiteral("renderButton"))->isEnabled());
+    EXPECT_EQ(ui.text(QStringLiteral("settingValue"), QStringLiteral("intensityRow")), QStringLiteral("50%"));
+    EXPECT_EQ(ui.text(QStringLiteral("settingValue"), QStringLiteral("zoomRow")), QStringLiteral("25%"));
+    EXPECT_EQ(ui.text(QStringLiteral("settingValue"), QStringLiteral("durationRow")), QStringLiteral("2.0s"));
+    EXPECT_EQ(ui.text(QStringLiteral("renderStatus")), QStringLiteral("0 of 10 clips rendered"));
+    ui.screenshot(QStringLiteral("motion-not-accepted"));
+
+    ui.store.editProject([](Project &p) {
+        for (StoryboardChunk &chunk : p.chunks) {
+            chunk.frame->review = test::chunkWithFrame(true).frame->review;
+            chunk.frame->motionClipPath = QStringLiteral("/clips/x.mov");
+        }
+    });
+    ui.settle();
+    EXPECT_FALSE(ui.shown(QStringLiteral("acceptWarning")));
+    EXPECT_TRUE(ui.find(QStringLiteral("renderButton"))->isEnabled());
+    EXPECT_EQ(ui.text(QStringLiteral("renderStatus")), QStringLiteral("All clips rendered"));
+    ui.screenshot(QStringLiteral("motion-ready"));
+}
+
+TEST(MotionScreen, AnEmptyProjectHasNoClips)
+{
+    UiHarness ui{Project{}};
+    ui.store.setSelectedStage(PipelineStage::motion);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("renderStatus")), QStringLiteral("0 of 0 clips rendered"));
+}
+
+TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
+{
+    test::TempLibrary stills;
+    Project withFrames = project(6, 6, &stills);
+    withFrames.chunks[0].frame->motionClipPath = stills.path(QStringLiteral("deleted.mov"));
+    UiHarness ui(withFrames);
+    ui.store.setSelectedStage(PipelineStage::preview);
+    ui.store.setSelectedChunkID(withFrames.chunks[2].id);
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("previewStill")));
+    EXPECT_FALSE(ui.shown(QStringLiteral("previewVideo")));
+    EXPECT_EQ(ui.text(QStringLiteral("currentTime")), QStringLiteral("0:08.50"));
+    EXPECT_EQ(ui.text(QStringLiteral("projectDuration")), QStringLiteral("0:25"));
+    EXPECT_EQ(ui.text(QStringLiteral("sequenceLine")), QStringLiteral("Sequence complete"));
+    ui.screenshot(QStringLiteral("preview-still"));
+
+    UiHarness empty{Project{}};
+    empty.store.setSelectedStage(PipelineStage::preview);
+    empty.settle();
+    EXPECT_TRUE(empty.shown(QStringLiteral("noFramesText")));
+    EXPECT_EQ(empty.text(QStringLiteral("sequenceLine")), QStringLiteral("0 accepted"));
+}
+
+TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
+{
+    UiHarness ui(project(10, 3));
+    ui.store.setSelectedStage(PipelineStage::exportStage);
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("lockNotice")));
+    EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
+    EXPECT_EQ(ui.text(QStringLiteral("destinationText")), QStringLiteral("Not chosen"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Chunks")), QStringLiteral("10"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Accepted frames")), QStringLiteral("3"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Duration")), QStringLiteral("0:42"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Output")), QStringLiteral("1080p · MP4 (H.264)"));
+    ui.screenshot(QStringLiteral("export-locked"));
+
+    ui.bridge.media()->setDestination(QStringLiteral("file:///home/mara/Videos/Finished"));
+    ui.bridge.media()->setResolution(3);
+    ui.bridge.media()->setContainer(1);
+    ui.store.editProject([](Project &p) {
+        for (StoryboardChunk &chunk : p.chunks)
+            chunk.frame->review = test::chunkWithFrame(true).frame->review;
+    });
+    ui.settle();
+    EXPECT_EQ(ui.store.project().exportSettings.destinationFolder, QStringLiteral("/home/mara/Videos/Finished"));
+    EXPECT_EQ(ui.text(QStringLiteral("destinationText")), QStringLiteral("/home/mara/Videos/Finished"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Output")), QStringLiteral("4K · MOV (ProRes)"));
+    EXPECT_FALSE(ui.shown(QStringLiteral("lockNotice")));
+    EXPECT_TRUE(ui.find(QStringLiteral("exportButton"))->isEnabled());
+    ui.store.setRunningTask(QStringLiteral("Exporting video"));
+    ui.store.setTaskProgress(0.6);
+    ui.settle();
+    EXPECT_EQ(ui.text(QStringLiteral("exportButton")), QStringLiteral("Exporting…"));
+    EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
+    ui.screenshot(QStringLiteral("export-running"));
+}
+
+TEST(SettingsWindow, ShowsTheEngineAndWritesTheServiceURLWhenEditingEnds)
+{
+    UiHarness ui{Project{}};
+    QQuickWindow *settings = nullptr;
+    for (QWindow *window : QGuiApplication::allWindows()) {
+        if (window->objectName() == QStringLiteral("settingsWindow"))
+            settings = qobject_cast<QQuickWindow *>(window);
+    }
+    ASSERT_TRUE(settings);
+    settings->show();
+    ui.settle();
+    const auto itemNamed = [&](const QString &name) -> QQuickItem * {
+        QList<QQuickItem *> pending{settings->contentItem()};
+        while (!pending.isEmpty()) {
+            QQuickItem *item = pending.takeFirst();
+            if (item->objectName() == name)
+                return item;
+            pending.append(item->childItems());
+        }
+        return nullptr;
+    };
+    QQuickItem *engine = itemNamed(QStringLiteral("engineName"));
+    ASSERT_TRUE(engine);
+    EXPECT_EQ(engine->property("text").toString(), QStringLiteral("None"));
+
+    QQuickItem *service = itemNamed(QStringLiteral("serviceField"));
+    ASSERT_TRUE(service);
+    service->setProperty("text", QStringLiteral("https://studio.example.org/api/fal/"));
+    QMetaObject::invokeMethod(service, "editingFinished");
+    ui.settle();
+    EXPECT_EQ(ui.store.proxyBaseURL(), QStringLiteral("https://studio.example.org/api/fal"));
+    EXPECT_EQ(service->property("text").toString(), QStringLiteral("https://studio.example.org/api/fal"));
+
+    QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
+    settings->grabWindow().save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/settings-window.png"));
+}
+
+TEST(MediaFormats, ChunkTimesAndDurations)
+{
+    EXPECT_EQ(ui::MediaSettings::chunkTime(65.3), QStringLiteral("1:05.30"));
+    EXPECT_EQ(ui::MediaSettings::chunkTime(0), QStringLiteral("0:00.00"));
+    EXPECT_EQ(ui::MediaSettings::chunkTime(8.5), QStringLiteral("0:08.50"));
+    EXPECT_EQ(ui::MediaSettings::durationTime(187.9), QStringLiteral("3:07"));
+    EXPECT_EQ(ui::MediaSettings::durationTime(59.99), QStringLiteral("0:59"));
+}
+
+} // namespace
+} // namespace quillvane
