@@ -114,18 +114,13 @@ public:
     // A null frame drains the encoder.
     void encode(const AVFrame *frame)
     {
-        int status = avcodec_send_frame(m_encoder.get(), frame);
-        while (status >= 0) {
-            status = avcodec_receive_packet(m_encoder.get(), m_packet.get());
-            if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-                return;
-            if (status < 0)
-                break;
-            av_packet_rescale_ts(m_packet.get(), m_encoder->time_base, m_stream->time_base);
-            m_packet->stream_index = m_stream->index;
-            status = av_interleaved_write_frame(m_output.get(), m_packet.get());
-        }
-        throw failure(status);
+        const int status = encoding::encodeFrame(m_encoder.get(), frame, m_packet.get(), [this](AVPacket *packet) {
+            av_packet_rescale_ts(packet, m_encoder->time_base, m_stream->time_base);
+            packet->stream_index = m_stream->index;
+            return av_interleaved_write_frame(m_output.get(), packet);
+        });
+        if (status < 0)
+            throw failure(status);
     }
 
     void finish()

@@ -173,20 +173,16 @@ private:
 
     void encode(const AVFrame *frame)
     {
-        int status = avcodec_send_frame(m_encoder.get(), frame);
-        while (status >= 0) {
-            status = avcodec_receive_packet(m_encoder.get(), m_packet.get());
-            if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-                return;
-            if (status >= 0) {
-                if (const auto length = m_durations.find(m_packet->pts); length != m_durations.end()) {
-                    m_packet->duration = length->second;
-                    m_durations.erase(length);
-                }
-                m_muxer.writeVideo(m_packet.get(), m_encoder->time_base);
+        const int status = encoding::encodeFrame(m_encoder.get(), frame, m_packet.get(), [this](AVPacket *packet) {
+            if (const auto length = m_durations.find(packet->pts); length != m_durations.end()) {
+                packet->duration = length->second;
+                m_durations.erase(length);
             }
-        }
-        throw ExportError::exportFailed(encoding::errorText(status));
+            m_muxer.writeVideo(packet, m_encoder->time_base);
+            return 0;
+        });
+        if (status < 0)
+            throw ExportError::exportFailed(encoding::errorText(status));
     }
 
     Codec m_encoder;

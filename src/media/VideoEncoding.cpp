@@ -38,6 +38,20 @@ ffmpeg::Codec openVideoEncoder(int width, int height, AVRational timeBase, AVRat
     return encoder;
 }
 
+int encodeFrame(AVCodecContext *encoder, const AVFrame *frame, AVPacket *packet,
+                const std::function<int(AVPacket *)> &write)
+{
+    int status = avcodec_send_frame(encoder, frame);
+    while (status >= 0) {
+        status = avcodec_receive_packet(encoder, packet);
+        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
+            return 0;
+        if (status >= 0)
+            status = write(packet);
+    }
+    return status;
+}
+
 QString errorText(int code)
 {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};

@@ -12,6 +12,8 @@ extern "C" {
 
 #include <QString>
 
+#include <functional>
+
 namespace quillvane::encoding {
 
 inline constexpr const char *encoderName = "libx264";
@@ -22,6 +24,11 @@ inline constexpr const char *constantRateFactor = "18";
 // frameRate), or null when it cannot be made. globalHeader for containers that keep the
 // parameter sets in the header (MOV, MP4).
 ffmpeg::Codec openVideoEncoder(int width, int height, AVRational timeBase, AVRational frameRate, bool globalHeader);
+
+// Sends a frame to the encoder (null drains it) and hands every packet that comes out to
+// write, which takes the packet's data. Returns 0, or the first failing FFmpeg code.
+int encodeFrame(AVCodecContext *encoder, const AVFrame *frame, AVPacket *packet,
+                const std::function<int(AVPacket *)> &write);
 
 // FFmpeg's text for an error code, for messages a user may read.
 QString errorText(int code);
