@@ -33,7 +33,14 @@ int main(int argc, char *argv[])
     try {
         lock.emplace(locations::libraryLockFile());
     } catch (const Error &error) {
+        // Another Quillvane writes this library: say so in a window, not only on a terminal.
         std::fprintf(stderr, "%s\n", error.description().toLocal8Bit().constData());
+        QQmlApplicationEngine engine;
+        engine.setInitialProperties({{QStringLiteral("message"), error.description()}});
+        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/BusyLibraryWindow.qml")));
+        if (engine.rootObjects().isEmpty())
+            return 1;
+        QGuiApplication::exec();
         return 1;
     }
     ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());

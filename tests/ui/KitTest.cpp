@@ -90,3 +90,32 @@ TEST(Kit, MetersClampTheirFillAndLabelsShoutInCapitals)
 
 } // namespace
 } // namespace quillvane
+
+namespace quillvane {
+namespace {
+
+TEST(BusyLibrary, SaysWhyTheAppCannotOpenInAWindow)
+{
+    QQmlEngine engine;
+    engine.addImageProvider(QStringLiteral("symbol"), new ui::IconProvider);
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/BusyLibraryWindow.qml")));
+    const QString sentence = QStringLiteral("Quillvane is already open on this library. Close it and try again.");
+    std::unique_ptr<QQuickWindow> window(
+        qobject_cast<QQuickWindow *>(component.createWithInitialProperties({{QStringLiteral("message"), sentence}})));
+    ASSERT_TRUE(window) << component.errorString().toStdString();
+    test::processEventsFor(std::chrono::milliseconds(150));
+    QString shown;
+    QList<QQuickItem *> pending{window->contentItem()};
+    while (!pending.isEmpty()) {
+        QQuickItem *item = pending.takeFirst();
+        if (item->objectName() == QStringLiteral("busyMessage"))
+            shown = item->property("text").toString();
+        pending.append(item->childItems());
+    }
+    EXPECT_EQ(shown, sentence);
+    window->grabWindow().save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/busy-library.png"));
+}
+
+} // namespace
+} // namespace quillvane
