@@ -309,27 +309,16 @@ void AppStore::generateAllFrames()
 
 QVariantMap AppStore::chunkView(const QString &chunkID) const
 {
-    const QUuid id = idFrom(chunkID);
-    for (const StoryboardChunk &chunk : m_store.project().chunks) {
-        if (chunk.id != id)
+    // The chunk list's own row, role by role, so the sheets and the cards read the same values.
+    const QHash<int, QByteArray> roles = m_chunks->roleNames();
+    for (int row = 0; row < m_chunks->rowCount(); ++row) {
+        const QModelIndex index = m_chunks->index(row);
+        if (m_chunks->data(index, ChunkListModel::ChunkIDRole).toString() != chunkID)
             continue;
-        const ReviewChecklist review = chunk.frame ? chunk.frame->review : ReviewChecklist{};
-        return {{QStringLiteral("chunkNumber"), chunk.chunkNumber},
-                {QStringLiteral("hasFrame"), chunk.frame.has_value()},
-                {QStringLiteral("framePath"),
-                 chunk.frame && !chunk.frame->localPath.isEmpty() ? QUrl::fromLocalFile(chunk.frame->localPath).toString() : QString()},
-                {QStringLiteral("accepted"), chunk.isAccepted()},
-                {QStringLiteral("passedCount"), review.passedCount()},
-                {QStringLiteral("checks"), QVariantList{review.spellingCorrect, review.readable, review.placementOK,
-                                                        review.characterConsistent, review.styleContinuous}},
-                {QStringLiteral("undoCount"), int(chunk.undoStack.size())},
-                {QStringLiteral("redoCount"), int(chunk.redoStack.size())},
-                {QStringLiteral("editRequest"), chunk.frame ? chunk.frame->editRequest.value_or(QString()) : QString()},
-                {QStringLiteral("clipPath"), chunk.frame && chunk.frame->motionClipPath
-                                                 ? QUrl::fromLocalFile(*chunk.frame->motionClipPath).toString()
-                                                 : QString()},
-                {QStringLiteral("start"), chunk.start},
-                {QStringLiteral("end"), chunk.end}};
+        QVariantMap view;
+        for (auto role = roles.begin(); role != roles.end(); ++role)
+            view.insert(QString::fromLatin1(role.value()), m_chunks->data(index, role.key()));
+        return view;
     }
     return {};
 }

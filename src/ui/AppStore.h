@@ -167,9 +167,9 @@ public:
     Q_INVOKABLE QString engineName() const;
     // Moves to the frames stage and generates every missing frame.
     Q_INVOKABLE void generateAllFrames();
-    // What the frame screens show of one chunk, looked up by id: chunkNumber, hasFrame,
-    // framePath (file URL), accepted, passedCount, checks (five booleans), undoCount,
-    // redoCount, editRequest, clipPath (file URL), start, end. Empty when there is no such chunk.
+    // What the screens show of one chunk, looked up by id: the chunk list's roles by name
+    // (chunkNumber, hasFrame, framePath, accepted, checks, undoCount, clipPath, start, ...).
+    // Empty when there is no such chunk.
     Q_INVOKABLE QVariantMap chunkView(const QString &chunkID) const;
     // The id of the chunk at that place in stored order; empty past the end.
     Q_INVOKABLE QString chunkIdAt(int index) const;
