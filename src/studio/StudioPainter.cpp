@@ -1,0 +1,296 @@
+#include "studio/StudioPainter.h"
+
+#include <QCryptographicHash>
+#include <QFontDatabase>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRadialGradient>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+
+#include <cmath>
+
+namespace quillvane::studio {
+
+namespace {
+
+constexpr int frameWidth = 1920;
+constexpr int frameHeight = 1080;
+
+quint32 seedOf(const QString &text)
+{
+    const QByteArray hash = QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha1);
+    return quint32(uchar(hash[0])) << 24 | quint32(uchar(hash[1])) << 16 | quint32(uchar(hash[2])) << 8 | uchar(hash[3]);
+}
+
+QString markerFamily()
+{
+    static const QString family = [] {
+        const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/quillvane-studio/PermanentMarker-Regular.ttf"));
+        const QStringList families = id < 0 ? QStringList() : QFontDatabase::applicationFontFamilies(id);
+        return families.value(0, QStringLiteral("Sans Serif"));
+    }();
+    return family;
+}
+
+QStringList paletteIn(const QString &text)
+{
+    QStringList colours;
+    static const QRegularExpression hex(QStringLiteral("#[0-9A-Fa-f]{6}"));
+    for (auto match = hex.globalMatch(text); match.hasNext();)
+        colours.append(match.next().captured());
+    if (colours.size() < 4)
+        colours = {QStringLiteral("#0F392F"), QStringLiteral("#FF6748"), QStringLiteral("#D6EE27"), QStringLiteral("#F7ECD2")};
+    return colours;
+}
+
+bool has(const QString &prompt, const char *word)
+{
+    return prompt.contains(QLatin1String(word), Qt::CaseInsensitive);
+}
+
+void paintSky(QPainter &painter, const FrameSpec &spec, const QColor &base)
+{
+    QColor top = base.darker(220);
+    QColor bottom = base.lighter(130);
+    if (has(spec.prompt, "night") || has(spec.prompt, "neon")) {
+        top = QColor(8, 12, 38);
+        bottom = QColor(40, 30, 90);
+    } else if (has(spec.prompt, "sunset") || has(spec.prompt, "golden")) {
+        top = QColor(60, 30, 90);
+        bottom = QColor(250, 150, 60);
+    } else if (has(spec.prompt, "snow") || has(spec.prompt, "winter")) {
+        top = QColor(120, 150, 185);
+        bottom = QColor(225, 235, 245);
+    }
+    QLinearGradient sky(0, 0, 0, frameHeight * 0.62);
+    sky.setColorAt(0, top);
+    sky.setColorAt(1, bottom);
+    painter.fillRect(QRectF(0, 0, frameWidth, frameHeight), sky);
+}
+
+void paintCity(QPainter &painter, QRandomGenerator &random, const QColor &colour)
+{
+    const double horizon = frameHeight * 0.62;
+    double x = 0;
+    while (x < frameWidth) {
+        const double width = 60 + random.bounded(140);
+        const double height = 120 + random.bounded(320);
+        painter.fillRect(QRectF(x, horizon - height, width, height), colour);
+        // Lit windows.
+        painter.setPen(Qt::NoPen);
+        for (double wy = horizon - height + 14; wy < horizon - 20; wy += 26) {
+            for (double wx = x + 10; wx < x + width - 14; wx += 22) {
+                if (random.bounded(3) == 0)
+                    painter.fillRect(QRectF(wx, wy, 9, 12), QColor(255, 214, 120, 200));
+            }
+        }
+        x += width + random.bounded(18);
+    }
+}
+
+void paintGround(QPainter &painter, const FrameSpec &spec, const QColor &colour)
+{
+    const double horizon = frameHeight * 0.62;
+    QLinearGradient ground(0, horizon, 0, frameHeight);
+    ground.setColorAt(0, colour.darker(160));
+    ground.setColorAt(1, colour.darker(300));
+    painter.fillRect(QRectF(0, horizon, frameWidth, frameHeight - horizon), ground);
+    if (has(spec.prompt, "road") || has(spec.prompt, "street")) {
+        QPainterPath road;
+        road.moveTo(frameWidth * 0.42, horizon);
+        road.lineTo(frameWidth * 0.58, horizon);
+        road.lineTo(frameWidth * 0.95, frameHeight);
+        road.lineTo(frameWidth * 0.05, frameHeight);
+        road.closeSubpath();
+        painter.fillPath(road, QColor(30, 32, 38));
+        painter.setPen(QPen(QColor(240, 220, 140), 6, Qt::DashLine));
+        painter.drawLine(QPointF(frameWidth * 0.5, horizon), QPointF(frameWidth * 0.5, frameHeight));
+    }
+    if (has(spec.prompt, "water") || has(spec.prompt, "river") || has(spec.prompt, "sea")) {
+        painter.fillRect(QRectF(0, horizon, frameWidth, frameHeight * 0.12), QColor(40, 90, 140, 180));
+    }
+}
+
+void paintSnow(QPainter &painter, QRandomGenerator &random)
+{
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(255, 255, 255, 210));
+    for (int i = 0; i < 420; ++i) {
+        const double r = 1.5 + random.bounded(4.0);
+        painter.drawEllipse(QPointF(random.bounded(double(frameWidth)), random.bounded(double(frameHeight))), r, r);
+    }
+}
+
+void paintPortrait(QPainter &painter, const QImage &character)
+{
+    const QRectF frame(frameWidth * 0.70, frameHeight * 0.20, 420, 520);
+    painter.fillRect(frame.adjusted(-14, -14, 14, 14), QColor(40, 30, 20));
+    painter.drawImage(frame, character.scaled(frame.size().toSize(), Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation));
+}
+
+} // namespace
+
+FrameSpec frameSpecFromPrompt(const QString &imagePrompt)
+{
+    FrameSpec spec;
+    spec.prompt = imagePrompt;
+    static const QRegularExpression quoted(QStringLiteral("\"([^\"]+)\""));
+    spec.text = quoted.match(imagePrompt).captured(1);
+    if (spec.text.isEmpty())
+        spec.text = imagePrompt.section(QLatin1Char('.'), 0, 0).left(40);
+    static const QRegularExpression surface(QStringLiteral("(?:present on|painted on) ([^,.]+)"));
+    spec.surface = surface.match(imagePrompt).captured(1).trimmed();
+    if (spec.surface.isEmpty())
+        spec.surface = QStringLiteral("a hand-painted sign");
+    spec.palette = paletteIn(imagePrompt);
+    spec.variation = seedOf(imagePrompt);
+    return spec;
+}
+
+QRectF textArea(const FrameSpec &spec)
+{
+    // Walls and murals are wide and low; signs and banners sit higher and narrower.
+    const bool wall = spec.surface.contains(QLatin1String("wall")) || spec.surface.contains(QLatin1String("mural"));
+    return wall ? QRectF(frameWidth * 0.08, frameHeight * 0.30, frameWidth * 0.56, frameHeight * 0.34)
+                : QRectF(frameWidth * 0.12, frameHeight * 0.18, frameWidth * 0.50, frameHeight * 0.30);
+}
+
+QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character)
+{
+    QImage image(frameWidth, frameHeight, QImage::Format_RGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    QRandomGenerator random(spec.variation);
+    const QColor base(spec.palette.value(0));
+    const QColor accent(spec.palette.value(1));
+    const QColor light(spec.palette.value(3));
+
+    paintSky(painter, spec, base);
+    if (!has(spec.prompt, "forest"))
+        paintCity(painter, random, base.darker(250));
+    else
+        for (int i = 0; i < 40; ++i) {
+            const double x = random.bounded(double(frameWidth));
+            const double h = 200 + random.bounded(300.0);
+            QPolygonF tree({QPointF(x, frameHeight * 0.62 - h), QPointF(x - 50, frameHeight * 0.62), QPointF(x + 50, frameHeight * 0.62)});
+            painter.setBrush(QColor(20, 60, 40));
+            painter.setPen(Qt::NoPen);
+            painter.drawPolygon(tree);
+        }
+    paintGround(painter, spec, base);
+    if (character)
+        paintPortrait(painter, *character);
+
+    // The surface, in perspective: its far edge shorter, as if seen from the left.
+    const QRectF area = textArea(spec);
+    QPolygonF flat; // four corners (a polygon made from a rectangle closes itself with a fifth)
+    flat << QPointF(0, 0) << QPointF(area.width(), 0) << QPointF(area.width(), area.height()) << QPointF(0, area.height());
+    QPolygonF seen;
+    seen << area.topLeft() << QPointF(area.right(), area.top() + area.height() * 0.08)
+         << QPointF(area.right(), area.bottom() - area.height() * 0.08) << area.bottomLeft();
+    QTransform perspective = QTransform::fromTranslate(area.left(), area.top());
+    QTransform::quadToQuad(flat, seen, perspective);
+    painter.setTransform(perspective);
+    painter.setPen(QPen(light.darker(140), 10));
+    painter.setBrush(accent.darker(170));
+    painter.drawRoundedRect(QRectF(0, 0, area.width(), area.height()), 18, 18);
+    QFont font(markerFamily());
+    font.setPixelSize(int(area.height() * 0.26));
+    const QRectF inside(30, 20, area.width() - 60, area.height() - 40);
+    // Shrink until the words fit the surface.
+    while (font.pixelSize() > 18
+           && QFontMetricsF(font).boundingRect(inside, Qt::AlignCenter | Qt::TextWordWrap, spec.text).height() > inside.height())
+        font.setPixelSize(font.pixelSize() - 4);
+    painter.setFont(font);
+    painter.setPen(light);
+    painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, spec.text);
+    painter.resetTransform();
+
+    if (has(spec.prompt, "snow") || has(spec.prompt, "winter"))
+        paintSnow(painter, random);
+    painter.end();
+    return image;
+}
+
+QImage paintElement(const QString &elementID, const QString &prompt)
+{
+    const QStringList palette = paletteIn(prompt);
+    QImage image(1024, 1024, QImage::Format_RGB32);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QRadialGradient glow(512, 512, 620);
+    glow.setColorAt(0, QColor(palette[3]));
+    glow.setColorAt(1, QColor(palette[0]));
+    painter.fillRect(image.rect(), glow);
+    QRandomGenerator random(seedOf(elementID + prompt));
+    painter.setPen(Qt::NoPen);
+    for (int ring = 0; ring < 5; ++ring) {
+        painter.setBrush(QColor(palette[(ring + 1) % 4]));
+        const double r = 380 - ring * 70 + random.bounded(20.0);
+        painter.drawEllipse(QPointF(512, 512), r, r);
+    }
+    QFont font(markerFamily());
+    font.setPixelSize(96);
+    painter.setFont(font);
+    painter.setPen(QColor(palette[0]));
+    painter.drawText(QRectF(80, 380, 864, 264), Qt::AlignCenter | Qt::TextWordWrap, elementID);
+    painter.end();
+    return image;
+}
+
+QImage editFrame(const QImage &source, const std::optional<FrameSpec> &spec, const QString &request)
+{
+    const QString words = request.toLower();
+    if (spec && (words.contains(QLatin1String("text")) || words.contains(QLatin1String("spell"))
+                 || words.contains(QLatin1String("word")))) {
+        return paintFrame(*spec);
+    }
+    struct Tint {
+        const char *word;
+        QColor colour;
+        double strength;
+    };
+    static const Tint tints[] = {
+        {"sunset", QColor(250, 120, 40), 0.35}, {"orange", QColor(250, 140, 40), 0.3}, {"night", QColor(10, 15, 60), 0.45},
+        {"warmer", QColor(255, 150, 80), 0.2},  {"colder", QColor(80, 140, 255), 0.2}, {"blue", QColor(40, 90, 230), 0.3},
+        {"red", QColor(220, 40, 40), 0.3},      {"green", QColor(40, 180, 90), 0.3},   {"purple", QColor(140, 60, 200), 0.3},
+        {"pink", QColor(255, 90, 170), 0.3},    {"gold", QColor(240, 190, 60), 0.3},
+    };
+    QImage edited = source.convertToFormat(QImage::Format_RGB32);
+    QPainter painter(&edited);
+    bool changed = false;
+    for (const Tint &tint : tints) {
+        if (words.contains(QLatin1String(tint.word))) {
+            painter.setOpacity(tint.strength);
+            painter.fillRect(edited.rect(), tint.colour);
+            changed = true;
+        }
+    }
+    if (words.contains(QLatin1String("brighter")) || words.contains(QLatin1String("lighter"))) {
+        painter.setOpacity(0.25);
+        painter.fillRect(edited.rect(), Qt::white);
+        changed = true;
+    }
+    if (words.contains(QLatin1String("darker")) || words.contains(QLatin1String("dim"))) {
+        painter.setOpacity(0.35);
+        painter.fillRect(edited.rect(), Qt::black);
+        changed = true;
+    }
+    painter.end();
+    if (changed)
+        return edited;
+    if (spec) {
+        FrameSpec rerolled = *spec;
+        rerolled.variation = seedOf(QString::number(spec->variation) + request);
+        return paintFrame(rerolled);
+    }
+    QPainter warm(&edited);
+    warm.setOpacity(0.15);
+    warm.fillRect(edited.rect(), QColor(255, 170, 90));
+    return edited;
+}
+
+} // namespace quillvane::studio

@@ -1,0 +1,42 @@
+#pragma once
+
+// The offline studio's pictures, made by rules rather than by a model: element emblems and
+// frames painted from the prompt's words and palette, with the frame's words lettered on a
+// surface in the scene, and edits that apply the colour and light a request names.
+// Deterministic: the same request always gives the same picture.
+
+#include <QImage>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace quillvane::studio {
+
+// What a frame shows; kept by the studio so an edit can repaint the words.
+struct FrameSpec {
+    QString prompt;
+    QString text;      // the words lettered on the surface
+    QString surface;   // "a hand-painted marker sign", ...
+    QStringList palette; // #rrggbb colours
+    quint32 variation = 0;
+};
+
+FrameSpec frameSpecFromPrompt(const QString &imagePrompt);
+
+// 1024x1024: an emblem of the element in the palette of its prompt.
+QImage paintElement(const QString &elementID, const QString &prompt);
+
+// 1920x1080: the scene, the first reference image (when given) as a framed portrait, and the
+// words on their surface in perspective.
+QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character = std::nullopt);
+
+// The source changed as the request says: colour and light words tint it; a request about
+// the text or spelling repaints the frame (when its spec is known); anything else re-rolls
+// the scene's variation (when its spec is known) or warms it slightly.
+QImage editFrame(const QImage &source, const std::optional<FrameSpec> &spec, const QString &request);
+
+// The rectangle of the frame where the words are lettered (for tests and reviews).
+QRectF textArea(const FrameSpec &spec);
+
+} // namespace quillvane::studio
