@@ -4,6 +4,7 @@
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
 #include "media/DefaultServices.h"
+#include "studio/OfflineStudio.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -130,7 +131,13 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
     try {
         const LibraryLock lock(locations::libraryLockFile());
         ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
-        store.setServiceURLOverride(globals.serviceURL);
+        // --offline (or the offline setting): this run's generation goes to the built-in
+        // studio, which lives as long as the command.
+        std::optional<studio::OfflineStudio> offline;
+        if (globals.offline || store.generatesOffline())
+            store.setServiceURLOverride(offline.emplace().baseURL());
+        else
+            store.setServiceURLOverride(globals.serviceURL);
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         const InterruptCanceller interrupt([&store, &out] {

@@ -66,6 +66,8 @@ QCoro::Task<int> settings(CommandContext context)
 {
     ProjectStore &store = context.store;
     const ParsedArgs &args = context.args;
+    if (const auto backend = args.value(QStringLiteral("backend")))
+        store.setGenerationBackend(*backend);
     if (const auto model = args.value(QStringLiteral("model")))
         store.setGenerationModel(*model);
     if (const auto workflow = args.value(QStringLiteral("edit-workflow")))
@@ -81,6 +83,8 @@ QCoro::Task<int> settings(CommandContext context)
         context.out.line(QStringLiteral("Generation model: %1").arg(store.generationModel()));
         context.out.line(QStringLiteral("Edit workflow:    %1").arg(store.editWorkflow()));
         context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.proxyBaseURL()));
+        context.out.line(QStringLiteral("Generation:       %1").arg(store.generatesOffline() ? QStringLiteral("offline studio")
+                                                                                             : QStringLiteral("Quillvane service")));
     }
     co_return 0;
 }
@@ -146,12 +150,19 @@ QList<Command> projectCommands()
          status},
         {QStringLiteral("show"), {}, QStringLiteral("print the project document exactly as it is saved"), {}, 0, 0,
          show},
-        {QStringLiteral("settings"), QStringLiteral("[--model M] [--edit-workflow W] [--proxy-url U]"),
+        {QStringLiteral("settings"), QStringLiteral("[--model M] [--edit-workflow W] [--proxy-url U] [--backend service|offline]"),
          QStringLiteral("show or change the generation settings"),
-         {{QStringLiteral("model"), QStringLiteral("M"), QStringLiteral("image model identifier")},
+         {{QStringLiteral("backend"), QStringLiteral("service|offline"),
+           QStringLiteral("generate with the Quillvane service or the built-in offline studio")},
+          {QStringLiteral("model"), QStringLiteral("M"), QStringLiteral("image model identifier")},
           {QStringLiteral("edit-workflow"), QStringLiteral("W"), QStringLiteral("frame edit workflow")},
           {QStringLiteral("proxy-url"), QStringLiteral("U"), QStringLiteral("generation proxy base URL")}},
-         0, 0, settings},
+         0, 0, settings,
+         [](const ParsedArgs &args) {
+             const auto backend = args.value(QStringLiteral("backend"));
+             if (backend && *backend != QLatin1String("service") && *backend != QLatin1String("offline"))
+                 throw UsageError(QStringLiteral("--backend needs service or offline"));
+         }},
         textFieldCommand(QStringLiteral("title"), QStringLiteral("TITLE"), QStringLiteral("set the track title"),
                          QStringLiteral("title"), &Project::title),
         textFieldCommand(QStringLiteral("artist"), QStringLiteral("ARTIST"), QStringLiteral("set the artist"),

@@ -27,6 +27,8 @@ inline constexpr auto lastProjectID = "lastProjectID";
 inline constexpr auto generationModel = "generationModel";
 inline constexpr auto editWorkflow = "editWorkflow";
 inline constexpr auto proxyBaseURL = "proxyBaseURL";
+// "service" (the remote generation service) or "offline" (the built-in studio).
+inline constexpr auto generationBackend = "generationBackend";
 } // namespace preferenceKeys
 
 struct PipelineConfig {

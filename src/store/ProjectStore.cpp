@@ -31,6 +31,8 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     const Preferences &prefs = m_library.preferences();
     m_generationModel = prefs.string(key(preferenceKeys::generationModel)).value_or(m_services.config.generationModel);
     m_editWorkflow = prefs.string(key(preferenceKeys::editWorkflow)).value_or(m_services.config.editWorkflow);
+    if (prefs.string(key(preferenceKeys::generationBackend)) == QStringLiteral("offline"))
+        m_generationBackend = QStringLiteral("offline");
     const auto storedProxy = prefs.string(key(preferenceKeys::proxyBaseURL));
     m_proxyBaseURL = normaliseProxyURL(storedProxy, m_services.config.proxyBaseURL);
     if (storedProxy && *storedProxy != m_proxyBaseURL)
@@ -121,6 +123,12 @@ void ProjectStore::storeSetting(const char *preferenceKey, QString &field, const
 void ProjectStore::setGenerationModel(const QString &value)
 {
     storeSetting(preferenceKeys::generationModel, m_generationModel, value, &ProjectStore::generationModelChanged);
+}
+
+void ProjectStore::setGenerationBackend(const QString &value)
+{
+    const QString backend = value == QLatin1String("offline") ? QStringLiteral("offline") : QStringLiteral("service");
+    storeSetting(preferenceKeys::generationBackend, m_generationBackend, backend, &ProjectStore::generationBackendChanged);
 }
 
 void ProjectStore::setEditWorkflow(const QString &value)

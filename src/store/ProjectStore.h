@@ -77,6 +77,10 @@ public:
     QString proxyBaseURL() const { return m_proxyBaseURL; }
     // Stores the normalised form of value.
     void setProxyBaseURL(const QString &value);
+    // "service" or "offline": where generation runs. Anything else reads as "service".
+    QString generationBackend() const { return m_generationBackend; }
+    void setGenerationBackend(const QString &value);
+    bool generatesOffline() const { return m_generationBackend == QLatin1String("offline"); }
     // Base URL of the generation client made for the next operation: the override when one
     // is set, else the normalised setting (the built-in default when that does not parse).
     QUrl generationBaseURL() const;
@@ -129,6 +133,7 @@ Q_SIGNALS:
     void generationModelChanged();
     void editWorkflowChanged();
     void proxyBaseURLChanged();
+    void generationBackendChanged();
 
 private:
     void saveNow();
@@ -147,6 +152,7 @@ private:
     QString m_generationModel;
     QString m_editWorkflow;
     QString m_proxyBaseURL;
+    QString m_generationBackend = QStringLiteral("service");
     std::optional<QUrl> m_serviceURLOverride;
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;

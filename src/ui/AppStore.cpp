@@ -65,6 +65,11 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_media(new MediaSettings(store, this))
 {
     connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
+    connect(&store, &ProjectStore::generationBackendChanged, this, [this] {
+        applyBackend();
+        Q_EMIT generationBackendChanged();
+    });
+    applyBackend();
     connect(&store, &ProjectStore::projectChanged, this, [this] {
         ++m_revision;
         Q_EMIT projectChanged();
@@ -95,6 +100,27 @@ AppStore *AppStore::create(QQmlEngine *, QJSEngine *)
 void AppStore::launch(QCoro::Task<> operation)
 {
     QCoro::connect(std::move(operation), this, [] {});
+}
+
+void AppStore::setOfflineStudio(bool offline)
+{
+    m_store.setGenerationBackend(offline ? QStringLiteral("offline") : QStringLiteral("service"));
+}
+
+void AppStore::applyBackend()
+{
+    if (!m_store.generatesOffline()) {
+        m_store.setServiceURLOverride(std::nullopt);
+        m_studio.reset();
+        return;
+    }
+    try {
+        if (!m_studio)
+            m_studio = std::make_unique<studio::OfflineStudio>();
+        m_store.setServiceURLOverride(m_studio->baseURL());
+    } catch (const Error &error) {
+        m_store.setLastError(error.description());
+    }
 }
 
 void AppStore::setTitle(const QString &title)

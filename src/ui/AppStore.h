@@ -1,12 +1,15 @@
 #pragma once
 
 #include "store/ProjectStore.h"
+#include "studio/OfflineStudio.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
 
 #include <QObject>
 #include <QQmlEngine>
 #include <QUrl>
+
+#include <memory>
 
 namespace quillvane::ui {
 
@@ -56,6 +59,7 @@ class AppStore : public QObject {
     Q_PROPERTY(QString generationModel READ generationModel WRITE setGenerationModel NOTIFY generationModelChanged)
     Q_PROPERTY(QString editWorkflow READ editWorkflow WRITE setEditWorkflow NOTIFY editWorkflowChanged)
     Q_PROPERTY(QString proxyBaseURL READ proxyBaseURL WRITE setProxyBaseURL NOTIFY proxyBaseURLChanged)
+    Q_PROPERTY(bool offlineStudio READ offlineStudio WRITE setOfflineStudio NOTIFY generationBackendChanged)
     Q_PROPERTY(QAbstractListModel *stages READ stages CONSTANT)
     Q_PROPERTY(QAbstractListModel *transcript READ transcript CONSTANT)
     Q_PROPERTY(QAbstractListModel *characters READ characters CONSTANT)
@@ -130,6 +134,9 @@ public:
     void setEditWorkflow(const QString &value) { m_store.setEditWorkflow(value); }
     QString proxyBaseURL() const { return m_store.proxyBaseURL(); }
     void setProxyBaseURL(const QString &value) { m_store.setProxyBaseURL(value); }
+    // Whether generation runs in the built-in offline studio (kept as a preference).
+    bool offlineStudio() const { return m_store.generatesOffline(); }
+    void setOfflineStudio(bool offline);
 
     QAbstractListModel *stages() const { return m_stages; }
     QAbstractListModel *transcript() const { return m_transcript; }
@@ -184,6 +191,7 @@ Q_SIGNALS:
     void editWorkflowChanged();
     void proxyBaseURLChanged();
     void selectedChunkChanged();
+    void generationBackendChanged();
     // A finished export's file, for the export screen to show and reveal.
     void exported(const QUrl &file);
 
@@ -191,6 +199,8 @@ private:
     // Keeps the operation alive until it ends; its failures are already in lastError.
     void launch(QCoro::Task<> operation);
     void editStyle(QString StyleGuidance::*field, const QString &text);
+    // Starts or stops the studio to match the setting and points the client at it.
+    void applyBackend();
 
     ProjectStore &m_store;
     int m_revision = 0;
@@ -200,6 +210,7 @@ private:
     ElementListModel *m_elements;
     ChunkListModel *m_chunks;
     MediaSettings *m_media;
+    std::unique_ptr<studio::OfflineStudio> m_studio;
     static inline AppStore *s_current = nullptr;
 };
 

@@ -1,4 +1,6 @@
 #include "support/Fixtures.h"
+#include "model/PipelineConfig.h"
+#include "ui/AppStore.h"
 #include "ui/ProjectModels.h"
 
 #include <QSignalSpy>
@@ -92,6 +94,25 @@ TEST(ProjectModels, TheStageListFollowsTheSelection)
     EXPECT_EQ(changes.changedRows(), (QList<int>{0, 4}));
     EXPECT_TRUE(stages.data(stages.index(4), ui::StageListModel::SelectedRole).toBool());
     EXPECT_EQ(stages.data(stages.index(4), ui::StageListModel::StatusRole).toString(), QStringLiteral("inProgress"));
+}
+
+} // namespace
+} // namespace quillvane
+
+namespace quillvane {
+namespace {
+
+TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), project());
+    ui::AppStore bridge(store);
+    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    bridge.setOfflineStudio(true);
+    EXPECT_EQ(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(temp.library().preferences().string(QString::fromLatin1(preferenceKeys::generationBackend)), QStringLiteral("offline"));
+    bridge.setOfflineStudio(false);
+    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
 }
 
 } // namespace

@@ -95,6 +95,21 @@ Window {
                     width: parent.width
                     spacing: 8
                     Text { text: "Generation service"; font.family: Theme.displayFont; font.pixelSize: 15; color: Theme.cream }
+                    KitComboBox {
+                        objectName: "backendPicker"
+                        Layout.preferredWidth: 200
+                        model: ["Quillvane service", "Offline studio"]
+                        currentIndex: Store.offlineStudio ? 1 : 0
+                        onActivated: index => Store.offlineStudio = index === 1
+                    }
+                    Text {
+                        visible: Store.offlineStudio
+                        text: "The offline studio draws its pictures by rules on this computer; no model paints them."
+                        font.pixelSize: 11
+                        color: Theme.amber
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
                     RowLayout {
                         spacing: 10
                         Layout.fillWidth: true

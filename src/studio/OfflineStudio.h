@@ -1,0 +1,39 @@
+#pragma once
+
+// The offline studio: the generation service's queue protocol served on 127.0.0.1 from this
+// process, so the unchanged generation client plans, renders elements, paints frames and
+// edits them without a network. Pictures are made by rules (StudioPainter), not by a model.
+//
+// A job goes IN_QUEUE, then IN_PROGRESS with a log line, then COMPLETED (or FAILED when its
+// input cannot be used); its result is {"images":[{"url": ...png}]} or, for the planner, the
+// plan as JSON text. Images live in a folder of the studio's own under the temporary
+// directory and go when the studio stops.
+
+#include <QString>
+#include <QUrl>
+
+#include <memory>
+
+namespace quillvane::studio {
+
+class OfflineStudio {
+public:
+    // Starts serving on a free port. Throws Error when no port can be had. Construct it on
+    // the application's thread (it registers the lettering face there).
+    OfflineStudio();
+    ~OfflineStudio();
+    OfflineStudio(const OfflineStudio &) = delete;
+    OfflineStudio &operator=(const OfflineStudio &) = delete;
+
+    // The base URL to give the generation client ("http://127.0.0.1:PORT/api/fal").
+    QUrl baseURL() const;
+    // Where the studio keeps its images.
+    QString folder() const;
+
+    struct State;
+
+private:
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace quillvane::studio

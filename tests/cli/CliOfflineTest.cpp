@@ -1,0 +1,75 @@
+#include "CliHome.h"
+
+#include <QFileInfo>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace quillvane::test;
+
+namespace {
+
+// A timed song with a cast character, saved as the last project.
+void timedProject(const CliHome &home)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    project.artist = QStringLiteral("Mara Vale");
+    const char *lines[] = {"City lights are burning low", "Down the road we used to know", "Hold my hand",
+                           "We are letters in the snow"};
+    for (int i = 0; i < 4; ++i)
+        project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), i * 3.5, i * 3.5 + 3.5});
+    QImage face(120, 160, QImage::Format_RGB32);
+    face.fill(QColor(255, 103, 72));
+    const QString reference = home.path(QStringLiteral("mia.png"));
+    face.save(reference);
+    project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {reference}});
+    home.library().save(project);
+}
+
+TEST(CliOffline, PlansRendersAndPaintsWithNoNetwork)
+{
+    const CliHome home;
+    timedProject(home);
+    const CliResult plan = home.run({QStringLiteral("--offline"), QStringLiteral("plan")});
+    ASSERT_EQ(plan.exitCode, 0) << plan.err.toStdString();
+    const Project planned = home.savedProject();
+    ASSERT_GE(planned.chunks.size(), 2);
+    ASSERT_TRUE(planned.plan);
+
+    const CliResult elements = home.run({QStringLiteral("--offline"), QStringLiteral("elements")});
+    ASSERT_EQ(elements.exitCode, 0) << elements.err.toStdString();
+    const Project rendered = home.savedProject();
+    for (const PlanElement &element : rendered.plan->elements)
+        EXPECT_TRUE(QFileInfo::exists(element.imageLocalPath.value_or(QString()))) << element.id.toStdString();
+
+    const CliResult frames = home.run({QStringLiteral("--offline"), QStringLiteral("frames")});
+    ASSERT_EQ(frames.exitCode, 0) << frames.err.toStdString();
+    const Project painted = home.savedProject();
+    for (const StoryboardChunk &chunk : painted.chunks) {
+        ASSERT_TRUE(chunk.frame);
+        EXPECT_EQ(QImage(chunk.frame->localPath).size(), QSize(1920, 1080));
+    }
+}
+
+} // namespace
+
+namespace {
+
+TEST(CliOffline, TheOfflineSettingIsKeptAndUsedWithoutTheFlag)
+{
+    const CliHome home;
+    timedProject(home);
+    const CliResult wrong = home.run({QStringLiteral("settings"), QStringLiteral("--backend"), QStringLiteral("cloud")});
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_TRUE(wrong.err.contains(QStringLiteral("--backend needs service or offline")));
+    const CliResult chosen = home.run({QStringLiteral("settings"), QStringLiteral("--backend"), QStringLiteral("offline")});
+    EXPECT_EQ(chosen.exitCode, 0);
+    EXPECT_TRUE(chosen.out.contains(QStringLiteral("Generation:       offline studio"))) << chosen.out.toStdString();
+    const CliResult plan = home.run({QStringLiteral("plan")});
+    EXPECT_EQ(plan.exitCode, 0) << plan.err.toStdString();
+    EXPECT_FALSE(home.savedProject().chunks.isEmpty());
+}
+
+} // namespace
