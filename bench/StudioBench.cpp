@@ -37,12 +37,12 @@ int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    const studio::FrameSpec spec = studio::frameSpecFromPrompt(QStringLiteral(
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(QStringLiteral(
         "Vivid, analog, expressive. The exact text \"We are letters in the snow\" is physically present on a hand-painted "
         "shop sign, spelled correctly and clearly legible. Night street in the snow. Palette: #0B1026, #FF2E88, #20E3F2, "
         "#F8F4E3."));
-    studio::paintFrame(spec); // registers the lettering face
-    const double paint = medianMilliseconds([&] { studio::paintFrame(spec); });
+    studio::paintFrame(scene); // registers the lettering face
+    const double paint = medianMilliseconds([&] { studio::paintFrame(scene); });
 
     QStringList lines;
     for (int i = 0; i < 60; ++i)

@@ -101,14 +101,14 @@ struct OfflineStudio::State {
             const QString plan = QString::fromUtf8(QJsonDocument(input.value(QStringLiteral("shot_plan")).toObject()).toJson());
             job.result = images(save(paintElement(id, plan), QStringLiteral("element")));
         } else if (input.contains(QStringLiteral("image_prompt"))) {
-            const FrameSpec spec = frameSpecFromPrompt(input.value(QStringLiteral("image_prompt")).toString());
+            const FrameSpec scene = frameSpecFromPrompt(input.value(QStringLiteral("image_prompt")).toString());
             std::optional<QImage> character;
             for (const QJsonValue reference : input.value(QStringLiteral("reference_image_urls")).toArray()) {
                 if ((character = imageFromDataURL(reference.toString())))
                     break;
             }
-            const QString name = save(paintFrame(spec, character), QStringLiteral("frame"));
-            frames.insert(name, spec);
+            const QString name = save(paintFrame(scene, character), QStringLiteral("frame"));
+            frames.insert(name, scene);
             job.result = images(name);
         } else if (input.contains(QStringLiteral("frame_to_edit"))) {
             const QString source = input.value(QStringLiteral("frame_to_edit")).toArray().first().toString().section(QLatin1Char('/'), -1);
@@ -117,11 +117,11 @@ struct OfflineStudio::State {
                 job.failure = QStringLiteral("FAILED");
                 return;
             }
-            const std::optional<FrameSpec> spec = frames.contains(source) ? std::optional(frames.value(source)) : std::nullopt;
-            const QImage edited = editFrame(image, spec, input.value(QStringLiteral("users_edit_request")).toString());
+            const std::optional<FrameSpec> scene = frames.contains(source) ? std::optional(frames.value(source)) : std::nullopt;
+            const QImage edited = editFrame(image, scene, input.value(QStringLiteral("users_edit_request")).toString());
             const QString name = save(edited, QStringLiteral("edit"));
-            if (spec)
-                frames.insert(name, *spec);
+            if (scene)
+                frames.insert(name, *scene);
             job.result = images(name);
         } else {
             job.failure = QStringLiteral("FAILED");

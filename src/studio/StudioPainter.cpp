@@ -50,17 +50,17 @@ bool has(const QString &prompt, const char *word)
     return prompt.contains(QLatin1String(word), Qt::CaseInsensitive);
 }
 
-void paintSky(QPainter &painter, const FrameSpec &spec, const QColor &base)
+void paintSky(QPainter &painter, const FrameSpec &scene, const QColor &base)
 {
     QColor top = base.darker(220);
     QColor bottom = base.lighter(130);
-    if (has(spec.prompt, "night") || has(spec.prompt, "neon")) {
+    if (has(scene.prompt, "night") || has(scene.prompt, "neon")) {
         top = QColor(8, 12, 38);
         bottom = QColor(40, 30, 90);
-    } else if (has(spec.prompt, "sunset") || has(spec.prompt, "golden")) {
+    } else if (has(scene.prompt, "sunset") || has(scene.prompt, "golden")) {
         top = QColor(60, 30, 90);
         bottom = QColor(250, 150, 60);
-    } else if (has(spec.prompt, "snow") || has(spec.prompt, "winter")) {
+    } else if (has(scene.prompt, "snow") || has(scene.prompt, "winter")) {
         top = QColor(120, 150, 185);
         bottom = QColor(225, 235, 245);
     }
@@ -90,14 +90,14 @@ void paintCity(QPainter &painter, QRandomGenerator &random, const QColor &colour
     }
 }
 
-void paintGround(QPainter &painter, const FrameSpec &spec, const QColor &colour)
+void paintGround(QPainter &painter, const FrameSpec &scene, const QColor &colour)
 {
     const double horizon = frameHeight * 0.62;
     QLinearGradient ground(0, horizon, 0, frameHeight);
     ground.setColorAt(0, colour.darker(160));
     ground.setColorAt(1, colour.darker(300));
     painter.fillRect(QRectF(0, horizon, frameWidth, frameHeight - horizon), ground);
-    if (has(spec.prompt, "road") || has(spec.prompt, "street")) {
+    if (has(scene.prompt, "road") || has(scene.prompt, "street")) {
         QPainterPath road;
         road.moveTo(frameWidth * 0.42, horizon);
         road.lineTo(frameWidth * 0.58, horizon);
@@ -108,7 +108,7 @@ void paintGround(QPainter &painter, const FrameSpec &spec, const QColor &colour)
         painter.setPen(QPen(QColor(240, 220, 140), 6, Qt::DashLine));
         painter.drawLine(QPointF(frameWidth * 0.5, horizon), QPointF(frameWidth * 0.5, frameHeight));
     }
-    if (has(spec.prompt, "water") || has(spec.prompt, "river") || has(spec.prompt, "sea")) {
+    if (has(scene.prompt, "water") || has(scene.prompt, "river") || has(scene.prompt, "sea")) {
         painter.fillRect(QRectF(0, horizon, frameWidth, frameHeight * 0.12), QColor(40, 90, 140, 180));
     }
 }
@@ -134,42 +134,42 @@ void paintPortrait(QPainter &painter, const QImage &character)
 
 FrameSpec frameSpecFromPrompt(const QString &imagePrompt)
 {
-    FrameSpec spec;
-    spec.prompt = imagePrompt;
+    FrameSpec scene;
+    scene.prompt = imagePrompt;
     static const QRegularExpression quoted(QStringLiteral("\"([^\"]+)\""));
-    spec.text = quoted.match(imagePrompt).captured(1);
-    if (spec.text.isEmpty())
-        spec.text = imagePrompt.section(QLatin1Char('.'), 0, 0).left(40);
+    scene.text = quoted.match(imagePrompt).captured(1);
+    if (scene.text.isEmpty())
+        scene.text = imagePrompt.section(QLatin1Char('.'), 0, 0).left(40);
     static const QRegularExpression surface(QStringLiteral("(?:present on|painted on) ([^,.]+)"));
-    spec.surface = surface.match(imagePrompt).captured(1).trimmed();
-    if (spec.surface.isEmpty())
-        spec.surface = QStringLiteral("a hand-painted sign");
-    spec.palette = paletteIn(imagePrompt);
-    spec.variation = seedOf(imagePrompt);
-    return spec;
+    scene.surface = surface.match(imagePrompt).captured(1).trimmed();
+    if (scene.surface.isEmpty())
+        scene.surface = QStringLiteral("a hand-painted sign");
+    scene.palette = paletteIn(imagePrompt);
+    scene.variation = seedOf(imagePrompt);
+    return scene;
 }
 
-QRectF textArea(const FrameSpec &spec)
+QRectF textArea(const FrameSpec &scene)
 {
     // Walls and murals are wide and low; signs and banners sit higher and narrower.
-    const bool wall = spec.surface.contains(QLatin1String("wall")) || spec.surface.contains(QLatin1String("mural"));
+    const bool wall = scene.surface.contains(QLatin1String("wall")) || scene.surface.contains(QLatin1String("mural"));
     return wall ? QRectF(frameWidth * 0.08, frameHeight * 0.30, frameWidth * 0.56, frameHeight * 0.34)
                 : QRectF(frameWidth * 0.12, frameHeight * 0.18, frameWidth * 0.50, frameHeight * 0.30);
 }
 
-QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character)
+QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character)
 {
     QImage image(frameWidth, frameHeight, QImage::Format_RGB32);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
-    QRandomGenerator random(spec.variation);
-    const QColor base(spec.palette.value(0));
-    const QColor accent(spec.palette.value(1));
-    const QColor light(spec.palette.value(3));
+    QRandomGenerator random(scene.variation);
+    const QColor base(scene.palette.value(0));
+    const QColor accent(scene.palette.value(1));
+    const QColor light(scene.palette.value(3));
 
-    paintSky(painter, spec, base);
-    if (!has(spec.prompt, "forest"))
+    paintSky(painter, scene, base);
+    if (!has(scene.prompt, "forest"))
         paintCity(painter, random, base.darker(250));
     else
         for (int i = 0; i < 40; ++i) {
@@ -180,12 +180,12 @@ QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character)
             painter.setPen(Qt::NoPen);
             painter.drawPolygon(tree);
         }
-    paintGround(painter, spec, base);
+    paintGround(painter, scene, base);
     if (character)
         paintPortrait(painter, *character);
 
     // The surface, in perspective: its far edge shorter, as if seen from the left.
-    const QRectF area = textArea(spec);
+    const QRectF area = textArea(scene);
     QPolygonF flat; // four corners (a polygon made from a rectangle closes itself with a fifth)
     flat << QPointF(0, 0) << QPointF(area.width(), 0) << QPointF(area.width(), area.height()) << QPointF(0, area.height());
     QPolygonF seen;
@@ -202,14 +202,14 @@ QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character)
     const QRectF inside(30, 20, area.width() - 60, area.height() - 40);
     // Shrink until the words fit the surface.
     while (font.pixelSize() > 18
-           && QFontMetricsF(font).boundingRect(inside, Qt::AlignCenter | Qt::TextWordWrap, spec.text).height() > inside.height())
+           && QFontMetricsF(font).boundingRect(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text).height() > inside.height())
         font.setPixelSize(font.pixelSize() - 4);
     painter.setFont(font);
     painter.setPen(light);
-    painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, spec.text);
+    painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text);
     painter.resetTransform();
 
-    if (has(spec.prompt, "snow") || has(spec.prompt, "winter"))
+    if (has(scene.prompt, "snow") || has(scene.prompt, "winter"))
         paintSnow(painter, random);
     painter.end();
     return image;
@@ -241,12 +241,12 @@ QImage paintElement(const QString &elementID, const QString &prompt)
     return image;
 }
 
-QImage editFrame(const QImage &source, const std::optional<FrameSpec> &spec, const QString &request)
+QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, const QString &request)
 {
     const QString words = request.toLower();
-    if (spec && (words.contains(QLatin1String("text")) || words.contains(QLatin1String("spell"))
+    if (scene && (words.contains(QLatin1String("text")) || words.contains(QLatin1String("spell"))
                  || words.contains(QLatin1String("word")))) {
-        return paintFrame(*spec);
+        return paintFrame(*scene);
     }
     struct Tint {
         const char *word;
@@ -282,9 +282,9 @@ QImage editFrame(const QImage &source, const std::optional<FrameSpec> &spec, con
     painter.end();
     if (changed)
         return edited;
-    if (spec) {
-        FrameSpec rerolled = *spec;
-        rerolled.variation = seedOf(QString::number(spec->variation) + request);
+    if (scene) {
+        FrameSpec rerolled = *scene;
+        rerolled.variation = seedOf(QString::number(scene->variation) + request);
         return paintFrame(rerolled);
     }
     QPainter warm(&edited);

@@ -29,14 +29,14 @@ QImage paintElement(const QString &elementID, const QString &prompt);
 
 // 1920x1080: the scene, the first reference image (when given) as a framed portrait, and the
 // words on their surface in perspective.
-QImage paintFrame(const FrameSpec &spec, const std::optional<QImage> &character = std::nullopt);
+QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character = std::nullopt);
 
 // The source changed as the request says: colour and light words tint it; a request about
-// the text or spelling repaints the frame (when its spec is known); anything else re-rolls
-// the scene's variation (when its spec is known) or warms it slightly.
-QImage editFrame(const QImage &source, const std::optional<FrameSpec> &spec, const QString &request);
+// the text or spelling repaints the frame (when its scene is known); anything else re-rolls
+// the scene's variation (when its scene is known) or warms it slightly.
+QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, const QString &request);
 
 // The rectangle of the frame where the words are lettered (for tests and reviews).
-QRectF textArea(const FrameSpec &spec);
+QRectF textArea(const FrameSpec &scene);
 
 } // namespace quillvane::studio

@@ -52,24 +52,24 @@ double difference(const QImage &a, const QImage &b, const QRect &area)
 
 TEST(StudioPainter, ReadsTheWordsSurfaceAndPaletteFromThePrompt)
 {
-    const studio::FrameSpec spec = studio::frameSpecFromPrompt(prompt);
-    EXPECT_EQ(spec.text, QStringLiteral("We are letters in the snow"));
-    EXPECT_EQ(spec.surface, QStringLiteral("a hand-painted shop sign"));
-    EXPECT_EQ(spec.palette, (QStringList{QStringLiteral("#0B1026"), QStringLiteral("#FF2E88"), QStringLiteral("#20E3F2"),
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
+    EXPECT_EQ(scene.text, QStringLiteral("We are letters in the snow"));
+    EXPECT_EQ(scene.surface, QStringLiteral("a hand-painted shop sign"));
+    EXPECT_EQ(scene.palette, (QStringList{QStringLiteral("#0B1026"), QStringLiteral("#FF2E88"), QStringLiteral("#20E3F2"),
                                          QStringLiteral("#F8F4E3")}));
 }
 
 TEST(StudioPainter, TheSameRequestGivesTheSamePictureWithTheWordsStandingOut)
 {
-    const studio::FrameSpec spec = studio::frameSpecFromPrompt(prompt);
-    const QImage frame = studio::paintFrame(spec);
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
+    const QImage frame = studio::paintFrame(scene);
     EXPECT_EQ(frame.size(), QSize(1920, 1080));
-    EXPECT_EQ(frame, studio::paintFrame(spec));
+    EXPECT_EQ(frame, studio::paintFrame(scene));
 
-    studio::FrameSpec blank = spec;
+    studio::FrameSpec blank = scene;
     blank.text.clear();
     const QImage without = studio::paintFrame(blank);
-    const QRect words = studio::textArea(spec).toAlignedRect();
+    const QRect words = studio::textArea(scene).toAlignedRect();
     // The lettering changes its surface a lot and nothing outside it but the snow over it.
     EXPECT_GT(difference(frame, without, words.adjusted(40, 40, -40, -40)), 12);
     EXPECT_LT(difference(frame, without, QRect(0, 800, 1920, 270)), 1);
@@ -77,22 +77,22 @@ TEST(StudioPainter, TheSameRequestGivesTheSamePictureWithTheWordsStandingOut)
 
 TEST(StudioPainter, EditsApplyTheColourAndLightTheyName)
 {
-    const studio::FrameSpec spec = studio::frameSpecFromPrompt(prompt);
-    const QImage frame = studio::paintFrame(spec);
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
+    const QImage frame = studio::paintFrame(scene);
     const QRect all = frame.rect();
     const Mean before = meanOf(frame, all);
 
-    const Mean sunset = meanOf(studio::editFrame(frame, spec, QStringLiteral("make the sky sunset orange")), all);
+    const Mean sunset = meanOf(studio::editFrame(frame, scene, QStringLiteral("make the sky sunset orange")), all);
     EXPECT_GT(sunset.r - sunset.b, before.r - before.b + 20);
-    EXPECT_LT(meanOf(studio::editFrame(frame, spec, QStringLiteral("darker please")), all).luma(), before.luma() - 10);
-    EXPECT_GT(meanOf(studio::editFrame(frame, spec, QStringLiteral("brighter")), all).luma(), before.luma() + 10);
+    EXPECT_LT(meanOf(studio::editFrame(frame, scene, QStringLiteral("darker please")), all).luma(), before.luma() - 10);
+    EXPECT_GT(meanOf(studio::editFrame(frame, scene, QStringLiteral("brighter")), all).luma(), before.luma() + 10);
 
-    studio::FrameSpec fixed = spec;
+    studio::FrameSpec fixed = scene;
     fixed.text = QStringLiteral("We are letters in the snow!");
     EXPECT_EQ(studio::editFrame(frame, fixed, QStringLiteral("fix the sign spelling")), studio::paintFrame(fixed));
-    const QImage rerolled = studio::editFrame(frame, spec, QStringLiteral("add a cat"));
+    const QImage rerolled = studio::editFrame(frame, scene, QStringLiteral("add a cat"));
     EXPECT_NE(rerolled, frame);
-    EXPECT_EQ(rerolled, studio::editFrame(frame, spec, QStringLiteral("add a cat")));
+    EXPECT_EQ(rerolled, studio::editFrame(frame, scene, QStringLiteral("add a cat")));
 }
 
 TEST(StudioPainter, ElementsAreSquareEmblems)
@@ -109,9 +109,9 @@ namespace quillvane {
 namespace {
 TEST(StudioPainter, LookAtAFrame)
 {
-    const studio::FrameSpec spec = studio::frameSpecFromPrompt(prompt);
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
     QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
-    studio::paintFrame(spec).save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-frame.png"));
+    studio::paintFrame(scene).save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-frame.png"));
     studio::paintElement(QStringLiteral("lantern"), prompt).save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-element.png"));
 }
 } // namespace
