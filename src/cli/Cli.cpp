@@ -59,7 +59,7 @@ QList<OptionSpec> globalOptions()
 QList<Command> allCommands()
 {
     return projectCommands() + audioCommands() + characterCommands() + planCommands() + frameCommands()
-        + editCommands() + mediaCommands();
+        + editCommands() + mediaCommands() + runCommands();
 }
 
 QString optionLines(const QList<OptionSpec> &options)
@@ -134,8 +134,10 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         // --offline (or the offline setting): this run's generation goes to the built-in
         // studio, which lives as long as the command.
         std::optional<studio::OfflineStudio> offline;
-        if (globals.offline || store.generatesOffline())
+        if (globals.offline || store.generatesOffline()) {
             store.setServiceURLOverride(offline.emplace().baseURL());
+            store.setGenerationPollInterval(std::chrono::milliseconds(50));
+        }
         else
             store.setServiceURLOverride(globals.serviceURL);
         const ProgressPrinter progress(

@@ -57,5 +57,6 @@ QList<Command> planCommands();
 QList<Command> frameCommands();
 QList<Command> editCommands();
 QList<Command> mediaCommands();
+QList<Command> runCommands();
 
 } // namespace quillvane::cli

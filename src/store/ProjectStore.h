@@ -90,6 +90,8 @@ public:
 
     const PipelineServices &services() const { return m_services; }
     const StoreOptions &options() const { return m_options; }
+    // The built-in studio answers at once, so it is polled far more often than the service.
+    void setGenerationPollInterval(std::chrono::milliseconds interval) { m_options.generationPollInterval = interval; }
     const ProjectLibrary &library() const { return m_library; }
     MediaLibrary media() const { return m_library.mediaFor(m_project.id); }
     StageStatus status(PipelineStage stage) const { return stageStatus(m_project, stage); }

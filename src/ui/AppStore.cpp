@@ -111,6 +111,7 @@ void AppStore::applyBackend()
 {
     if (!m_store.generatesOffline()) {
         m_store.setServiceURLOverride(std::nullopt);
+        m_store.setGenerationPollInterval(StoreOptions{}.generationPollInterval);
         m_studio.reset();
         return;
     }
@@ -118,6 +119,7 @@ void AppStore::applyBackend()
         if (!m_studio)
             m_studio = std::make_unique<studio::OfflineStudio>();
         m_store.setServiceURLOverride(m_studio->baseURL());
+        m_store.setGenerationPollInterval(std::chrono::milliseconds(100));
     } catch (const Error &error) {
         m_store.setLastError(error.description());
     }

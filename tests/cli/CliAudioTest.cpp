@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QImage>
 #include <QProcess>
 #include <QJsonArray>
 
@@ -153,3 +154,41 @@ TEST(CliAudio, WithoutWhisperTheBuiltInSpeechEngineTranscribesASongWithoutLyrics
     EXPECT_FALSE(project.transcript.isEmpty());
     EXPECT_FALSE(project.rawLyrics.trimmed().isEmpty());
 }
+
+namespace {
+
+TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
+{
+    QTemporaryDir tracks;
+    const QString tagged = test::makeTaggedMp3(tracks.filePath(QStringLiteral("tagged.mp3")), 12, lyrics);
+    ASSERT_FALSE(tagged.isEmpty());
+    CliHome home;
+    home.timeout = std::chrono::minutes(3);
+    installWhisper(home, hearsTheLyrics);
+
+    const CliResult uncast = home.run({QStringLiteral("--offline"), QStringLiteral("run"), tagged});
+    EXPECT_EQ(uncast.exitCode, 1);
+    EXPECT_TRUE(uncast.err.contains(
+        QStringLiteral("Add a character with a reference image before planning — the plan is built around it.")))
+        << uncast.err.toStdString();
+
+    QImage face(120, 160, QImage::Format_RGB32);
+    face.fill(QColor(255, 103, 72));
+    const QString image = tracks.filePath(QStringLiteral("mia.png"));
+    face.save(image);
+    const QString folder = tracks.filePath(QStringLiteral("videos"));
+    const CliResult road = home.run({QStringLiteral("--offline"), QStringLiteral("run"), tagged, QStringLiteral("--character"),
+                                     QStringLiteral("Mia"), QStringLiteral("--image"), image, QStringLiteral("--accept-all"),
+                                     QStringLiteral("--to"), folder, QStringLiteral("--resolution"), QStringLiteral("720p")});
+    ASSERT_EQ(road.exitCode, 0) << road.err.toStdString();
+    for (const char *label : {"Reading audio", "Aligning timing", "Planning storyboard", "Rendering motion", "Exporting video"})
+        EXPECT_TRUE(road.err.contains(QString::fromLatin1(label))) << label;
+    const QString path = road.out.trimmed();
+    EXPECT_TRUE(path.startsWith(folder)) << path.toStdString();
+    EXPECT_GT(QFileInfo(path).size(), 0);
+    const Project project = home.savedProject();
+    EXPECT_TRUE(project.allChunksAccepted());
+    EXPECT_EQ(project.characters.size(), 1);
+}
+
+} // namespace

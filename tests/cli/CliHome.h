@@ -12,6 +12,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <chrono>
+
 namespace quillvane::test {
 
 struct CliResult {
@@ -37,7 +39,7 @@ public:
         process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
         process.write(input);
         process.closeWriteChannel();
-        if (!process.waitForFinished(20000))
+        if (!process.waitForFinished(int(timeout.count())))
             return {};
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                 QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
@@ -47,6 +49,9 @@ public:
     {
         return QJsonDocument::fromJson(run(QStringList{QStringLiteral("--json")} + arguments).out.toUtf8()).object();
     }
+
+    // How long one command may take.
+    std::chrono::milliseconds timeout{20000};
 
     // Set before run(): more variables for the process, such as XDG_DATA_DIRS.
     QMap<QString, QString> environment;
