@@ -33,12 +33,6 @@ void checkRun(const ParsedArgs &args)
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
 }
 
-bool hasReferencedCharacter(const Project &project)
-{
-    return std::any_of(project.characters.begin(), project.characters.end(),
-                       [](const CharacterReference &c) { return !c.referenceImagePaths.isEmpty(); });
-}
-
 QCoro::Task<int> runRoad(CommandContext context)
 {
     ProjectStore &store = context.store;
@@ -58,7 +52,7 @@ QCoro::Task<int> runRoad(CommandContext context)
         if (const auto id = store.addCharacter(*name))
             store.addReferenceImages(*id, {absolute(*args.value(QStringLiteral("image")))});
     }
-    if (!hasReferencedCharacter(store.project()))
+    if (!store.project().hasReferencedCharacter())
         throw PipelineError(PipelineError::Case::missingCharacter);
 
     auto planning = startPlanning(store);

@@ -75,9 +75,7 @@ StageStatus stageStatus(const Project &project, PipelineStage stage)
     case PipelineStage::characters: {
         if (project.characters.isEmpty())
             return StageStatus::todo;
-        const bool anyImage = std::any_of(project.characters.begin(), project.characters.end(),
-                                          [](const auto &c) { return !c.referenceImagePaths.isEmpty(); });
-        return anyImage ? StageStatus::complete : StageStatus::inProgress;
+        return project.hasReferencedCharacter() ? StageStatus::complete : StageStatus::inProgress;
     }
     case PipelineStage::storyboard:
         if (!hasChunks)

@@ -164,6 +164,12 @@ int Project::acceptedCount() const
     return int(std::count_if(chunks.begin(), chunks.end(), [](const auto &c) { return c.isAccepted(); }));
 }
 
+bool Project::hasReferencedCharacter() const
+{
+    return std::any_of(characters.begin(), characters.end(),
+                       [](const CharacterReference &c) { return !c.referenceImagePaths.isEmpty(); });
+}
+
 bool Project::allChunksAccepted() const
 {
     return !chunks.isEmpty() && acceptedCount() == chunks.size();

@@ -185,6 +185,8 @@ struct Project {
     int framedCount() const;
     int acceptedCount() const;
     bool allChunksAccepted() const; // true only when there is at least one chunk
+    // Whether some character has a reference image (what planning is built around).
+    bool hasReferencedCharacter() const;
     bool operator==(const Project &) const = default;
 };
 

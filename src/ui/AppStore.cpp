@@ -324,9 +324,7 @@ QString AppStore::storyline() const
 
 bool AppStore::hasReferencedCharacter() const
 {
-    const auto &characters = m_store.project().characters;
-    return std::any_of(characters.begin(), characters.end(),
-                       [](const CharacterReference &c) { return !c.referenceImagePaths.isEmpty(); });
+    return m_store.project().hasReferencedCharacter();
 }
 
 void AppStore::generateAllFrames()
