@@ -134,7 +134,7 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         // --offline (or the offline setting): this run's generation goes to the built-in
         // studio, which lives as long as the command.
         std::optional<studio::OfflineStudio> offline;
-        if (globals.offline || store.generatesOffline()) {
+        if (globals.offline || command.alwaysOffline || store.generatesOffline()) {
             store.setServiceURLOverride(offline.emplace().baseURL());
             store.setGenerationPollInterval(std::chrono::milliseconds(50));
         }
@@ -148,7 +148,8 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         });
         int status = 0;
         try {
-            status = blockingWait(command.run(CommandContext{store, globals, parsed, out}));
+            status = blockingWait(command.run(
+                CommandContext{store, globals, parsed, out, [&interrupt] { return interrupt.interrupted(); }}));
             if (const auto failure = store.lastError()) {
                 out.error(*failure);
                 status = 1;

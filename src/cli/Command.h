@@ -33,6 +33,8 @@ struct CommandContext {
     const GlobalOptions &globals;
     const ParsedArgs &args;
     const Output &out;
+    // True once the user pressed Ctrl+C: a command of several operations stops between them.
+    std::function<bool()> interrupted = [] { return false; };
 };
 
 // One command of quillvane-cli. A command returns its exit status; it reports a failure the
@@ -48,6 +50,8 @@ struct Command {
     std::function<QCoro::Task<int>(CommandContext)> run;
     // Checks the arguments before the library is opened; throws UsageError.
     std::function<void(const ParsedArgs &)> check = {};
+    // Generates with the offline studio whatever the settings say (the demo).
+    bool alwaysOffline = false;
 };
 
 QList<Command> projectCommands();

@@ -1,5 +1,6 @@
 // The whole road of one track in one command: import, timing, character, plan, elements and
-// frames, then (when every frame may be accepted unseen) motion and export.
+// frames, then (when every frame may be accepted unseen) motion and export. The demo is the
+// same road over the song and character that come with Quillvane.
 
 #include "audio/AudioImport.h"
 #include "audio/TimingRun.h"
@@ -9,6 +10,9 @@
 #include "generation/Planning.h"
 #include "media/MediaRuns.h"
 #include "model/PipelineConfig.h"
+#include "storage/Locations.h"
+#include "store/SampleProject.h"
+#include "studio/DemoAssets.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -22,6 +26,22 @@ QString absolute(const QString &path)
     return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
 }
 
+struct Character {
+    QString name;
+    QString notes;
+    QString image;
+};
+
+struct Road {
+    Project start;                 // the project the track is imported into
+    QString audio;
+    std::optional<Character> character;
+    bool acceptAll = false;
+    std::optional<QString> destination;
+    std::optional<ExportResolution> resolution;
+    std::optional<ExportContainer> container;
+};
+
 void checkRun(const ParsedArgs &args)
 {
     if (args.has(QStringLiteral("character")) != args.has(QStringLiteral("image")))
@@ -33,47 +53,31 @@ void checkRun(const ParsedArgs &args)
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
 }
 
-QCoro::Task<int> runRoad(CommandContext context)
+// A stage that failed has left its sentence in lastError; one the user cancelled ends the
+// road quietly. Either way the project keeps what the finished stages made.
+bool stopped(const CommandContext &context)
 {
-    ProjectStore &store = context.store;
-    const ParsedArgs &args = context.args;
-    // Every track gets a project of its own.
-    store.setProject(Project{});
+    return context.store.lastError().has_value() || context.interrupted();
+}
 
-    auto importing = startImport(store, absolute(args.positional.first()));
-    co_await importing;
-    if (store.lastError())
-        co_return 1;
-    auto timing = startTiming(store);
-    co_await timing;
-    if (store.lastError())
-        co_return 1;
-    if (const auto name = args.value(QStringLiteral("character"))) {
-        if (const auto id = store.addCharacter(*name))
-            store.addReferenceImages(*id, {absolute(*args.value(QStringLiteral("image")))});
+void cast(ProjectStore &store, const Character &character)
+{
+    const auto id = store.addCharacter(character.name);
+    if (!id)
+        return;
+    if (!character.notes.isEmpty()) {
+        store.editProject([&](Project &project) {
+            for (CharacterReference &profile : project.characters) {
+                if (profile.id == *id)
+                    profile.notes = character.notes;
+            }
+        });
     }
-    if (!store.project().hasReferencedCharacter())
-        throw PipelineError(PipelineError::Case::missingCharacter);
+    store.addReferenceImages(*id, {character.image});
+}
 
-    auto planning = startPlanning(store);
-    co_await planning;
-    if (store.lastError())
-        co_return 1;
-    auto elements = startRenderElements(store);
-    co_await elements;
-    if (store.lastError())
-        co_return 1;
-    auto frames = startGenerateMissingFrames(store);
-    co_await frames;
-    if (store.lastError())
-        co_return 1;
-
-    if (!args.has(QStringLiteral("accept-all"))) {
-        context.out.note(QStringLiteral("%1 frames are ready for review: tick them with 'quillvane-cli review N --all' "
-                                        "(or in the app), then run 'quillvane-cli export'.")
-                             .arg(store.project().chunks.size()));
-        co_return 0;
-    }
+void acceptEveryFrame(ProjectStore &store)
+{
     QList<QUuid> chunkIDs;
     for (const StoryboardChunk &chunk : store.project().chunks)
         chunkIDs.append(chunk.id);
@@ -81,30 +85,109 @@ QCoro::Task<int> runRoad(CommandContext context)
         for (ReviewCheck check : allReviewChecks)
             setReviewCheck(store, id, check, true);
     }
-    store.editProject([&args](Project &project) {
-        if (const auto folder = args.value(QStringLiteral("to")))
-            project.exportSettings.destinationFolder = absolute(*folder);
-        if (const auto text = args.value(QStringLiteral("resolution")))
-            project.exportSettings.resolution = *exportResolutionFromText(*text);
-        if (const auto text = args.value(QStringLiteral("container")))
-            project.exportSettings.container = *text == QLatin1String("mov") ? ExportContainer::mov : ExportContainer::mp4;
+}
+
+QCoro::Task<int> travel(CommandContext context, Road road)
+{
+    ProjectStore &store = context.store;
+    store.setProject(road.start);
+
+    auto importing = startImport(store, road.audio);
+    co_await importing;
+    if (stopped(context))
+        co_return 1;
+    auto timing = startTiming(store);
+    co_await timing;
+    if (stopped(context))
+        co_return 1;
+    if (road.character)
+        cast(store, *road.character);
+    if (!store.project().hasReferencedCharacter())
+        throw PipelineError(PipelineError::Case::missingCharacter);
+
+    auto planning = startPlanning(store);
+    co_await planning;
+    if (stopped(context))
+        co_return 1;
+    auto elements = startRenderElements(store);
+    co_await elements;
+    if (stopped(context))
+        co_return 1;
+    auto frames = startGenerateMissingFrames(store);
+    co_await frames;
+    if (stopped(context))
+        co_return 1;
+
+    if (!road.acceptAll) {
+        context.out.note(QStringLiteral("%1 frames are ready for review: tick them with 'quillvane-cli review N --all' "
+                                        "(or in the app), then run 'quillvane-cli export'.")
+                             .arg(store.project().chunks.size()));
+        co_return 0;
+    }
+    acceptEveryFrame(store);
+    store.editProject([&road](Project &project) {
+        if (road.destination)
+            project.exportSettings.destinationFolder = *road.destination;
+        if (road.resolution)
+            project.exportSettings.resolution = *road.resolution;
+        if (road.container)
+            project.exportSettings.container = *road.container;
     });
     auto motion = startRenderMotion(store);
     co_await motion;
-    if (store.lastError())
+    if (stopped(context))
         co_return 1;
     auto exporting = startExportVideo(store);
     const std::optional<QString> path = co_await exporting;
-    if (!path || store.lastError())
+    if (!path || stopped(context))
         co_return 1;
     context.out.line(*path);
     co_return 0;
+}
+
+QCoro::Task<int> runTrack(CommandContext context)
+{
+    const ParsedArgs &args = context.args;
+    Road road;
+    road.audio = absolute(args.positional.first());
+    if (const auto name = args.value(QStringLiteral("character")))
+        road.character = Character{*name, {}, absolute(*args.value(QStringLiteral("image")))};
+    road.acceptAll = args.has(QStringLiteral("accept-all"));
+    if (const auto folder = args.value(QStringLiteral("to")))
+        road.destination = absolute(*folder);
+    if (const auto text = args.value(QStringLiteral("resolution")))
+        road.resolution = *exportResolutionFromText(*text);
+    if (const auto text = args.value(QStringLiteral("container")))
+        road.container = *text == QLatin1String("mov") ? ExportContainer::mov : ExportContainer::mp4;
+    return travel(context, road);
+}
+
+// The demo starts from the project a first start shows, so its style notes (the red jacket)
+// reach the frames, and ends with every frame accepted and the video exported.
+QCoro::Task<int> runDemo(CommandContext context)
+{
+    context.out.note(QStringLiteral("Preparing the demo song…"));
+    const studio::DemoAssets assets = studio::ensureDemoAssets(locations::demoFolder());
+    Road road;
+    road.start = sampleProject();
+    road.audio = assets.song;
+    road.character = Character{QString::fromUtf8(studio::demoCharacterName),
+                               QString::fromUtf8(studio::demoCharacterNotes), assets.character};
+    road.acceptAll = true;
+    if (const auto folder = context.args.value(QStringLiteral("to")))
+        road.destination = absolute(*folder);
+    return travel(context, road);
 }
 
 } // namespace
 
 QList<Command> runCommands()
 {
+    Command demo{QStringLiteral("demo"), QStringLiteral("[--to DIR]"),
+                 QStringLiteral("render the demo song end to end with the offline studio and print the video's path"),
+                 {{QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to export into")}},
+                 0, 0, runDemo};
+    demo.alwaysOffline = true;
     return {
         {QStringLiteral("run"),
          QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C]"),
@@ -115,7 +198,8 @@ QList<Command> runCommands()
           {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to export into")},
           {QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")}},
-         1, 1, runRoad, checkRun},
+         1, 1, runTrack, checkRun},
+        demo,
     };
 }
 

@@ -21,6 +21,7 @@ QString dataFolder()
 
 QString projectsFolder() { return dataFolder() + QStringLiteral("/projects"); }
 QString whisperRuntimeFolder() { return dataFolder() + QStringLiteral("/whisper-runtime"); }
+QString demoFolder() { return dataFolder() + QStringLiteral("/demo"); }
 QString libraryLockFile() { return dataFolder() + QStringLiteral("/library.lock"); }
 
 } // namespace locations

@@ -16,6 +16,8 @@ QString dataFolder();
 QString projectsFolder();
 // dataFolder()/whisper-runtime.
 QString whisperRuntimeFolder();
+// dataFolder()/demo: the demo song and character, made on first use.
+QString demoFolder();
 // The file that marks a library as open for writing.
 QString libraryLockFile();
 
