@@ -27,15 +27,8 @@ class CliHome {
 public:
     CliResult run(const QStringList &arguments, const QByteArray &input = {}) const
     {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), m_dir.path());
-        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
-        env.insert(QStringLiteral("TMPDIR"), m_dir.path());
-        for (auto it = environment.begin(); it != environment.end(); ++it)
-            env.insert(it.key(), it.value());
         QProcess process;
-        process.setProcessEnvironment(env);
+        process.setProcessEnvironment(processEnvironment());
         process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
         process.write(input);
         process.closeWriteChannel();
@@ -43,6 +36,19 @@ public:
             return {};
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                 QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    // The variables the program runs with: this home's folders over the test's own.
+    QProcessEnvironment processEnvironment() const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), m_dir.path());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
+        env.insert(QStringLiteral("TMPDIR"), m_dir.path());
+        for (auto it = environment.begin(); it != environment.end(); ++it)
+            env.insert(it.key(), it.value());
+        return env;
     }
 
     QJsonObject json(const QStringList &arguments) const

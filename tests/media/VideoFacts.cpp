@@ -117,6 +117,7 @@ VideoFacts inspectVideo(const QString &path)
         } else if (codec->codec_type == AVMEDIA_TYPE_AUDIO) {
             ++facts.audioStreams;
             audioIndex = int(i);
+            facts.audioCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
         }
     }
     if (videoIndex >= 0) {

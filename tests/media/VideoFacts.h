@@ -24,6 +24,7 @@ struct VideoFacts {
     int videoStreams = 0;
     int audioStreams = 0;
     QString videoCodec;
+    QString audioCodec;
     int width = 0;
     int height = 0;
     int timeScale = 0;           // denominator of the video stream's time base

@@ -1,0 +1,103 @@
+// The demo from a machine that has never seen Quillvane: a fresh HOME, one command, and a
+// video a user can play. Everything runs for real: espeak-ng, the speech engine, the offline
+// studio on loopback, the motion renderer and the exporter.
+
+#include "media/VideoFacts.h"
+#include "CliHome.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSize>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+using namespace quillvane;
+using quillvane::test::CliHome;
+
+namespace {
+
+const QStringList everyStage = {QStringLiteral("intake"),     QStringLiteral("timing"), QStringLiteral("characters"),
+                                QStringLiteral("storyboard"), QStringLiteral("frames"), QStringLiteral("style"),
+                                QStringLiteral("motion"),     QStringLiteral("preview"), QStringLiteral("export")};
+
+} // namespace
+
+TEST(CliDemo, AFreshMachineGetsAPlayableLyricVideo)
+{
+    CliHome home;
+    home.timeout = std::chrono::minutes(5);
+    const QString destination = home.path(QStringLiteral("Videos/demo out"));
+    const test::CliResult result = home.run({QStringLiteral("demo"), QStringLiteral("--to"), destination});
+    ASSERT_EQ(result.exitCode, 0) << qPrintable(result.err);
+    for (const QString &label : {QStringLiteral("Aligning timing"), QStringLiteral("Rendering motion"),
+                                 QStringLiteral("Exporting video")})
+        EXPECT_TRUE(result.err.contains(label)) << "no progress shown for " << qPrintable(label);
+
+    const QString video = result.out.trimmed();
+    EXPECT_EQ(QFileInfo(video).absolutePath(), destination);
+    const test::VideoFacts facts = test::inspectVideo(video);
+    ASSERT_TRUE(facts.opened) << qPrintable(video);
+    EXPECT_EQ(facts.majorBrand, QByteArray("isom"));
+    EXPECT_EQ(facts.videoCodec, QStringLiteral("h264"));
+    EXPECT_EQ(QSize(facts.width, facts.height), QSize(1920, 1080));
+    EXPECT_EQ(facts.audioStreams, 1);
+    EXPECT_EQ(facts.audioCodec, QStringLiteral("aac"));
+
+    // One clip per chunk, laid end to end: the video lasts as long as its clips together.
+    const Project project = home.savedProject();
+    ASSERT_FALSE(project.chunks.isEmpty());
+    const QString clipsFolder = home.library().mediaFor(project.id).clipsFolder();
+    EXPECT_EQ(QDir(clipsFolder).entryList(QDir::Files).size(), project.chunks.size());
+    double clipsTogether = 0;
+    for (const StoryboardChunk &chunk : project.chunks) {
+        ASSERT_TRUE(chunk.frame && chunk.frame->motionClipPath) << "chunk " << chunk.chunkNumber << " has no clip";
+        const QString clip = *chunk.frame->motionClipPath;
+        EXPECT_EQ(QFileInfo(clip).absolutePath(), clipsFolder);
+        clipsTogether += test::inspectVideo(clip).videoEnd;
+    }
+    EXPECT_NEAR(facts.videoEnd, clipsTogether, 1.0 / 30);
+    EXPECT_NEAR(facts.audioSeconds, facts.videoEnd, 0.05);
+
+    const QJsonObject status = home.json({QStringLiteral("status")});
+    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
+    EXPECT_EQ(status.value(QStringLiteral("accepted")).toInt(), project.chunks.size());
+    const QJsonObject stages = status.value(QStringLiteral("stages")).toObject();
+    for (const QString &stage : everyStage) {
+        const bool stillOpen = stage == QLatin1String("motion") || stage == QLatin1String("export");
+        EXPECT_EQ(stages.value(stage).toString(), stillOpen ? QStringLiteral("inProgress") : QStringLiteral("complete"))
+            << qPrintable(stage);
+    }
+}
+
+// Ctrl+C in the middle of the road: the stage running stops, the ones after it never start,
+// and what was made so far is saved.
+TEST(CliDemo, CtrlCStopsTheRoadAndKeepsWhatWasMade)
+{
+    CliHome home;
+    QProcess demo;
+    demo.setProcessEnvironment(home.processEnvironment());
+    demo.start(QStringLiteral(QUILLVANE_CLI_PATH), {QStringLiteral("demo"), QStringLiteral("--to"), home.path(QStringLiteral("out"))});
+    QByteArray err;
+    while (!err.contains("Rendering motion") && demo.state() != QProcess::NotRunning) {
+        demo.waitForReadyRead(1000);
+        err += demo.readAllStandardError();
+    }
+    ASSERT_TRUE(err.contains("Rendering motion")) << err.constData();
+    ::kill(pid_t(demo.processId()), SIGINT);
+    ASSERT_TRUE(demo.waitForFinished(60000));
+    err += demo.readAllStandardError();
+    EXPECT_EQ(demo.exitCode(), 130) << err.constData();
+    EXPECT_FALSE(err.contains("Exporting video")) << "export started after the cancel";
+    EXPECT_TRUE(demo.readAllStandardOutput().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("out"))));
+
+    const Project saved = home.savedProject();
+    EXPECT_EQ(saved.title, QStringLiteral("Neon Overpass"));
+    ASSERT_FALSE(saved.chunks.isEmpty());
+    for (const StoryboardChunk &chunk : saved.chunks)
+        EXPECT_TRUE(chunk.isAccepted()) << "chunk " << chunk.chunkNumber;
+}
