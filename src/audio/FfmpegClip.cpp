@@ -180,7 +180,7 @@ void ClipWriter::seekToStart()
 {
     if (m_start <= 0)
         return;
-    const int64_t target = origin() + av_rescale_q(std::llround(m_start * AV_TIME_BASE), AV_TIME_BASE_Q, m_source->time_base);
+    const int64_t target = origin() + av_rescale_q(std::llround(m_start * AV_TIME_BASE), AVRational{1, AV_TIME_BASE}, m_source->time_base);
     avformat_seek_file(m_input.get(), m_source->index, INT64_MIN, target, target, 0);
 }
 

@@ -52,7 +52,7 @@ std::optional<ClipInfo> probeClip(const QString &path, bool readStreams)
     if (stream->duration != AV_NOPTS_VALUE && stream->duration > 0)
         clip.duration = stream->duration;
     else if (raw->duration != AV_NOPTS_VALUE && raw->duration > 0)
-        clip.duration = av_rescale_q(raw->duration, AV_TIME_BASE_Q, stream->time_base);
+        clip.duration = av_rescale_q(raw->duration, AVRational{1, AV_TIME_BASE}, stream->time_base);
     if (clip.width <= 0 || clip.height <= 0 || clip.timeBase.num <= 0 || clip.timeBase.den <= 0)
         throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
     if (clip.duration <= 0) {
