@@ -2,11 +2,13 @@
 
 #include "model/PipelineConfig.h"
 
+#include <QCoro/QCoroFuture>
 #include <QCoro/QCoroNetworkReply>
 #include <QCoro/QCoroTimer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -15,6 +17,7 @@
 #include <QSaveFile>
 #include <QStringDecoder>
 #include <QTextBoundaryFinder>
+#include <QtConcurrent/QtConcurrentRun>
 #include <QThread>
 #include <QUrlQuery>
 
@@ -76,8 +79,6 @@ const QString inProgressStatus = QStringLiteral("IN_PROGRESS");
 
 // At the store's 1.5-second interval this gives up on a job after about ten minutes.
 constexpr int maximumPolls = 400;
-// A stalled connection fails the request instead of holding the job forever.
-constexpr int transferTimeoutMilliseconds = 60000;
 // An error page can be a whole HTML document; the banner only needs its start.
 constexpr int errorBodyCharacters = 500;
 
@@ -88,10 +89,10 @@ struct DeleteLater {
 };
 using ReplyPtr = std::unique_ptr<QNetworkReply, DeleteLater>;
 
-QNetworkRequest serviceRequest(const QUrl &url)
+QNetworkRequest serviceRequest(const QUrl &url, std::chrono::milliseconds timeout)
 {
     QNetworkRequest request(url);
-    request.setTransferTimeout(transferTimeoutMilliseconds);
+    request.setTransferTimeout(int(timeout.count()));
     return request;
 }
 
@@ -138,6 +139,10 @@ QCoro::Task<QByteArray> checkedBody(ReplyPtr reply)
     co_await reply.get();
     const QVariant statusAttribute = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (!statusAttribute.isValid()) {
+        // Nothing here aborts a reply, so a cancelled one is the transfer timeout, which Qt
+        // words only as "Operation canceled".
+        if (reply->error() == QNetworkReply::OperationCanceledError)
+            throw Error(QStringLiteral("The generation service did not answer in time. Check your connection and try again."));
         if (reply->error() != QNetworkReply::NoError)
             throw Error(reply->errorString());
         co_return reply->readAll();
@@ -152,9 +157,9 @@ QCoro::Task<QByteArray> checkedBody(ReplyPtr reply)
     co_return reply->readAll();
 }
 
-QCoro::Task<QByteArray> getBody(QNetworkAccessManager *network, QUrl url)
+QCoro::Task<QByteArray> getBody(QNetworkAccessManager *network, QUrl url, std::chrono::milliseconds timeout)
 {
-    ReplyPtr reply(network->get(serviceRequest(url)));
+    ReplyPtr reply(network->get(serviceRequest(url, timeout)));
     auto body = checkedBody(std::move(reply));
     co_return co_await body;
 }
@@ -251,10 +256,12 @@ void writeDownloadedFile(const QString &destination, const QByteArray &bytes)
 
 } // namespace
 
-FalClient::FalClient(QUrl baseURL, QNetworkAccessManager *network, std::chrono::milliseconds pollInterval)
+FalClient::FalClient(QUrl baseURL, QNetworkAccessManager *network, std::chrono::milliseconds pollInterval,
+                     std::chrono::milliseconds timeout)
     : m_baseURL(std::move(baseURL))
     , m_network(network)
     , m_pollInterval(pollInterval)
+    , m_timeout(timeout)
 {
 }
 
@@ -265,7 +272,7 @@ QCoro::Task<SubmitResponse> FalClient::submit(QString path, QJsonObject input)
     if (!url)
         throw FalError::badURL(path);
 
-    QNetworkRequest request = serviceRequest(*url);
+    QNetworkRequest request = serviceRequest(*url, m_timeout);
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     ReplyPtr reply(m_network->post(request, QJsonDocument(input).toJson(QJsonDocument::Compact)));
     auto pending = checkedBody(std::move(reply));
@@ -296,7 +303,7 @@ QCoro::Task<> FalClient::awaitCompletion(SubmitResponse submission, ProgressTarg
     int attempts = 0;
     for (;;) {
         cancel.throwIfCancelled();
-        auto pending = getBody(m_network, url);
+        auto pending = getBody(m_network, url, m_timeout);
         const FalProgress current = progressOf(objectOrEmpty(co_await pending));
         postProgress(progress, current);
 
@@ -312,7 +319,7 @@ QCoro::Task<> FalClient::awaitCompletion(SubmitResponse submission, ProgressTarg
 
 QCoro::Task<QJsonObject> FalClient::fetchResult(QUrl responseURL)
 {
-    auto pending = getBody(m_network, responseURL);
+    auto pending = getBody(m_network, responseURL, m_timeout);
     co_return objectOrEmpty(co_await pending);
 }
 
@@ -340,8 +347,15 @@ QCoro::Task<> FalClient::download(QString urlString, QString destination)
     const std::optional<QUrl> url = parsedURL(urlString);
     if (!url)
         throw FalError::badURL(urlString);
-    auto pending = getBody(m_network, *url);
+    auto pending = getBody(m_network, *url, m_timeout);
     const QByteArray bytes = co_await pending;
+    // A frame the motion stage could not open later is refused now, before it replaces
+    // anything: a cut-off transfer or an error page served as the image.
+    QFuture<bool> decoding = QtConcurrent::run([bytes] { return !QImage::fromData(bytes).isNull(); });
+    const bool readable = co_await decoding;
+    if (!readable)
+        throw Error(QStringLiteral("The generation service sent a file that is not a readable image. "
+                                   "Try again; if it keeps happening, check the service's status."));
     writeDownloadedFile(destination, bytes);
 }
 

@@ -76,7 +76,8 @@ struct ProgressTarget {
 class FalClient {
 public:
     FalClient(QUrl baseURL, QNetworkAccessManager *network,
-              std::chrono::milliseconds pollInterval = std::chrono::milliseconds(1500));
+              std::chrono::milliseconds pollInterval = std::chrono::milliseconds(1500),
+              std::chrono::milliseconds timeout = std::chrono::milliseconds(60000));
 
     const QUrl &baseURL() const { return m_baseURL; }
 
@@ -112,6 +113,8 @@ private:
     QUrl m_baseURL;
     QNetworkAccessManager *m_network;
     std::chrono::milliseconds m_pollInterval;
+    // A stalled connection fails the request instead of holding the job forever.
+    std::chrono::milliseconds m_timeout;
 };
 
 // A local image as "data:image/jpeg;base64,...": shrunk (never enlarged) so its longer side is

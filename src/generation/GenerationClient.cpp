@@ -4,7 +4,8 @@ namespace quillvane {
 
 FalClient makeGenerationClient(const ProjectStore &store)
 {
-    return FalClient(store.generationBaseURL(), sharedNetwork(), store.options().generationPollInterval);
+    return FalClient(store.generationBaseURL(), sharedNetwork(), store.options().generationPollInterval,
+                     store.options().generationTimeout);
 }
 
 } // namespace quillvane

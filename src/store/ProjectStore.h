@@ -23,6 +23,8 @@ struct StoreOptions {
     std::chrono::milliseconds saveDelay{1000};
     // Pause between two status polls of a generation job.
     std::chrono::milliseconds generationPollInterval{1500};
+    // How long one request to the generation service may stall before it fails.
+    std::chrono::milliseconds generationTimeout{60000};
 };
 
 // The one controller of the application: owns the open project, the selected stage, the
@@ -92,6 +94,7 @@ public:
     const StoreOptions &options() const { return m_options; }
     // The built-in studio answers at once, so it is polled far more often than the service.
     void setGenerationPollInterval(std::chrono::milliseconds interval) { m_options.generationPollInterval = interval; }
+    void setGenerationTimeout(std::chrono::milliseconds timeout) { m_options.generationTimeout = timeout; }
     const ProjectLibrary &library() const { return m_library; }
     MediaLibrary media() const { return m_library.mediaFor(m_project.id); }
     StageStatus status(PipelineStage stage) const { return stageStatus(m_project, stage); }

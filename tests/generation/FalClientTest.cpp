@@ -364,15 +364,15 @@ INSTANTIATE_TEST_SUITE_P(Results, RenderElement, testing::ValuesIn(renderCases),
 TEST_F(FalClientTest, DownloadCreatesTheFolderAndReplacesAnEarlierFile)
 {
     server.script(QStringLiteral("GET"), QStringLiteral("/files/a.png"),
-                  {reply("first image", 200), reply("second", 200)});
+                  {reply(test::png(Qt::red), 200), reply(test::png(Qt::blue), 200)});
     QTemporaryDir dir;
     const QString destination = dir.filePath(QStringLiteral("frames/chunk 1/a.png"));
     const QString url = server.url(QStringLiteral("/files/a.png")).toString();
 
     blockingWait(client.download(url, destination));
-    EXPECT_EQ(readFile(destination), QByteArray("first image"));
+    EXPECT_EQ(readFile(destination), test::png(Qt::red));
     blockingWait(client.download(url, destination));
-    EXPECT_EQ(readFile(destination), QByteArray("second"));
+    EXPECT_EQ(readFile(destination), test::png(Qt::blue));
 }
 
 TEST_F(FalClientTest, AFailedDownloadWritesNothing)

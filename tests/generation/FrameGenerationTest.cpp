@@ -8,6 +8,7 @@
 #include "support/LoopbackServer.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -361,3 +362,61 @@ INSTANTIATE_TEST_SUITE_P(FrameGeneration, FrameBatch, testing::ValuesIn(batchCas
                          [](const auto &info) { return testName(info.param.name); });
 
 } // namespace
+
+// --- what the service can do wrong ------------------------------------------------------------
+
+// Every way a frame can fail to arrive ends in a sentence, and the project, its chunk history
+// and the frames folder stay exactly as they were.
+TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
+{
+    const auto cut = [](ScriptedReply r) {
+        r.breakMidBody = true;
+        return r;
+    };
+    const auto image = [](const QByteArray &bytes, const QByteArray &type) {
+        ScriptedReply r = reply(bytes);
+        r.contentType = type;
+        return r;
+    };
+    const QByteArray whole = png(Qt::red);
+    const struct {
+        const char *name;
+        bool refuseConnection = false;
+        QList<ScriptedReply> submit;
+        std::optional<ScriptedReply> imageFile; // what /img/frame.png serves
+        QString sentence;
+    } faults[] = {
+        {"the connection is refused", true, {accepted}, std::nullopt, QStringLiteral("Connection refused")},
+        {"the connection drops mid-body", false, {cut(accepted)}, std::nullopt, QStringLiteral("closed")},
+        {"the service stalls past the timeout", false, {reply(accepted.body, 200, 3s)}, std::nullopt,
+         QStringLiteral("did not answer")},
+        {"the image is cut off", false, {accepted}, image(whole.left(whole.size() / 2), "image/png"),
+         QStringLiteral("not a readable image")},
+        {"the image is an error page", false, {accepted}, image("<html>Bad gateway</html>", "text/html"),
+         QStringLiteral("not a readable image")},
+        {"the image transfer drops", false, {accepted}, cut(image(whole, "image/png")), QStringLiteral("closed")},
+    };
+    for (const auto &fault : faults) {
+        SCOPED_TRACE(fault.name);
+        StoryboardChunk first = chunk(0);
+        first.frame = GeneratedFrame{};
+        first.frame->localPath = QStringLiteral("/earlier/frame.png");
+        open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
+        store->setGenerationTimeout(500ms);
+        if (fault.refuseConnection)
+            store->setServiceURLOverride(QUrl(QStringLiteral("http://127.0.0.1:1")));
+        server.script(QStringLiteral("POST"), framePath, fault.submit);
+        server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
+        const QJsonObject result{{QStringLiteral("images"), QJsonArray{QJsonObject{{QStringLiteral("url"), imageURL(QStringLiteral("frame"))}}}}};
+        server.script(QStringLiteral("GET"), resultPath, {reply(QJsonDocument(result).toJson(QJsonDocument::Compact))});
+        server.script(QStringLiteral("GET"), QStringLiteral("/img/frame.png"), {fault.imageFile.value_or(image(whole, "image/png"))});
+        const Project before = store->project();
+
+        blockingWait(startGenerateFrame(*store, first.id));
+        ASSERT_TRUE(store->lastError());
+        EXPECT_TRUE(store->lastError()->contains(fault.sentence)) << qPrintable(*store->lastError());
+        EXPECT_EQ(store->project(), before);
+        EXPECT_TRUE(QDir(store->media().framesFolder()).entryList(QDir::Files).isEmpty());
+        sharedNetwork()->clearConnectionCache();
+    }
+}

@@ -168,23 +168,6 @@ TEST(ProjectLibrary, AFailedSaveOfANewProjectDoesNotNameIt)
     EXPECT_EQ(library.preferences().string(lastProjectKey), uuidText(first.id));
 }
 
-TEST(ProjectLibrary, AReadOnlyFolderLeavesThePreviousDocumentWhole)
-{
-    if (geteuid() == 0)
-        GTEST_SKIP() << "permissions do not bind root; the file-size test covers the failed write";
-    test::TempLibrary temp;
-    const ProjectLibrary library = temp.library();
-    Project project;
-    library.save(project);
-    const QString root = library.mediaFor(project.id).root;
-    const QByteArray before = test::readFile(library.mediaFor(project.id).projectFile());
-    QFile::setPermissions(root, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-    project.title = QStringLiteral("changed");
-    EXPECT_THROW(library.save(project), SaveError);
-    QFile::setPermissions(root, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    EXPECT_EQ(test::readFile(library.mediaFor(project.id).projectFile()), before);
-}
-
 TEST(Preferences, StringsSurviveTheFileWhateverTheyHold)
 {
     test::TempLibrary temp;

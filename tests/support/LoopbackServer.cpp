@@ -93,6 +93,16 @@ void LoopbackServer::State::handle(const httplib::Request &req, httplib::Respons
     if (reply->delay.count() > 0)
         std::this_thread::sleep_for(reply->delay);
     res.status = reply->status;
+    if (reply->breakMidBody) {
+        const std::string sent = toStd(reply->body);
+        res.set_content_provider(sent.size() * 2, toStd(reply->contentType),
+                                 [sent](size_t offset, size_t, httplib::DataSink &sink) {
+                                     if (offset == 0)
+                                         sink.write(sent.data(), sent.size());
+                                     return false; // the rest never comes: the connection drops
+                                 });
+        return;
+    }
     res.set_content(toStd(reply->body), toStd(reply->contentType).c_str());
 }
 

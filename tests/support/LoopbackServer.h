@@ -30,6 +30,8 @@ struct ScriptedReply {
     QByteArray body;
     QByteArray contentType = "application/json";
     std::chrono::milliseconds delay{0};
+    // Announces twice the body's length, sends the body and drops the connection.
+    bool breakMidBody = false;
 };
 
 // A reply with this body (JSON unless the content type is changed), status and delay.
