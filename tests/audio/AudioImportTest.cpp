@@ -1,5 +1,6 @@
 #include "ScriptedTranscriber.h"
 #include "audio/AudioImport.h"
+#include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"
 #include "audio/TranscriptionError.h"
 #include "store/BlockingWait.h"
@@ -146,6 +147,8 @@ TEST_F(AudioImport, ATrackWithoutLyricsIsTranscribedIntoLyricsAndTranscript)
 TEST_F(AudioImport, FailuresKeepThePartsOfTheProjectTheImportHadNotReached)
 {
     const QString missing = folder->filePath(QStringLiteral("gone.mp3"));
+    const QString empty = folder->filePath(QStringLiteral("zero bytes.mp3"));
+    test::writeFile(empty, {});
     const struct {
         const char *name;
         QString path;
@@ -154,6 +157,8 @@ TEST_F(AudioImport, FailuresKeepThePartsOfTheProjectTheImportHadNotReached)
     } cases[] = {
         {"not audio, no engine", notAudio, noEngine, TranscriptionError::noEngineAvailable().description()},
         {"a missing file, no engine", missing, noEngine, TranscriptionError::noEngineAvailable().description()},
+        {"a file of zero bytes, the built-in engine", empty, [] { return std::make_shared<SpeechTranscriber>(); },
+         QStringLiteral("Transcription failed: the audio file could not be decoded.")},
         {"no lyrics, the transcription fails", withoutLyrics,
          [] {
              auto engine = std::make_shared<test::ScriptedTranscriber>();
@@ -177,6 +182,24 @@ TEST_F(AudioImport, FailuresKeepThePartsOfTheProjectTheImportHadNotReached)
         EXPECT_EQ(s.project().lyricsSource, before.lyricsSource) << c.name;
         EXPECT_EQ(s.project().updatedAt, before.updatedAt) << c.name;
     }
+}
+
+// A tag can hold anything: ten megabytes of lyrics are taken in whole and saved whole.
+TEST_F(AudioImport, TenMegabytesOfLyricsAreTakenAndSaved)
+{
+    QString huge;
+    for (int i = 0; huge.size() < 10'000'000; ++i)
+        huge += QStringLiteral("Line %1 of a song that never seems to end at all, la la la\n").arg(i);
+    const QString track = test::makeTaggedMp3(folder->filePath(QStringLiteral("huge lyrics.mp3")), 2, huge);
+    ASSERT_FALSE(track.isEmpty());
+    ProjectStore &s = storeWith(noEngine());
+    blockingWait(startImport(s, track));
+
+    ASSERT_EQ(s.lastError(), std::nullopt);
+    EXPECT_EQ(s.project().lyricsSource, LyricsSource::embeddedUnverified);
+    EXPECT_EQ(s.project().rawLyrics, huge.trimmed());
+    s.flushPendingSave();
+    EXPECT_EQ(library.library().loadLastProject(), s.project());
 }
 
 TEST_F(AudioImport, AFailedClipTranscriptionStillDeletesBothClips)

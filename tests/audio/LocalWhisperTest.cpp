@@ -230,6 +230,9 @@ const RunCase runCases[] = {
     {"fails after writing its file", {.json = songJson, .exitCode = 2}, songResult},
     {"writes a file that is not JSON", {.json = "Traceback (most recent call last):"}, TranscriptionResult{}},
     {"floods both streams before writing", {.json = songJson, .floods = true}, songResult},
+    {"crashes before writing", {.crashes = true}, noOutput},
+    {"crashes after writing half its file", {.json = songJson.left(songJson.size() / 2), .crashes = true}, TranscriptionResult{}},
+    {"writes binary garbage", {.json = QByteArray("\x89PNG\r\n\x1a\n\0\0\xff", 11)}, TranscriptionResult{}},
 };
 
 TEST_P(WhisperRunOutcome, GivesTheFileOrSaysNoOutputAndLeavesNoFolder)

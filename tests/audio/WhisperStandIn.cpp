@@ -82,6 +82,8 @@ QString WhisperMachine::installWhisper(const QString &relative, const StandIn &b
                                           behaviour.json);
         script += "cp " + quoted(source) + " \"$out/$name\" || exit 7\n";
     }
+    if (behaviour.crashes)
+        script += "kill -SEGV $$\n";
     script += "exit " + QByteArray::number(behaviour.exitCode) + "\n";
     return install(relative, script);
 }

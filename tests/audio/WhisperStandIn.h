@@ -16,6 +16,7 @@ struct StandIn {
     QString outputName{};        // name of the file it writes; empty: whisper's own rule
     int exitCode = 0;
     bool floods = false;         // writes 2 MB to each of its streams before the JSON
+    bool crashes = false;        // dies of SIGSEGV after writing its file (if any)
     QString argumentsFile{};     // where it records its arguments, one a line; empty: nowhere
 };
 

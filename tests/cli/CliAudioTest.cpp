@@ -157,16 +157,23 @@ TEST(CliAudio, WithoutWhisperTheBuiltInSpeechEngineTranscribesASongWithoutLyrics
 
 namespace {
 
+// The names are as awkward as a user's can be (blanks, both quotes, non-ASCII, a leading
+// dash, a shell's special characters), and they pass through every process and file the road
+// touches: whisper's command line, FFmpeg, the studio's references, the clips and the export.
 TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
 {
-    QTemporaryDir tracks;
-    const QString tagged = test::makeTaggedMp3(tracks.filePath(QStringLiteral("tagged.mp3")), 12, lyrics);
+    QTemporaryDir root;
+    const QString tracks = root.filePath(QStringLiteral("-my \"tracks\" ünï 'x' $HOME;"));
+    ASSERT_TRUE(QDir().mkpath(tracks));
+    const QString trackName = QStringLiteral("-song \"Ünï\" it's & more.mp3");
+    const QString tagged = test::makeTaggedMp3(tracks + QLatin1Char('/') + trackName, 12, lyrics);
     ASSERT_FALSE(tagged.isEmpty());
     CliHome home;
     home.timeout = std::chrono::minutes(3);
+    home.workingDirectory = tracks; // the track is named relative to here, dash first
     installWhisper(home, hearsTheLyrics);
 
-    const CliResult uncast = home.run({QStringLiteral("--offline"), QStringLiteral("run"), tagged});
+    const CliResult uncast = home.run({QStringLiteral("--offline"), QStringLiteral("run"), trackName});
     EXPECT_EQ(uncast.exitCode, 1);
     EXPECT_TRUE(uncast.err.contains(
         QStringLiteral("Add a character with a reference image before planning — the plan is built around it.")))
@@ -174,10 +181,10 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
 
     QImage face(120, 160, QImage::Format_RGB32);
     face.fill(QColor(255, 103, 72));
-    const QString image = tracks.filePath(QStringLiteral("mia.png"));
+    const QString image = tracks + QStringLiteral("/-face \"Mïa\" 'one'.png");
     face.save(image);
-    const QString folder = tracks.filePath(QStringLiteral("videos"));
-    const CliResult road = home.run({QStringLiteral("--offline"), QStringLiteral("run"), tagged, QStringLiteral("--character"),
+    const QString folder = tracks + QStringLiteral("/-videos \"out\" ü");
+    const CliResult road = home.run({QStringLiteral("--offline"), QStringLiteral("run"), trackName, QStringLiteral("--character"),
                                      QStringLiteral("Mia"), QStringLiteral("--image"), image, QStringLiteral("--accept-all"),
                                      QStringLiteral("--to"), folder, QStringLiteral("--resolution"), QStringLiteral("720p")});
     ASSERT_EQ(road.exitCode, 0) << road.err.toStdString();
@@ -187,8 +194,11 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     EXPECT_TRUE(path.startsWith(folder)) << path.toStdString();
     EXPECT_GT(QFileInfo(path).size(), 0);
     const Project project = home.savedProject();
+    EXPECT_EQ(project.audioPath, tagged);
+    EXPECT_EQ(project.lyricsSource, LyricsSource::embeddedVerified) << "whisper was not reached through the name";
     EXPECT_TRUE(project.allChunksAccepted());
-    EXPECT_EQ(project.characters.size(), 1);
+    ASSERT_EQ(project.characters.size(), 1);
+    EXPECT_EQ(project.characters[0].referenceImagePaths, QStringList{image});
 }
 
 } // namespace

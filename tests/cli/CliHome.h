@@ -6,6 +6,7 @@
 #include "storage/ProjectLibrary.h"
 #include "support/Fixtures.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
@@ -29,6 +30,7 @@ public:
     {
         QProcess process;
         process.setProcessEnvironment(processEnvironment());
+        process.setWorkingDirectory(workingDirectory);
         process.start(QStringLiteral(QUILLVANE_CLI_PATH), arguments);
         process.write(input);
         process.closeWriteChannel();
@@ -55,6 +57,9 @@ public:
     {
         return QJsonDocument::fromJson(run(QStringList{QStringLiteral("--json")} + arguments).out.toUtf8()).object();
     }
+
+    // Where the program starts; relative paths in its arguments are taken from here.
+    QString workingDirectory = QDir::currentPath();
 
     // How long one command may take.
     std::chrono::milliseconds timeout{20000};

@@ -196,13 +196,20 @@ TEST(MotionRenderer, FailuresSayWhatWentWrongAndLeaveNoClip)
     QTemporaryDir dir;
     const QString notAnImage = dir.filePath(QStringLiteral("frame.png"));
     test::writeFile(notAnImage, "these are words, not pixels");
+    const QString cutShort = dir.filePath(QStringLiteral("cut short.png"));
+    const QByteArray whole = test::readFile(solidStill(dir, QStringLiteral("whole.png"), Qt::red));
+    test::writeFile(cutShort, whole.left(whole.size() / 2));
+    const QString empty = dir.filePath(QStringLiteral("empty.png"));
+    test::writeFile(empty, {});
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     FfmpegMotionRenderer renderer(64, 36);
-    try {
-        renderer.renderNow(notAnImage, shortMotion(1, 2), clip, {}, {});
-        ADD_FAILURE() << "rendered a text file";
-    } catch (const MotionError &error) {
-        EXPECT_EQ(error.description(), QStringLiteral("Could not load frame image at %1.").arg(notAnImage));
+    for (const QString &still : {notAnImage, cutShort, empty, dir.filePath(QStringLiteral("gone.png"))}) {
+        try {
+            renderer.renderNow(still, shortMotion(1, 2), clip, {}, {});
+            ADD_FAILURE() << "rendered " << qPrintable(still);
+        } catch (const MotionError &error) {
+            EXPECT_EQ(error.description(), QStringLiteral("Could not load frame image at %1.").arg(still));
+        }
     }
     EXPECT_THROW(renderer.renderNow(solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3'000'000'000LL),
                                     clip, {}, {}),

@@ -189,6 +189,24 @@ TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
     const QString gone = out.filePath(QStringLiteral("gone.mov"));
     EXPECT_EQ(failure({green, gone}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(gone));
     EXPECT_EQ(readFile(output), earlier);
+
+    // Clips damaged on disk after they were rendered: cut short, or emptied.
+    const QByteArray whole = readFile(blue);
+    const struct {
+        const char *name;
+        QByteArray bytes;
+    } damaged[] = {
+        {"cut-short.mov", whole.left(whole.size() / 2)},
+        {"cut-at-the-header.mov", whole.left(200)},
+        {"empty.mov", QByteArray()},
+    };
+    for (const auto &clip : damaged) {
+        const QString path = dir->filePath(QString::fromLatin1(clip.name));
+        writeFile(path, clip.bytes);
+        EXPECT_EQ(failure({green, path}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(path))
+            << clip.name;
+        EXPECT_EQ(readFile(output), earlier) << clip.name;
+    }
     EXPECT_EQ(QDir(out.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("video.mp4")});
 }
 
