@@ -45,12 +45,37 @@ QString MediaLibrary::exportPath(const Project &project) const
     return folder + QLatin1Char('/') + base + QLatin1Char('.') + fileExtension(project.exportSettings.container);
 }
 
+namespace {
+// File names hold at most 255 bytes; the rest is left for an extension or a temporary prefix.
+constexpr qsizetype maximumNameBytes = 200;
+} // namespace
+
 QString fileSafeName(const QString &text)
 {
-    QString name = text;
-    name.replace(QLatin1Char('/'), QLatin1Char('-'));
-    name.replace(QLatin1Char(' '), QLatin1Char('_'));
-    return name;
+    QString name;
+    name.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == QLatin1Char('/') || c.category() == QChar::Other_Control)
+            name += QLatin1Char('-');
+        else if (c == QLatin1Char(' '))
+            name += QLatin1Char('_');
+        else
+            name += c;
+    }
+    if (name.toUtf8().size() <= maximumNameBytes)
+        return name;
+    qsizetype bytes = 0;
+    qsizetype end = 0;
+    while (end < name.size()) {
+        // A surrogate pair is one character: it is kept or cut as a whole.
+        const qsizetype length = name.at(end).isHighSurrogate() && end + 1 < name.size() ? 2 : 1;
+        const qsizetype size = name.mid(end, length).toUtf8().size();
+        if (bytes + size > maximumNameBytes)
+            break;
+        bytes += size;
+        end += length;
+    }
+    return name.left(end);
 }
 
 } // namespace quillvane

@@ -38,7 +38,10 @@ struct MediaLibrary {
     bool operator==(const MediaLibrary &) const = default;
 };
 
-// File-name form of a user text: every "/" becomes "-" and every blank "_".
+// File-name form of a user text or a planner's id: every "/" becomes "-" and every blank "_".
+// So that no name can leave its folder or fail to be created, NUL and other control
+// characters also become "-", and a name longer than a file system allows is cut (at a
+// character boundary) to leave room for an extension.
 QString fileSafeName(const QString &text);
 
 } // namespace quillvane
