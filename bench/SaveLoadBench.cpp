@@ -1,5 +1,5 @@
-// Save and load of a full-length project: 200 chunks, each with a frame and five earlier
-// versions on its undo stack. The automatic save writes this whole document after every
+// Save and load of a full-length project: 200 and 500 chunks, each with a frame and five
+// earlier versions on its undo stack. The automatic save writes this whole document after every
 // burst of edits, so it has to stay cheap.
 
 #include "model/ProjectJson.h"
@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
+
+#include <map>
 
 using namespace quillvane;
 
@@ -28,13 +30,13 @@ GeneratedFrame frame(int chunk, int version)
     return f;
 }
 
-Project largeProject()
+Project largeProject(int chunks)
 {
     Project project;
     project.title = QStringLiteral("Neon Overpass");
     project.artist = QStringLiteral("The Marker Kids");
-    project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(200);
-    for (int i = 0; i < 200; ++i) {
+    project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(chunks);
+    for (int i = 0; i < chunks; ++i) {
         project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2});
         StoryboardChunk chunk;
         chunk.index = i;
@@ -54,17 +56,20 @@ Project largeProject()
     return project;
 }
 
-const Project &fixture()
+const Project &fixture(int chunks)
 {
-    static const Project project = largeProject();
-    return project;
+    static std::map<int, Project> projects;
+    auto found = projects.find(chunks);
+    if (found == projects.end())
+        found = projects.emplace(chunks, largeProject(chunks)).first;
+    return found->second;
 }
 
 void BM_Encode(benchmark::State &state)
 {
     for (auto _ : state)
-        benchmark::DoNotOptimize(writeProjectDocument(fixture()));
-    state.counters["bytes"] = double(writeProjectDocument(fixture()).size());
+        benchmark::DoNotOptimize(writeProjectDocument(fixture(int(state.range(0)))));
+    state.counters["bytes"] = double(writeProjectDocument(fixture(int(state.range(0)))).size());
 }
 
 void BM_Save(benchmark::State &state)
@@ -73,12 +78,12 @@ void BM_Save(benchmark::State &state)
     const ProjectLibrary library(dir.filePath(QStringLiteral("projects")),
                                  Preferences(dir.filePath(QStringLiteral("Quillvane.conf"))));
     for (auto _ : state)
-        library.save(fixture());
+        library.save(fixture(int(state.range(0))));
 }
 
 void BM_Decode(benchmark::State &state)
 {
-    const QByteArray document = writeProjectDocument(fixture());
+    const QByteArray document = writeProjectDocument(fixture(int(state.range(0))));
     for (auto _ : state)
         benchmark::DoNotOptimize(readProjectDocument(document));
 }
@@ -88,7 +93,7 @@ void BM_Load(benchmark::State &state)
     QTemporaryDir dir;
     const ProjectLibrary library(dir.filePath(QStringLiteral("projects")),
                                  Preferences(dir.filePath(QStringLiteral("Quillvane.conf"))));
-    library.save(fixture());
+    library.save(fixture(int(state.range(0))));
     for (auto _ : state) {
         auto loaded = library.loadLastProject();
         if (!loaded)
@@ -99,9 +104,9 @@ void BM_Load(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(BM_Encode)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Save)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Decode)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Load)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Encode)->Arg(200)->Arg(500)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Save)->Arg(200)->Arg(500)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Decode)->Arg(200)->Arg(500)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Load)->Arg(200)->Arg(500)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

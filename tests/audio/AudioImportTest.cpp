@@ -92,8 +92,8 @@ TEST_F(AudioImport, EmbeddedLyricsAreCheckedAgainstBothEndsOfTheTrack)
     };
     for (const auto &c : cases) {
         auto engine = std::make_shared<test::ScriptedTranscriber>();
-        engine->respond = [&c, engine](const QString &) {
-            return TranscriptionResult{engine->calls.size() == 1 ? c.headHeard : c.tailHeard, {}};
+        engine->respond = [&c, calls = &engine->calls](const QString &) {
+            return TranscriptionResult{calls->size() == 1 ? c.headHeard : c.tailHeard, {}};
         };
         ProjectStore &s = storeWith(engine);
         blockingWait(startImport(s, withLyrics));
@@ -206,8 +206,9 @@ TEST_F(AudioImport, AFailedClipTranscriptionStillDeletesBothClips)
 {
     ASSERT_FALSE(withLyrics.isEmpty());
     auto engine = std::make_shared<test::ScriptedTranscriber>();
-    engine->respond = [engine](const QString &) -> TranscriptionResult {
-        if (engine->calls.size() == 2)
+    // A raw pointer: the engine owns this function, and holding itself would never be freed.
+    engine->respond = [calls = &engine->calls](const QString &) -> TranscriptionResult {
+        if (calls->size() == 2)
             throw TranscriptionError::failed(QStringLiteral("the tail failed"));
         return {};
     };

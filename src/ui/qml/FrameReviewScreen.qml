@@ -67,10 +67,16 @@ ColumnLayout {
             model: Store.chunks
             delegate: FrameReviewCard {
                 width: (screen.width - (screen.columns - 1) * grid.spacing) / screen.columns
+                opacity: shownCards.covers(y, height) ? 1 : 0
                 onViewRequested: id => sheet.show(id, false)
                 onEditRequested: id => sheet.show(id, true)
             }
         }
+    }
+
+    ShownRange {
+        id: shownCards
+        target: grid
     }
 
     FrameSheet {

@@ -110,7 +110,13 @@ ColumnLayout {
             model: Store.chunks
             delegate: ChunkCard {
                 width: (screen.width - (screen.columns - 1) * chunkGrid.spacing) / screen.columns
+                opacity: shownChunks.covers(y, height) ? 1 : 0
             }
         }
+    }
+
+    ShownRange {
+        id: shownChunks
+        target: chunkGrid
     }
 }
