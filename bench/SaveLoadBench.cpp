@@ -2,6 +2,7 @@
 // earlier versions on its undo stack. The automatic save writes this whole document after every
 // burst of edits, so it has to stay cheap.
 
+#include "LongSong.h"
 #include "model/ProjectJson.h"
 #include "storage/ProjectLibrary.h"
 
@@ -32,28 +33,13 @@ GeneratedFrame frame(int chunk, int version)
 
 Project largeProject(int chunks)
 {
-    Project project;
-    project.title = QStringLiteral("Neon Overpass");
-    project.artist = QStringLiteral("The Marker Kids");
-    project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(chunks);
-    for (int i = 0; i < chunks; ++i) {
-        project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2});
-        StoryboardChunk chunk;
-        chunk.index = i;
-        chunk.chunkNumber = i + 1;
-        chunk.start = i * 2.0;
-        chunk.end = i * 2.0 + 2;
-        chunk.lyricExcerpt = chunk.renderedText = QStringLiteral("City lights are burning low");
-        chunk.surface = QStringLiteral("a wet brick wall");
+    return longSong(chunks, [](StoryboardChunk &chunk) {
         chunk.elementIdsUsed = {QStringLiteral("red-jacket"), QStringLiteral("overpass")};
-        chunk.imagePrompt = QStringLiteral("A long still-image prompt describing the scene in detail. ").repeated(4);
         chunk.videoPrompt = QStringLiteral("slow push-in with a gentle drift");
-        chunk.frame = frame(i, 5);
+        chunk.frame = frame(int(chunk.index), 5);
         for (int v = 0; v < 5; ++v)
-            chunk.undoStack.append(frame(i, v));
-        project.chunks.append(chunk);
-    }
-    return project;
+            chunk.undoStack.append(frame(int(chunk.index), v));
+    });
 }
 
 const Project &fixture(int chunks)

@@ -5,6 +5,7 @@
 // field (per key, until the window has drawn the change).
 // Run: build/bench/ui_load_bench
 
+#include "LongSong.h"
 #include "model/PipelineStage.h"
 #include "support/TestHome.h"
 #include "ui/Fonts.h"
@@ -30,7 +31,7 @@ namespace {
 
 constexpr int chunkCount = 500;
 
-Project longSong(const QString &framesFolder)
+Project longSongWithFrames(const QString &framesFolder)
 {
     // One painted 1920x1080 still, shared by every frame, so thumbnails really decode.
     QImage still(1920, 1080, QImage::Format_RGB32);
@@ -40,35 +41,20 @@ Project longSong(const QString &framesFolder)
     const QString stillPath = framesFolder + QStringLiteral("/still.png");
     still.save(stillPath);
 
-    Project project;
-    project.title = QStringLiteral("Neon Overpass");
-    project.artist = QStringLiteral("The Marker Kids");
-    project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(chunkCount);
-    for (int i = 0; i < chunkCount; ++i) {
-        project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2});
-        StoryboardChunk chunk;
-        chunk.index = i;
-        chunk.chunkNumber = i + 1;
-        chunk.start = i * 2.0;
-        chunk.end = i * 2.0 + 2;
-        chunk.lyricExcerpt = chunk.renderedText = QStringLiteral("City lights are burning low");
-        chunk.surface = QStringLiteral("a wet brick wall");
-        chunk.imagePrompt = QStringLiteral("A long still-image prompt describing the scene in detail. ").repeated(4);
-        const QString framePath = framesFolder + QStringLiteral("/%1.png").arg(i);
+    return longSong(chunkCount, [&](StoryboardChunk &chunk) {
+        const QString framePath = framesFolder + QStringLiteral("/%1.png").arg(chunk.index);
         QFile::copy(stillPath, framePath);
         for (int v = 0; v <= 5; ++v) {
             GeneratedFrame frame;
             frame.localPath = framePath;
             frame.prompt = chunk.imagePrompt;
-            frame.review = {true, true, v % 2 == 0, true, i % 3 == 0};
+            frame.review = {true, true, v % 2 == 0, true, chunk.index % 3 == 0};
             if (v < 5)
                 chunk.undoStack.append(frame);
             else
                 chunk.frame = frame;
         }
-        project.chunks.append(chunk);
-    }
-    return project;
+    });
 }
 
 double millisecondsOf(const std::function<void()> &step)
@@ -122,7 +108,7 @@ int main(int argc, char **argv)
     ui::registerFonts();
 
     QTemporaryDir frames;
-    const Project project = longSong(frames.path());
+    const Project project = longSongWithFrames(frames.path());
     std::printf("%d chunks, each with a frame and five earlier versions\n", chunkCount);
     test::UiHarness ui(project);
     ui.window()->resize(1440, 900);
