@@ -87,6 +87,10 @@ void acceptEveryFrame(ProjectStore &store)
     }
 }
 
+// What the generation service makes, in the order each needs the one before.
+using GenerationStage = QCoro::Task<> (*)(ProjectStore &);
+constexpr GenerationStage generationStages[] = {&startPlanning, &startRenderElements, &startGenerateMissingFrames};
+
 QCoro::Task<int> travel(CommandContext context, Road road)
 {
     ProjectStore &store = context.store;
@@ -105,18 +109,12 @@ QCoro::Task<int> travel(CommandContext context, Road road)
     if (!store.project().hasReferencedCharacter())
         throw PipelineError(PipelineError::Case::missingCharacter);
 
-    auto planning = startPlanning(store);
-    co_await planning;
-    if (stopped(context))
-        co_return 1;
-    auto elements = startRenderElements(store);
-    co_await elements;
-    if (stopped(context))
-        co_return 1;
-    auto frames = startGenerateMissingFrames(store);
-    co_await frames;
-    if (stopped(context))
-        co_return 1;
+    for (const GenerationStage stage : generationStages) {
+        auto running = stage(store);
+        co_await running;
+        if (stopped(context))
+            co_return 1;
+    }
 
     if (!road.acceptAll) {
         context.out.note(QStringLiteral("%1 frames are ready for review: tick them with 'quillvane-cli review N --all' "
