@@ -47,7 +47,10 @@ TEST(CrashSafety, AKilledSaveLeavesOneOfTheSavedVersionsWhole)
         QProcess child;
         child.start(QStringLiteral(SAVE_LOOP_CHILD), {projects, preferences, QString::number(next)});
         ASSERT_TRUE(child.waitForStarted());
-        QThread::usleep(random.bounded(2000, 40000));
+        // Once its first save is done the child is in its loop; however slow the machine, each
+        // round then kills it somewhere in the saves that follow.
+        ASSERT_TRUE(child.waitForReadyRead(20000)) << "round " << round << ": the child never saved";
+        QThread::usleep(random.bounded(0, 20000));
         ::kill(pid_t(child.processId()), SIGKILL);
         child.waitForFinished();
         const QList<QByteArray> reported = child.readAllStandardOutput().split('\n');
