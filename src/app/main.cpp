@@ -1,5 +1,6 @@
 // The desktop application: one store for the life of the process, made before the first
-// window, and the QML workspace over it.
+// window, and the QML workspace over it. A track given on the command line (how a file
+// manager's "Open With" hands one over) is imported once the window is up.
 
 #include "audio/AudioTools.h"
 #include "media/DefaultServices.h"
@@ -9,6 +10,8 @@
 #include "ui/Fonts.h"
 #include "ui/IconProvider.h"
 
+#include <QCommandLineParser>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
@@ -28,6 +31,13 @@ int main(int argc, char *argv[])
     AudioTools::silenceMediaLibraryLogs();
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     ui::registerFonts();
+
+    QCommandLineParser arguments;
+    arguments.setApplicationDescription(QStringLiteral("Turns one song into a finished lyric video."));
+    arguments.addHelpOption();
+    arguments.addPositionalArgument(QStringLiteral("track"), QStringLiteral("An audio file to import."),
+                                    QStringLiteral("[track]"));
+    arguments.process(app);
 
     std::optional<LibraryLock> lock;
     try {
@@ -51,6 +61,8 @@ int main(int argc, char *argv[])
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
+    if (!arguments.positionalArguments().isEmpty())
+        bridge.importAudio(QUrl::fromLocalFile(QFileInfo(arguments.positionalArguments().first()).absoluteFilePath()));
     const int status = QGuiApplication::exec();
     try {
         store.flushPendingSave();

@@ -89,6 +89,10 @@ QCoro::Task<LyricsCheck> verifyLyrics(Transcriber &transcriber, QString path, QS
 QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
 {
     const QString audioPath = QFileInfo(path).absoluteFilePath();
+    // Nothing of the project changes until the file is known to be a track.
+    auto probing = AudioTools::probeAudio(audioPath);
+    co_await probing;
+    cancel.throwIfCancelled();
     auto reading = AudioTools::readMetadata(audioPath);
     const AudioMetadata metadata = co_await reading;
     cancel.throwIfCancelled();

@@ -6,10 +6,12 @@ extern "C" {
 
 #include "audio/FfmpegClip.h"
 #include "audio/Lyrics.h"
+#include "audio/PcmDecoder.h"
 
 #include <QCoro/QCoroFuture>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QUuid>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -40,6 +42,11 @@ AudioToolError::AudioToolError(Case kind, const QString &description)
 AudioToolError AudioToolError::trimFailed()
 {
     return {Case::trimFailed, QStringLiteral("Could not trim the audio clip for verification.")};
+}
+
+AudioToolError AudioToolError::notAudio(const QString &fileName)
+{
+    return {Case::notAudio, QStringLiteral("%1 is not an audio file Quillvane can read.").arg(fileName)};
 }
 
 namespace {
@@ -235,6 +242,29 @@ QCoro::Task<AudioMetadata> readMetadata(QString path)
     // holds co_await twice, which would drop the captured path's reference twice.
     QFuture<AudioMetadata> reading = QtConcurrent::run([path] { return readMetadataNow(path); });
     co_return co_await reading;
+}
+
+void probeAudioNow(const QString &path)
+{
+    // A tenth of a second decoded: enough to tell a real track from a picture or a text file
+    // with an audio name, and quick even for a long song, since decoding stops there.
+    PcmDecoder decoder(path);
+    if (decoder.failed() || decoder.read(PcmDecoder::sampleRate / 10).empty())
+        throw AudioToolError::notAudio(QFileInfo(path).fileName());
+}
+
+QCoro::Task<> probeAudio(QString path)
+{
+    QFuture<bool> probing = QtConcurrent::run([path] {
+        try {
+            probeAudioNow(path);
+            return true;
+        } catch (const AudioToolError &) {
+            return false;
+        }
+    });
+    if (!co_await probing)
+        throw AudioToolError::notAudio(QFileInfo(path).fileName());
 }
 
 QString trimClipNow(const QString &path, double start, double duration)

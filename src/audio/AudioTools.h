@@ -23,9 +23,11 @@ struct AudioMetadata {
 
 class AudioToolError : public Error {
 public:
-    enum class Case { trimFailed };
+    enum class Case { trimFailed, notAudio };
 
     static AudioToolError trimFailed();
+    // fileName: the name the user knows the file by, without its folder.
+    static AudioToolError notAudio(const QString &fileName);
     Case kind() const { return m_kind; }
     bool operator==(const AudioToolError &other) const { return m_kind == other.m_kind; }
 
@@ -39,6 +41,11 @@ namespace AudioTools {
 // Never fails: every read failure gives an absent field or a zero duration.
 AudioMetadata readMetadataNow(const QString &path);
 QCoro::Task<AudioMetadata> readMetadata(QString path);
+
+// Throws AudioToolError::notAudio unless the file holds an audio stream FFmpeg can decode
+// at least a moment of; a track is checked this way before it replaces anything.
+void probeAudioNow(const QString &path);
+QCoro::Task<> probeAudio(QString path);
 
 // Writes [max(start, 0), +duration) of the file as an AAC clip "qv-trim-<UUID>.m4a" in the
 // temporary folder and returns its path; the caller deletes it. Throws AudioToolError.

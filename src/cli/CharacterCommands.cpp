@@ -1,6 +1,7 @@
 // Commands that cast the project's recurring characters.
 
 #include "cli/Command.h"
+#include "generation/ReferenceImages.h"
 #include "model/ProjectJson.h"
 
 #include <QFileInfo>
@@ -9,8 +10,8 @@ namespace quillvane::cli {
 
 namespace {
 
-// Absolute paths of the image files, in the order given; every one must be a readable file,
-// checked before anything changes.
+// Absolute paths of the image files, in the order given; every one must be a readable file
+// that decodes as an image, checked before anything changes.
 QStringList imagePaths(const QStringList &given)
 {
     QStringList paths;
@@ -20,6 +21,7 @@ QStringList imagePaths(const QStringList &given)
             throw Error(QStringLiteral("No readable image file at %1.").arg(path));
         paths.append(info.absoluteFilePath());
     }
+    checkReadableImagesNow(paths);
     return paths;
 }
 
@@ -75,16 +77,46 @@ QCoro::Task<int> addCharacter(CommandContext context)
     co_return 0;
 }
 
+// The stored path a --remove names: as stored, or the same file given another way.
+QString storedPath(const CharacterReference &character, const QString &given)
+{
+    if (character.referenceImagePaths.contains(given))
+        return given;
+    const QString absolute = QFileInfo(given).absoluteFilePath();
+    for (const QString &path : character.referenceImagePaths) {
+        if (QFileInfo(path).absoluteFilePath() == absolute)
+            return path;
+    }
+    throw Error(QStringLiteral("\"%1\" has no reference image %2.").arg(character.name, given));
+}
+
 QCoro::Task<int> addImages(CommandContext context)
 {
     const QString name = context.args.positional.first();
-    const QUuid id = characterNamed(context.store.project(), name).id;
+    const CharacterReference &character = characterNamed(context.store.project(), name);
+    const QUuid id = character.id;
     const QStringList images = imagePaths(context.args.positional.mid(1));
-    context.store.addReferenceImages(id, images);
+    QStringList removals;
+    for (const QString &given : context.args.values(QStringLiteral("remove")))
+        removals.append(storedPath(character, given));
+    // Everything is checked above; only then does the project change.
+    for (const QString &path : removals)
+        context.store.removeReferenceImage(id, path);
+    if (!images.isEmpty())
+        context.store.addReferenceImages(id, images);
 
     const CharacterReference &updated = characterWithID(context.store.project(), id);
     report(context, updated,
            QStringLiteral("\"%1\" now has %2.").arg(updated.name, imagesPhrase(updated.referenceImagePaths.size())));
+    co_return 0;
+}
+
+QCoro::Task<int> removeCharacter(CommandContext context)
+{
+    const QString name = context.args.positional.first();
+    const CharacterReference removed = characterNamed(context.store.project(), name);
+    context.store.removeCharacter(removed.id);
+    report(context, removed, QStringLiteral("Removed character \"%1\"; its image files stay on disk.").arg(removed.name));
     co_return 0;
 }
 
@@ -102,8 +134,18 @@ QList<Command> characterCommands()
              if (args.positional.first().trimmed().isEmpty())
                  throw UsageError(QStringLiteral("the character name must not be blank"));
          }},
-        {QStringLiteral("character images"), QStringLiteral("NAME PATH..."),
-         QStringLiteral("add reference images to a character"), {}, 2, -1, addImages},
+        {QStringLiteral("character images"), QStringLiteral("NAME [PATH...] [--remove PATH]..."),
+         QStringLiteral("add reference images to a character, or take some away (the files stay on disk)"),
+         {{QStringLiteral("remove"), QStringLiteral("PATH"), QStringLiteral("a reference image to take away (repeatable)"),
+           true}},
+         1, -1, addImages,
+         [](const ParsedArgs &args) {
+             if (args.positional.size() < 2 && args.values(QStringLiteral("remove")).isEmpty())
+                 throw UsageError(QStringLiteral("give an image to add or one to --remove"));
+         }},
+        {QStringLiteral("character remove"), QStringLiteral("NAME"),
+         QStringLiteral("remove a character from the project (its image files stay on disk)"), {}, 1, 1,
+         removeCharacter},
     };
 }
 

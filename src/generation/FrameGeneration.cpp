@@ -2,9 +2,12 @@
 
 #include "generation/GenerationClient.h"
 #include "generation/GenerationProgress.h"
+#include "generation/ReferenceImages.h"
 #include "model/PipelineConfig.h"
+#include "model/Text.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace quillvane {
 
@@ -34,9 +37,34 @@ QString noReferenceMessage(const StoryboardChunk &chunk)
         .arg(chunk.index + 1);
 }
 
-QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString prompt, QString preset,
-                               QStringList references, CancelToken cancel)
+// The characters' upload data, made the first time a frame of the operation needs it and
+// shared by every later frame of the same operation.
+struct CharacterUploads {
+    std::optional<QStringList> urls;
+};
+
+QStringList characterImagePaths(const Project &project)
 {
+    QStringList paths;
+    for (const CharacterReference &character : project.characters)
+        paths << character.referenceImagePaths;
+    return paths;
+}
+
+QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString prompt, QString preset,
+                               std::shared_ptr<CharacterUploads> uploads, CancelToken cancel)
+{
+    if (!uploads->urls) {
+        auto encoding = characterReferenceURLs(characterImagePaths(store.project()));
+        uploads->urls = co_await encoding;
+        cancel.throwIfCancelled();
+    }
+    const StoryboardChunk *chunk = findChunk(store.project(), chunkID);
+    if (!chunk)
+        co_return;
+    const QStringList references = referenceImageURLs(store.project(), *chunk, *uploads->urls);
+    if (references.isEmpty())
+        throw Error(noReferenceMessage(*chunk));
     FalClient client = makeGenerationClient(store);
     auto job = runImageJob(store, client, store.services().config.frameWorkflow,
                            FalClient::frameInput(prompt, preset, references), cancel);
@@ -63,23 +91,24 @@ QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &st
     const QString surface = chunk.surface.isEmpty() ? QStringLiteral("a believable physical surface in the scene")
                                                     : chunk.surface;
     QStringList sentences;
-    sentences << style.mood + QStringLiteral(". Medium: ") + style.medium + QLatin1Char('.');
+    sentences << withoutClosingPunctuation(style.mood) + QStringLiteral(". Medium: ")
+            + withoutClosingPunctuation(style.medium) + QLatin1Char('.');
     sentences << QStringLiteral("The exact text \"") + chunk.renderedText + QStringLiteral("\" is physically present on ")
             + surface + QStringLiteral(", spelled correctly and clearly legible.");
     if (character) {
         QString featuring = QStringLiteral("Featuring ") + character->name
             + QStringLiteral(", consistent with the provided reference.");
-        if (!character->notes.isEmpty())
-            featuring += QLatin1Char(' ') + character->notes;
+        if (!withoutClosingPunctuation(character->notes).isEmpty())
+            featuring += QLatin1Char(' ') + withoutClosingPunctuation(character->notes) + QLatin1Char('.');
         sentences << featuring;
     }
-    if (!style.continuityNotes.isEmpty())
-        sentences << QStringLiteral("Continuity: ") + style.continuityNotes;
-    sentences << QStringLiteral("Palette: ") + style.paletteName + QLatin1Char('.');
+    if (!withoutClosingPunctuation(style.continuityNotes).isEmpty())
+        sentences << QStringLiteral("Continuity: ") + withoutClosingPunctuation(style.continuityNotes) + QLatin1Char('.');
+    sentences << QStringLiteral("Palette: ") + withoutClosingPunctuation(style.paletteName) + QLatin1Char('.');
     return sentences.join(QLatin1Char(' '));
 }
 
-QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk)
+QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk, const QStringList &characterURLs)
 {
     QStringList urls;
     if (project.plan) {
@@ -92,8 +121,7 @@ QStringList referenceImageURLs(const Project &project, const StoryboardChunk &ch
         }
     }
     // Characters go with every frame: the service keeps them consistent only when it sees them.
-    for (const CharacterReference &character : project.characters)
-        urls << imageDataURLs(character.referenceImagePaths, 1024);
+    urls << characterURLs;
     urls.removeDuplicates();
     return urls;
 }
@@ -148,14 +176,22 @@ QCoro::Task<> startRenderElements(ProjectStore &store)
     co_await running;
 }
 
-QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID)
+namespace {
+
+// Whether the chunk could have any reference at all, judged from the project alone: the
+// images themselves are read only once the frame's task is showing.
+bool mayHaveReference(const Project &project, const StoryboardChunk &chunk)
+{
+    return !referenceImageURLs(project, chunk, {}).isEmpty() || !characterImagePaths(project).isEmpty();
+}
+
+QCoro::Task<> generateFrame(ProjectStore &store, QUuid chunkID, std::shared_ptr<CharacterUploads> uploads)
 {
     const Project &project = store.project();
     const StoryboardChunk *chunk = findChunk(project, chunkID);
     if (!chunk)
         co_return;
-    const QStringList references = referenceImageURLs(project, *chunk);
-    if (references.isEmpty()) {
+    if (!mayHaveReference(project, *chunk)) {
         store.setLastError(noReferenceMessage(*chunk));
         co_return;
     }
@@ -163,10 +199,18 @@ QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID)
                                                         : chunk->imagePrompt;
     const QString preset = project.plan ? project.plan->ideogramStylePreset : QString();
     const QString label = frameLabel(*chunk);
-    auto running = store.run(label, [&store, chunkID, prompt, preset, references](CancelToken cancel) {
-        return runGenerateFrame(store, chunkID, prompt, preset, references, std::move(cancel));
+    auto running = store.run(label, [&store, chunkID, prompt, preset, uploads](CancelToken cancel) {
+        return runGenerateFrame(store, chunkID, prompt, preset, uploads, std::move(cancel));
     });
     co_await running;
+}
+
+} // namespace
+
+QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID)
+{
+    auto generating = generateFrame(store, chunkID, std::make_shared<CharacterUploads>());
+    co_await generating;
 }
 
 QCoro::Task<> startGenerateMissingFrames(ProjectStore &store)
@@ -181,8 +225,9 @@ QCoro::Task<> startGenerateMissingFrames(ProjectStore &store)
     for (const StoryboardChunk &chunk : store.project().chunks)
         if (!chunk.isFramed())
             missing << chunk.id;
+    const auto uploads = std::make_shared<CharacterUploads>();
     for (const QUuid &chunkID : missing) {
-        auto generating = startGenerateFrame(store, chunkID);
+        auto generating = generateFrame(store, chunkID, uploads);
         co_await generating;
         if (store.lastError())
             co_return;

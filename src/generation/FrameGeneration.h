@@ -18,8 +18,9 @@ QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &st
                            const CharacterReference *character = nullptr);
 
 // The references sent with a chunk's frame job: the rendered images of the elements it uses,
-// then every character's reference images as data URLs; each string once, first place kept.
-QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk);
+// then the characters' reference images (data URLs made once per operation, see
+// characterReferenceURLs); each string once, first place kept.
+QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk, const QStringList &characterURLs);
 
 // Renders each plan element that has no image yet, in plan order, downloading each into the
 // elements folder. Each finished element is kept at once, so a failure part-way leaves the

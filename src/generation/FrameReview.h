@@ -31,6 +31,9 @@ bool value(const ReviewChecklist &review, ReviewCheck check);
 // stacks keep theirs), then touches updatedAt, also when no chunk or no frame matched.
 // All or nothing, like every project change.
 void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value);
+// Ticks all five checks of the chunk's current frame in one change (one step for the person
+// who has looked at the frame and found it right); each can still be unticked afterwards.
+void passAllChecks(ProjectStore &store, QUuid chunkID);
 
 // "Accepted", else "N/5 checks".
 QString reviewSummary(const ReviewChecklist &review);

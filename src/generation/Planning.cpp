@@ -3,6 +3,7 @@
 #include "generation/GenerationClient.h"
 #include "generation/GenerationProgress.h"
 #include "generation/PlanParser.h"
+#include "generation/ReferenceImages.h"
 #include "model/PipelineConfig.h"
 
 #include <QHash>
@@ -86,7 +87,9 @@ QCoro::Task<> planStoryboard(ProjectStore &store, CancelToken cancel)
     // Checked before anything is sent, in the order the user fixes them.
     if (store.project().transcript.isEmpty())
         throw PipelineError(PipelineError::Case::emptyLyrics);
-    const QStringList imageURLs = imageDataURLs(referenceImagePaths(store.project()), 1024);
+    auto encoding = characterReferenceURLs(referenceImagePaths(store.project()));
+    const QStringList imageURLs = co_await encoding;
+    cancel.throwIfCancelled();
     if (imageURLs.isEmpty())
         throw PipelineError(PipelineError::Case::missingCharacter);
 

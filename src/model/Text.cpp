@@ -30,4 +30,12 @@ QString trimBlanks(const QString &text)
     return text.mid(first, last - first);
 }
 
+QString withoutClosingPunctuation(const QString &text)
+{
+    QString result = text.trimmed();
+    while (!result.isEmpty() && QStringView(u".,;:").contains(result.back()))
+        result = result.chopped(1).trimmed();
+    return result;
+}
+
 } // namespace quillvane

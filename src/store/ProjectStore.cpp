@@ -213,6 +213,35 @@ void ProjectStore::addReferenceImages(const QUuid &characterID, const QStringLis
     setProject(changed);
 }
 
+bool ProjectStore::removeCharacter(const QUuid &characterID)
+{
+    Project changed = m_project;
+    const auto removed = std::remove_if(changed.characters.begin(), changed.characters.end(),
+                                        [&characterID](const auto &c) { return c.id == characterID; });
+    if (removed == changed.characters.end())
+        return false;
+    changed.characters.erase(removed, changed.characters.end());
+    for (StoryboardChunk &chunk : changed.chunks) {
+        if (chunk.characterID == characterID)
+            chunk.characterID.reset();
+    }
+    changed.updatedAt = now();
+    setProject(changed);
+    return true;
+}
+
+bool ProjectStore::removeReferenceImage(const QUuid &characterID, const QString &path)
+{
+    Project changed = m_project;
+    const auto it = std::find_if(changed.characters.begin(), changed.characters.end(),
+                                 [&characterID](const auto &c) { return c.id == characterID; });
+    if (it == changed.characters.end() || !it->referenceImagePaths.removeOne(path))
+        return false;
+    changed.updatedAt = now();
+    setProject(changed);
+    return true;
+}
+
 void ProjectStore::setLyrics(const QString &text)
 {
     if (text == m_project.rawLyrics)

@@ -111,6 +111,12 @@ public:
     std::optional<QUuid> addCharacter(const QString &name);
     // Appends the paths to the first character with that id; no character, no change.
     void addReferenceImages(const QUuid &characterID, const QStringList &paths);
+    // Removes the character and unlinks the chunks that named it, touching updatedAt. False,
+    // and no change, when there is no such character.
+    bool removeCharacter(const QUuid &characterID);
+    // Removes one reference image path from the character (the file stays on disk). False, and
+    // no change, when the character or the path is not there.
+    bool removeReferenceImage(const QUuid &characterID, const QString &path);
 
     // The lyrics editor's write rule: changed text replaces the lyrics, marks them as edited by
     // hand and throws the transcript away (it no longer matches); the same text changes nothing.

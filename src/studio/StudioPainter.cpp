@@ -2,6 +2,7 @@
 
 #include <QCryptographicHash>
 #include <QFontDatabase>
+#include <QFontMetricsF>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
@@ -232,11 +233,20 @@ QImage paintElement(const QString &elementID, const QString &prompt)
         const double r = 380 - ring * 70 + random.bounded(20.0);
         painter.drawEllipse(QPointF(512, 512), r, r);
     }
+    // The word is shrunk until it fits whole: a long word wrapped at 96 px ran past the box
+    // and lost its first and last letters.
+    const QRectF box(80, 380, 864, 264);
     QFont font(markerFamily());
-    font.setPixelSize(96);
+    int size = 96;
+    for (;; size -= 4) {
+        font.setPixelSize(size);
+        const QRectF needed = QFontMetricsF(font).boundingRect(box, Qt::AlignCenter | Qt::TextWordWrap, elementID);
+        if (size <= 24 || (needed.width() <= box.width() && needed.height() <= box.height()))
+            break;
+    }
     painter.setFont(font);
     painter.setPen(QColor(palette[0]));
-    painter.drawText(QRectF(80, 380, 864, 264), Qt::AlignCenter | Qt::TextWordWrap, elementID);
+    painter.drawText(box, Qt::AlignCenter | Qt::TextWordWrap, elementID);
     painter.end();
     return image;
 }

@@ -1,5 +1,7 @@
 #include "studio/StudioPlanner.h"
 
+#include "model/Text.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -177,7 +179,9 @@ QJsonObject plan(const QJsonObject &input)
             {QStringLiteral("surface"), surface},
             {QStringLiteral("imagePrompt"),
              QStringLiteral("%1, the words \"%2\" painted on %3, night city street, %4")
-                 .arg(guidance.isEmpty() ? QStringLiteral("A hand-painted scene") : guidance, frame.text, surface,
+                 .arg(withoutClosingPunctuation(guidance).isEmpty() ? QStringLiteral("A hand-painted scene")
+                                                                     : withoutClosingPunctuation(guidance),
+                      frame.text, surface,
                       QLatin1String(look.palette))},
             {QStringLiteral("videoPrompt"), QStringLiteral("Slow push-in towards %1").arg(surface)},
             {QStringLiteral("elementIdsUsed"), used},

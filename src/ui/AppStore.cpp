@@ -6,6 +6,7 @@
 #include "generation/FrameGeneration.h"
 #include "generation/FrameReview.h"
 #include "generation/Planning.h"
+#include "generation/ReferenceImages.h"
 #include "audio/Lyrics.h"
 #include "media/MediaRuns.h"
 #include "model/PipelineConfig.h"
@@ -63,6 +64,7 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_elements(new ElementListModel(store, this))
     , m_chunks(new ChunkListModel(store, this))
     , m_media(new MediaSettings(store, this))
+    , m_choosers(new Choosers(store.library().preferences(), qmlImportPaths(), this))
 {
     connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
     connect(&store, &ProjectStore::generationBackendChanged, this, [this] {
@@ -172,7 +174,18 @@ void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> 
     QStringList paths;
     for (const QUrl &file : files)
         paths.append(file.isLocalFile() ? file.toLocalFile() : file.toString());
-    m_store.addReferenceImages(idFrom(characterID), paths);
+    launch(startAddReferenceImages(m_store, idFrom(characterID), paths));
+}
+
+void AppStore::removeCharacter(const QString &characterID)
+{
+    m_store.removeCharacter(idFrom(characterID));
+}
+
+void AppStore::removeReferenceImage(const QString &characterID, const QString &path)
+{
+    const QUrl url(path);
+    m_store.removeReferenceImage(idFrom(characterID), url.isLocalFile() ? url.toLocalFile() : path);
 }
 
 void AppStore::alignTimingAndContinue()
@@ -192,6 +205,13 @@ QString AppStore::formatTime(double seconds)
 {
     const long long whole = std::llround(seconds);
     return QString::asprintf("%lld:%02lld", whole / 60, std::llabs(whole % 60));
+}
+
+QString AppStore::formatTenths(double seconds)
+{
+    const long long tenths = std::llround(std::abs(seconds) * 10);
+    return QString::asprintf("%s%lld:%02lld.%lld", seconds < 0 && tenths > 0 ? "-" : "", tenths / 600,
+                             (tenths / 10) % 60, tenths % 10);
 }
 
 QString AppStore::audioFileName() const
@@ -388,6 +408,11 @@ void AppStore::setReviewCheck(const QString &chunkID, const QString &check, bool
 {
     if (const auto named = reviewCheckNamed(check))
         quillvane::setReviewCheck(m_store, idFrom(chunkID), *named, value);
+}
+
+void AppStore::passAllChecks(const QString &chunkID)
+{
+    quillvane::passAllChecks(m_store, idFrom(chunkID));
 }
 
 void AppStore::renderMotion()

@@ -2,6 +2,7 @@
 
 #include "store/ProjectStore.h"
 #include "studio/OfflineStudio.h"
+#include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
 
@@ -66,6 +67,7 @@ class AppStore : public QObject {
     Q_PROPERTY(QAbstractListModel *elements READ elements CONSTANT)
     Q_PROPERTY(QAbstractListModel *chunks READ chunks CONSTANT)
     Q_PROPERTY(quillvane::ui::MediaSettings *media READ media CONSTANT)
+    Q_PROPERTY(quillvane::ui::Choosers *choosers READ choosers CONSTANT)
     Q_PROPERTY(QString selectedChunkId READ selectedChunkId WRITE setSelectedChunkId NOTIFY selectedChunkChanged)
 
 public:
@@ -144,10 +146,13 @@ public:
     QAbstractListModel *elements() const { return m_elements; }
     QAbstractListModel *chunks() const { return m_chunks; }
     MediaSettings *media() const { return m_media; }
+    Choosers *choosers() const { return m_choosers; }
     QString selectedChunkId() const;
     void setSelectedChunkId(const QString &id);
 
     Q_INVOKABLE void dismissError() { m_store.dismissError(); }
+    // A refusal a screen makes itself (a chooser that cannot open), shown as the banner.
+    Q_INVOKABLE void showError(const QString &sentence) { m_store.setLastError(sentence); }
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
     Q_INVOKABLE void importAudio(const QUrl &file);
     Q_INVOKABLE void alignTiming();
@@ -158,8 +163,13 @@ public:
     Q_INVOKABLE void startStoryboard();
     // "m:ss", the seconds rounded to the nearest whole (halves away from zero).
     Q_INVOKABLE static QString formatTime(double seconds);
+    // "m:ss.t", to the nearest tenth: the step of the timing screen's − and + buttons.
+    Q_INVOKABLE static QString formatTenths(double seconds);
     Q_INVOKABLE bool addCharacter(const QString &name);
+    // Refuses the whole choice, with a sentence naming the file, when one is not an image.
     Q_INVOKABLE void addReferenceImages(const QString &characterID, const QList<QUrl> &files);
+    Q_INVOKABLE void removeCharacter(const QString &characterID);
+    Q_INVOKABLE void removeReferenceImage(const QString &characterID, const QString &path);
     Q_INVOKABLE void planStoryboard();
     Q_INVOKABLE void renderElements();
     Q_INVOKABLE void generateFrame(const QString &chunkID);
@@ -169,6 +179,8 @@ public:
     Q_INVOKABLE void redoFrame(const QString &chunkID);
     // check: one of the five review field names.
     Q_INVOKABLE void setReviewCheck(const QString &chunkID, const QString &check, bool value);
+    // Ticks the five review checks of the chunk at once.
+    Q_INVOKABLE void passAllChecks(const QString &chunkID);
     Q_INVOKABLE void renderMotion();
     Q_INVOKABLE void exportVideo();
     Q_INVOKABLE QString engineName() const;
@@ -210,6 +222,7 @@ private:
     ElementListModel *m_elements;
     ChunkListModel *m_chunks;
     MediaSettings *m_media;
+    Choosers *m_choosers;
     std::unique_ptr<studio::OfflineStudio> m_studio;
     static inline AppStore *s_current = nullptr;
 };

@@ -1,8 +1,5 @@
 #include "ui/MediaSettings.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDesktopServices>
 #include <QFileInfo>
 
 #include <cmath>
@@ -134,18 +131,6 @@ bool MediaSettings::fileExists(const QString &url)
 {
     const QUrl parsed(url);
     return !url.isEmpty() && QFileInfo::exists(parsed.isLocalFile() ? parsed.toLocalFile() : url);
-}
-
-void MediaSettings::showInFolder(const QUrl &file)
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
-                                                       QStringLiteral("/org/freedesktop/FileManager1"),
-                                                       QStringLiteral("org.freedesktop.FileManager1"),
-                                                       QStringLiteral("ShowItems"));
-    call << QStringList{file.toString()} << QString();
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 3000);
-    if (reply.type() != QDBusMessage::ReplyMessage)
-        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file.toLocalFile()).absolutePath()));
 }
 
 } // namespace quillvane::ui

@@ -65,8 +65,6 @@ public:
     // "%d:%02d": minutes and whole seconds, cut (3:07).
     Q_INVOKABLE static QString durationTime(double seconds);
     Q_INVOKABLE static bool fileExists(const QString &url);
-    // Selects the file in the desktop's file manager, else opens its folder.
-    Q_INVOKABLE static void showInFolder(const QUrl &file);
 
 Q_SIGNALS:
     void changed();

@@ -54,6 +54,9 @@ constexpr std::array symbolIcons{
     SymbolIcon{"plus", "plus"},
     SymbolIcon{"play.fill", "player-play-filled"},
     SymbolIcon{"pause.fill", "player-pause-filled"},
+    SymbolIcon{"doc.on.doc", "copy"},
+    SymbolIcon{"trash", "trash"},
+    SymbolIcon{"checkmark.circle", "checks"},
     // Window controls of the title-bar-less window
     SymbolIcon{"window.minimize", "minus"},
     SymbolIcon{"window.maximize", "square"},

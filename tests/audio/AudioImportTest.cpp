@@ -1,5 +1,6 @@
 #include "ScriptedTranscriber.h"
 #include "audio/AudioImport.h"
+#include "audio/AudioTools.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"
 #include "audio/TranscriptionError.h"
@@ -9,6 +10,7 @@
 #include "TaggedTrack.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -144,44 +146,55 @@ TEST_F(AudioImport, ATrackWithoutLyricsIsTranscribedIntoLyricsAndTranscript)
     EXPECT_EQ(engine->calls, QStringList{withoutLyrics});
 }
 
-TEST_F(AudioImport, FailuresKeepThePartsOfTheProjectTheImportHadNotReached)
+// A file that is not a track is refused before anything of the project changes, with a
+// sentence that names it.
+TEST_F(AudioImport, FilesThatAreNotTracksAreRefusedAndChangeNothing)
 {
     const QString missing = folder->filePath(QStringLiteral("gone.mp3"));
     const QString empty = folder->filePath(QStringLiteral("zero bytes.mp3"));
     test::writeFile(empty, {});
+    const QString picture = folder->filePath(QStringLiteral("cover.mp3"));
+    // The signature and header of a PNG: FFmpeg takes it for a picture.
+    test::writeFile(picture, QByteArray::fromHex("89504e470d0a1a0a0000000d4948445200000010000000100806000000"));
     const struct {
         const char *name;
         QString path;
-        std::function<std::shared_ptr<Transcriber>()> engine;
-        QString error;
     } cases[] = {
-        {"not audio, no engine", notAudio, noEngine, TranscriptionError::noEngineAvailable().description()},
-        {"a missing file, no engine", missing, noEngine, TranscriptionError::noEngineAvailable().description()},
-        {"a file of zero bytes, the built-in engine", empty, [] { return std::make_shared<SpeechTranscriber>(); },
-         QStringLiteral("Transcription failed: the audio file could not be decoded.")},
-        {"no lyrics, the transcription fails", withoutLyrics,
-         [] {
-             auto engine = std::make_shared<test::ScriptedTranscriber>();
-             engine->respond = [](const QString &) -> TranscriptionResult {
-                 throw TranscriptionError::failed(QStringLiteral("Whisper produced no output."));
-             };
-             return engine;
-         },
-         QStringLiteral("Transcription failed: Whisper produced no output.")},
+        {"text with an audio name", notAudio},
+        {"a missing file", missing},
+        {"a file of zero bytes", empty},
+        {"a picture with an audio name", picture},
     };
     for (const auto &c : cases) {
-        ProjectStore &s = storeWith(c.engine());
+        SCOPED_TRACE(c.name);
+        ProjectStore &s = storeWith(std::make_shared<SpeechTranscriber>());
         const Project before = s.project();
         blockingWait(startImport(s, c.path));
 
-        EXPECT_EQ(s.lastError(), c.error) << c.name;
-        EXPECT_FALSE(s.runningTask()) << c.name;
-        EXPECT_EQ(s.project().audioPath, c.path) << c.name;
-        EXPECT_TRUE(s.project().transcript.isEmpty() && s.project().chunks.isEmpty()) << c.name;
-        EXPECT_EQ(s.project().rawLyrics, before.rawLyrics) << c.name;
-        EXPECT_EQ(s.project().lyricsSource, before.lyricsSource) << c.name;
-        EXPECT_EQ(s.project().updatedAt, before.updatedAt) << c.name;
+        EXPECT_EQ(s.lastError(), AudioToolError::notAudio(QFileInfo(c.path).fileName()).description());
+        EXPECT_FALSE(s.runningTask());
+        EXPECT_EQ(s.project(), before);
     }
+}
+
+// A track that is read but whose lyrics step fails keeps what the import had done so far.
+TEST_F(AudioImport, AFailedTranscriptionKeepsTheTrackAndThePartsNotReached)
+{
+    auto engine = std::make_shared<test::ScriptedTranscriber>();
+    engine->respond = [](const QString &) -> TranscriptionResult {
+        throw TranscriptionError::failed(QStringLiteral("Whisper produced no output."));
+    };
+    ProjectStore &s = storeWith(engine);
+    const Project before = s.project();
+    blockingWait(startImport(s, withoutLyrics));
+
+    EXPECT_EQ(s.lastError(), QStringLiteral("Transcription failed: Whisper produced no output."));
+    EXPECT_FALSE(s.runningTask());
+    EXPECT_EQ(s.project().audioPath, QFileInfo(withoutLyrics).absoluteFilePath());
+    EXPECT_TRUE(s.project().transcript.isEmpty() && s.project().chunks.isEmpty());
+    EXPECT_EQ(s.project().rawLyrics, before.rawLyrics);
+    EXPECT_EQ(s.project().lyricsSource, before.lyricsSource);
+    EXPECT_EQ(s.project().updatedAt, before.updatedAt);
 }
 
 // A tag can hold anything: ten megabytes of lyrics are taken in whole and saved whole.

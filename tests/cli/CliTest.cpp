@@ -11,6 +11,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <QFileInfo>
+
 #include <gtest/gtest.h>
 
 using namespace quillvane;
@@ -106,7 +108,11 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
 {
     const CliHome home;
     const QString image = home.path(QStringLiteral("mara face.png"));
-    test::writeFile(image, "not really a png, but a readable file");
+    // One red pixel, written byte for byte: the CLI decodes what it is given.
+    test::writeFile(image, QByteArray::fromHex("89504e470d0a1a0a0000000d4948445200000001000000010802000000907753de0000000c"
+                                               "49444154789c63f8cfc0000003010100c9fe92ef0000000049454e44ae426082"));
+    const QString notes = home.path(QStringLiteral("notes.png"));
+    test::writeFile(notes, "a text file with a picture's name");
 
     const CliResult added = home.run({QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("  Mara "),
                                       QStringLiteral("--notes"), QStringLiteral("red jacket"), QStringLiteral("--image"),
@@ -135,6 +141,14 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
         {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Theo"), QStringLiteral("--image"),
           home.path(QStringLiteral("missing.png"))},
          QStringLiteral("error: No readable image file at ") + home.path(QStringLiteral("missing.png")) + QLatin1Char('.')},
+        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image, notes},
+         QStringLiteral("error: notes.png is not an image Quillvane can read.")},
+        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Theo"), QStringLiteral("--image"), notes},
+         QStringLiteral("error: notes.png is not an image Quillvane can read.")},
+        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), QStringLiteral("--remove"), notes},
+         QStringLiteral("error: \"Mara\" has no reference image ") + notes + QLatin1Char('.')},
+        {{QStringLiteral("character"), QStringLiteral("remove"), QStringLiteral("Nobody")},
+         QStringLiteral("error: No character named \"Nobody\".")},
     };
     for (const auto &failure : failures) {
         const CliResult result = home.run(failure.arguments);
@@ -142,6 +156,30 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
         EXPECT_EQ(result.err.trimmed(), failure.sentence);
         EXPECT_EQ(home.savedDocument(), document) << "a failed command changes nothing";
     }
+
+    // Taking images and characters away leaves the files where they are.
+    const QJsonObject fewer = home.json({QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"),
+                                         QStringLiteral("--remove"), image, QStringLiteral("--remove"), image});
+    EXPECT_EQ(fewer.value(QStringLiteral("referenceImagePaths")).toArray().size(), 1);
+    const CliResult removed = home.run({QStringLiteral("character"), QStringLiteral("remove"), QStringLiteral("Mara")});
+    ASSERT_EQ(removed.exitCode, 0) << removed.err.toStdString();
+    EXPECT_TRUE(home.savedProject().characters.isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(image));
+}
+
+TEST(CliImport, AFileThatIsNotATrackIsRefusedAndChangesNothing)
+{
+    const CliHome home;
+    ASSERT_EQ(home.run({QStringLiteral("title"), QStringLiteral("Kept")}).exitCode, 0);
+    const QByteArray document = home.savedDocument();
+    const QString fake = home.path(QStringLiteral("cover.mp3"));
+    test::writeFile(fake, "words, not sound");
+
+    const CliResult result = home.run({QStringLiteral("import"), fake});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err.split(QLatin1Char('\n')).filter(QStringLiteral("error:")).value(0).trimmed(),
+              QStringLiteral("error: cover.mp3 is not an audio file Quillvane can read."));
+    EXPECT_EQ(home.savedDocument(), document);
 }
 
 TEST(CliUsage, MistakesExitTwoWithAOneLineHint)

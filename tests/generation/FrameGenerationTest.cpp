@@ -169,7 +169,8 @@ TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEac
     StoryboardChunk c = chunk(0, {QStringLiteral("c"), QStringLiteral("ghost"), QStringLiteral("b"),
                                   QStringLiteral("a"), QStringLiteral("c")});
 
-    const QStringList urls = referenceImageURLs(project, c);
+    const QStringList characterURLs = imageDataURLs({jacket, temp.path(QStringLiteral("missing.png")), face, face});
+    const QStringList urls = referenceImageURLs(project, c, characterURLs);
     ASSERT_EQ(urls.size(), 4) << urls.join(QLatin1Char('\n')).left(300).toStdString();
     EXPECT_EQ(urls[0], QStringLiteral("https://fal.media/c.png"));
     EXPECT_EQ(urls[1], QStringLiteral("https://fal.media/a.png"));
@@ -179,7 +180,7 @@ TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEac
 
     project.plan.reset();
     project.characters.clear();
-    EXPECT_TRUE(referenceImageURLs(project, c).isEmpty());
+    EXPECT_TRUE(referenceImageURLs(project, c, {}).isEmpty());
 }
 
 // --- elements --------------------------------------------------------------------------------
@@ -276,6 +277,27 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     EXPECT_EQ(sent.value(QStringLiteral("style_preset")).toString(), QStringLiteral("POP_ART"));
     EXPECT_EQ(sent.value(QStringLiteral("reference_image_urls")).toArray(),
               QJsonArray{QStringLiteral("https://fal.media/sign.png")});
+}
+
+// Services answer with WebP as often as PNG; such a frame is taken and reads back as a picture.
+TEST_F(FrameGenerationTest, AWebPFrameIsTaken)
+{
+    QByteArray webp;
+    QBuffer buffer(&webp);
+    buffer.open(QIODevice::WriteOnly);
+    QImage picture(64, 36, QImage::Format_RGB32);
+    picture.fill(Qt::darkCyan);
+    if (!picture.save(&buffer, "WEBP"))
+        GTEST_SKIP() << "no WebP writer (scripts/setup installs qt6-image-formats-plugins)";
+    StoryboardChunk first = chunk(0);
+    open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
+    scriptJobs(framePath, {accepted}, {QStringLiteral("webp")});
+    server.serveFile(QStringLiteral("/img/webp.png"), webp, "image/webp");
+
+    blockingWait(startGenerateFrame(*store, first.id));
+    ASSERT_EQ(store->lastError(), std::nullopt);
+    const QImage saved(store->project().chunks[0].frame->localPath);
+    EXPECT_EQ(saved.size(), QSize(64, 36));
 }
 
 TEST_F(FrameGenerationTest, AFrameWithoutReferencesSaysSoAndSendsNothing)

@@ -229,3 +229,35 @@ TEST(ProjectStoreCharacters, ReferenceImagesGoToTheFirstMatchingCharacterWithout
     EXPECT_EQ(store.project().updatedAt, touched);
     EXPECT_EQ(store.project().characters.at(1).id, other);
 }
+
+// Removing takes away only what was named, unlinks the chunks that named a removed character,
+// and changes nothing at all when the character or the image is not there.
+TEST(ProjectStoreCharacters, RemovalsTakeAwayOnlyWhatWasNamed)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library());
+    const QUuid mara = *store.addCharacter(QStringLiteral("Mara"));
+    const QUuid other = *store.addCharacter(QStringLiteral("Other"));
+    store.addReferenceImages(mara, {QStringLiteral("/a.png"), QStringLiteral("/b.png"), QStringLiteral("/a.png")});
+    store.editProject([&](Project &project) {
+        project.chunks = {StoryboardChunk{}, StoryboardChunk{}};
+        project.chunks[0].characterID = mara;
+        project.chunks[1].characterID = other;
+    });
+
+    const Project before = store.project();
+    EXPECT_FALSE(store.removeReferenceImage(mara, QStringLiteral("/never.png")));
+    EXPECT_FALSE(store.removeReferenceImage(QUuid::createUuid(), QStringLiteral("/a.png")));
+    EXPECT_FALSE(store.removeCharacter(QUuid::createUuid()));
+    EXPECT_EQ(store.project(), before);
+
+    EXPECT_TRUE(store.removeReferenceImage(mara, QStringLiteral("/a.png")));
+    EXPECT_EQ(store.project().characters.at(0).referenceImagePaths,
+              (QStringList{QStringLiteral("/b.png"), QStringLiteral("/a.png")}));
+
+    EXPECT_TRUE(store.removeCharacter(mara));
+    ASSERT_EQ(store.project().characters.size(), 1);
+    EXPECT_EQ(store.project().characters.at(0).id, other);
+    EXPECT_FALSE(store.project().chunks.at(0).characterID.has_value());
+    EXPECT_EQ(store.project().chunks.at(1).characterID, other);
+}

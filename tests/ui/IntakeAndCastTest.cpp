@@ -191,6 +191,22 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
     EXPECT_EQ(ui.text(QStringLiteral("storyboardButton")), QStringLiteral("Continue to storyboard"));
     ui.screenshot(QStringLiteral("characters-two"));
 
+    // Each reference has its own remove control; the character's own asks before it goes.
+    const QList<QQuickItem *> removeControls = ui.findAll(QStringLiteral("removeReferenceButton"));
+    ASSERT_EQ(removeControls.size(), 2);
+    QMetaObject::invokeMethod(removeControls[0], "clicked");
+    ui.settle();
+    EXPECT_EQ(ui.store.project().characters[0].referenceImagePaths.size(), 1);
+    QMetaObject::invokeMethod(ui.findAll(QStringLiteral("removeCharacterButton")).value(1), "clicked");
+    ui.settle();
+    ASSERT_TRUE(ui.shown(QStringLiteral("confirmButton")));
+    EXPECT_EQ(ui.store.project().characters.size(), 2) << "nothing goes before the confirmation";
+    ui.screenshot(QStringLiteral("characters-remove-confirm"));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("confirmButton")), "clicked");
+    ui.settle();
+    ASSERT_EQ(ui.store.project().characters.size(), 1);
+    EXPECT_EQ(ui.store.project().characters[0].id, mia);
+
     QMetaObject::invokeMethod(ui.find(QStringLiteral("storyboardButton")), "clicked");
     ui.settle();
     EXPECT_EQ(ui.store.selectedStage(), PipelineStage::storyboard);

@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include <QTest>
+
 #include <gtest/gtest.h>
 
 namespace quillvane {
@@ -75,6 +77,7 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("bottomStrip")));
     EXPECT_EQ(ui.text(QStringLiteral("stripText")), QStringLiteral("Rendering motion"));
+    EXPECT_TRUE(ui.shown(QStringLiteral("cancelButton")));
     ui.screenshot(QStringLiteral("shell-task-running"));
 
     ui.store.setLastError(QStringLiteral("Every frame must pass the readability review before export."));
@@ -84,6 +87,7 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
     EXPECT_FALSE(ui.shown(QStringLiteral("dismissButton")) == false);
     ui.screenshot(QStringLiteral("shell-error-banner"));
 
+    EXPECT_FALSE(ui.shown(QStringLiteral("cancelButton")));
     QMetaObject::invokeMethod(ui.find(QStringLiteral("dismissButton")), "clicked");
     ui.settle();
     EXPECT_FALSE(ui.store.lastError());
@@ -98,9 +102,12 @@ TEST(Shell, EveryStageOpensItsScreenUnderItsHeader)
                              QStringLiteral("Approve the frames."), QStringLiteral("Guide the look."),
                              QStringLiteral("DepthFlow parallax."), QStringLiteral("Timeline."),
                              QStringLiteral("Assemble & export.")};
+    // Ctrl+1 ... Ctrl+9, as a person presses them.
+    ui.window()->requestActivate();
     for (PipelineStage stage : allPipelineStages()) {
-        ui.store.setSelectedStage(stage);
+        QTest::keyClick(ui.window(), Qt::Key(Qt::Key_1 + int(stage)), Qt::ControlModifier);
         ui.settle();
+        EXPECT_EQ(ui.store.selectedStage(), stage);
         EXPECT_EQ(ui.text(QStringLiteral("surfaceTitle"), QStringLiteral("stageScroller")), titles[int(stage)]);
     }
     ui.screenshot(QStringLiteral("shell-export-selected"));

@@ -153,6 +153,15 @@ TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
     ui.window()->resize(1200, 2300);
     ui.screenshot(QStringLiteral("frames-review-grid"));
 
+    // One action ticks the five checks of a pending frame; an accepted frame has nothing to tick.
+    const QList<QQuickItem *> allPass = ui.findAll(QStringLiteral("allChecksButton"));
+    EXPECT_FALSE(allPass[0]->isEnabled());
+    ASSERT_TRUE(allPass[4]->isEnabled());
+    QMetaObject::invokeMethod(allPass[4], "clicked");
+    ui.settle();
+    EXPECT_TRUE(ui.store.project().chunks[4].isAccepted());
+    EXPECT_EQ(texts(ui, QStringLiteral("reviewChip"))[4], QStringLiteral("Accepted"));
+
     // Accept every frame: the chips turn and the way to motion appears.
     ui.store.editProject([](Project &p) {
         p.chunks.erase(p.chunks.begin() + 4, p.chunks.end());

@@ -3,7 +3,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Quillvane
 
-// The last error with its Dismiss button, else the running task with a spinner, else nothing.
+// The last error with its Dismiss button, else the running task with a spinner and its Cancel
+// button, else nothing.
 Rectangle {
     id: strip
     readonly property bool showingError: Store.lastError.length > 0
@@ -49,6 +50,20 @@ Rectangle {
             font.pixelSize: 11
             font.family: "monospace"
             color: Theme.muted
+        }
+        Button {
+            objectName: "cancelButton"
+            visible: strip.showingTask
+            text: "Cancel"
+            flat: true
+            onClicked: Store.cancelTasks()
+            contentItem: Text {
+                text: "Cancel"
+                font.pixelSize: 11
+                font.bold: true
+                color: Theme.coral
+            }
+            background: Item {}
         }
         Button {
             objectName: "dismissButton"

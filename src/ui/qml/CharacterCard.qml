@@ -1,10 +1,12 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Dialogs
 import QtQuick.Layouts
 import Quillvane
 
-// One cast character: name, how many frames feature the character, consistency notes,
-// the first reference image and the button that adds more.
+// One cast character: name, how many frames feature the character, consistency notes, every
+// reference image (each with its remove control), the button that adds more, and the
+// character's own remove action, which asks first.
 Panel {
     id: card
     required property var model
@@ -13,68 +15,107 @@ Panel {
     required property string notes
     required property string thumbnail
     required property int referenceCount
+    required property var referenceImages
 
     implicitHeight: content.implicitHeight + 2 * padding
 
-    FileDialog {
+    KitFileDialog {
         id: chooser
+        objectName: "imageChooser"
+        kind: "image"
         title: "Add reference images"
         fileMode: FileDialog.OpenFiles
         nameFilters: ["Images (*.png *.jpg *.jpeg *.webp *.heic *.gif *.bmp *.tif *.tiff)"]
         onAccepted: Store.addReferenceImages(card.characterId, selectedFiles)
     }
 
-    RowLayout {
+    ConfirmDialog {
+        id: removeConfirm
+        objectName: "removeCharacterConfirm"
+        message: "Remove " + (card.name.length > 0 ? "“" + card.name + "”" : "this character")
+                 + " from the project? Its reference images stay on disk."
+        onConfirmed: Store.removeCharacter(card.characterId)
+    }
+
+    ColumnLayout {
         id: content
         width: parent.width
-        spacing: 16
-        CharacterThumb {
-            source: card.thumbnail
-            Layout.alignment: Qt.AlignTop
-        }
-        ColumnLayout {
-            spacing: 8
+        spacing: 12
+        RowLayout {
+            spacing: 10
             Layout.fillWidth: true
-            RowLayout {
-                spacing: 10
-                Layout.fillWidth: true
-                SymbolIcon {
-                    symbol: "person.crop.rectangle.stack"
-                    tint: Theme.lime
-                    size: 16
-                }
-                KitTextField {
-                    objectName: "characterName"
-                    placeholderText: "Name"
-                    text: card.name
-                    onTextEdited: card.model.name = text
-                    Layout.fillWidth: true
-                }
-                StatusChip {
-                    objectName: "framesChip"
-                    text: Store.featuredFrameCount + " frames"
-                    intent: Store.featuredFrameCount > 0 ? "accent" : "neutral"
-                }
+            SymbolIcon {
+                symbol: "person.crop.rectangle.stack"
+                tint: Theme.lime
+                size: 16
             }
-            FieldLabel { text: "Consistency notes" }
             KitTextField {
-                placeholderText: "e.g. platinum hair, magenta sunglasses, floral blazer"
-                text: card.notes
-                onTextEdited: card.model.notes = text
+                objectName: "characterName"
+                placeholderText: "Name"
+                text: card.name
+                onTextEdited: card.model.name = text
                 Layout.fillWidth: true
             }
-            RowLayout {
-                spacing: 10
-                StatusChip {
-                    objectName: "referencesChip"
-                    text: card.referenceCount > 0 ? card.referenceCount + " reference images" : "No reference image"
-                    intent: card.referenceCount > 0 ? "good" : "warn"
+            StatusChip {
+                objectName: "framesChip"
+                text: Store.featuredFrameCount + " frames"
+                intent: Store.featuredFrameCount > 0 ? "accent" : "neutral"
+            }
+            IconButton {
+                objectName: "removeCharacterButton"
+                symbol: "trash"
+                enabled: !Store.busy
+                onClicked: removeConfirm.open()
+            }
+        }
+        FieldLabel { text: "Consistency notes" }
+        KitTextField {
+            placeholderText: "e.g. platinum hair, magenta sunglasses, floral blazer"
+            text: card.notes
+            onTextEdited: card.model.notes = text
+            Layout.fillWidth: true
+        }
+        Flow {
+            objectName: "referenceThumbs"
+            spacing: 10
+            Layout.fillWidth: true
+            Repeater {
+                model: card.referenceImages
+                delegate: CharacterThumb {
+                    id: thumb
+                    required property string modelData
+                    source: Store.choosers.fileURL(modelData)
+                    IconButton {
+                        objectName: "removeReferenceButton"
+                        anchors.top: parent.top
+                        anchors.right: parent.right
+                        anchors.margins: 4
+                        implicitWidth: 24
+                        implicitHeight: 24
+                        symbol: "xmark"
+                        color: Theme.withAlpha(Theme.inkDeep, 0.8)
+                        enabled: !Store.busy
+                        onClicked: Store.removeReferenceImage(card.characterId, thumb.modelData)
+                    }
                 }
-                SecondaryButton {
-                    text: "Add references…"
-                    symbol: "photo"
-                    onClicked: chooser.open()
-                }
+            }
+            CharacterThumb {
+                visible: card.referenceCount === 0
+            }
+        }
+        RowLayout {
+            spacing: 10
+            StatusChip {
+                objectName: "referencesChip"
+                text: card.referenceCount > 0 ? card.referenceCount + " reference images" : "No reference image"
+                intent: card.referenceCount > 0 ? "good" : "warn"
+            }
+            SecondaryButton {
+                objectName: "addReferencesButton"
+                text: "Add references…"
+                symbol: "photo"
+                enabled: !Store.busy
+                onClicked: chooser.show()
             }
         }
     }

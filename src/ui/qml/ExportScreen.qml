@@ -9,6 +9,7 @@ ColumnLayout {
     id: screen
     readonly property var media: Store.media
     property url lastExport
+    property bool revealFailed: false
 
     spacing: 18
 
@@ -16,12 +17,14 @@ ColumnLayout {
         target: Store
         function onExported(file) {
             screen.lastExport = file
-            Store.media.showInFolder(file)
+            screen.revealFailed = !Store.choosers.showInFolder(file)
         }
     }
 
-    FolderDialog {
+    KitFolderDialog {
         id: folderChooser
+        objectName: "folderChooser"
+        kind: "export"
         title: "Choose where to export"
         onAccepted: screen.media.destination = selectedFolder
     }
@@ -99,8 +102,9 @@ ColumnLayout {
                     Layout.fillWidth: true
                 }
                 SecondaryButton {
+                    objectName: "chooseFolderButton"
                     text: "Choose…"
-                    onClicked: folderChooser.open()
+                    onClicked: folderChooser.show()
                 }
             }
         }
@@ -171,8 +175,39 @@ ColumnLayout {
             Layout.fillWidth: true
         }
         SecondaryButton {
+            objectName: "showInFolderButton"
             text: "Show in Folder"
-            onClicked: Store.media.showInFolder(screen.lastExport)
+            onClicked: screen.revealFailed = !Store.choosers.showInFolder(screen.lastExport)
+        }
+    }
+
+    // Without a file manager the desktop cannot show the file: the path is there to copy.
+    RowLayout {
+        objectName: "revealFallback"
+        visible: screen.revealFailed && screen.lastExport.toString().length > 0
+        spacing: 10
+        Layout.fillWidth: true
+        Text {
+            text: "No file manager could show the video. It is at:"
+            font.pixelSize: 12
+            color: Theme.muted
+        }
+        TextEdit {
+            id: exportPathText
+            objectName: "exportPath"
+            text: decodeURIComponent(screen.lastExport.toString().replace(/^file:\/\//, ""))
+            readOnly: true
+            selectByMouse: true
+            font.family: "monospace"
+            font.pixelSize: 12
+            color: Theme.cream
+            Layout.fillWidth: true
+        }
+        SecondaryButton {
+            objectName: "copyPathButton"
+            text: "Copy"
+            symbol: "doc.on.doc"
+            onClicked: Store.choosers.copyText(exportPathText.text)
         }
     }
 
@@ -183,6 +218,7 @@ ColumnLayout {
         enabled: Store.allAccepted && !Store.busy
         onClicked: {
             screen.lastExport = ""
+            screen.revealFailed = false
             Store.exportVideo()
         }
     }

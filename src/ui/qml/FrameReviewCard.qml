@@ -96,6 +96,13 @@ Panel {
                     Layout.fillWidth: true
                 }
             }
+            SecondaryButton {
+                objectName: "allChecksButton"
+                symbol: "checkmark.circle"
+                text: "All checks pass"
+                enabled: card.passedCount < 5
+                onClicked: Store.passAllChecks(card.chunkId)
+            }
         }
         Text {
             visible: !card.hasFrame
@@ -118,7 +125,7 @@ Panel {
             SecondaryButton {
                 symbol: "wand.and.stars"
                 text: "Edit"
-                enabled: card.hasFrame
+                enabled: card.hasFrame && !Store.busy
                 onClicked: card.editRequested(card.chunkId)
             }
             Item { Layout.fillWidth: true }

@@ -29,8 +29,10 @@ Rectangle {
         }
     }
 
-    FileDialog {
+    KitFileDialog {
         id: chooser
+        objectName: "audioChooser"
+        kind: "track"
         title: "Choose an audio file"
         fileMode: FileDialog.OpenFile
         nameFilters: ["Audio files (*.mp3 *.m4a *.wav *.aiff *.aif *.flac *.ogg)"]
@@ -80,6 +82,8 @@ Rectangle {
             implicitWidth: chooserRow.implicitWidth + 36
             implicitHeight: chooserRow.implicitHeight + 24
             radius: 12
+            enabled: !Store.busy
+            opacity: enabled ? 1 : 0.45
             color: chooserTap.pressed ? Theme.withAlpha(Theme.lime, 0.85) : Theme.lime
             RowLayout {
                 id: chooserRow
@@ -107,7 +111,7 @@ Rectangle {
             }
             TapHandler {
                 id: chooserTap
-                onTapped: chooser.open()
+                onTapped: chooser.show()
             }
             HoverHandler {
                 cursorShape: Qt.PointingHandCursor

@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
+import QtQml.Models
 import Quillvane
 
 // The main window: dark, without a title bar (the top strip and the brand move it, the
@@ -21,6 +22,21 @@ ApplicationWindow {
     palette.text: Theme.cream
     palette.highlight: Theme.lime
     palette.highlightedText: Theme.buttonInk
+    // Every role dark, so that Qt's own file chooser (drawn from this palette where the desktop
+    // has no chooser of its own) reads as part of the app, not cream on light grey.
+    palette.alternateBase: Theme.inkDeep
+    palette.button: Theme.pine
+    palette.buttonText: Theme.cream
+    palette.light: Theme.pine
+    palette.midlight: Theme.pine
+    palette.mid: Theme.inkPanel
+    palette.dark: Theme.inkDeep
+    palette.shadow: Theme.inkDeep
+    palette.brightText: Theme.cream
+    palette.placeholderText: Theme.muted
+    palette.toolTipBase: Theme.inkPanel
+    palette.toolTipText: Theme.cream
+    palette.link: Theme.lime
 
     function openSettings() {
         settings.show()
@@ -45,15 +61,16 @@ ApplicationWindow {
         objectName: "settingsWindow"
     }
 
-    // Ctrl+1 ... Ctrl+9 select the nine stages in order.
-    Repeater {
+    // Ctrl+1 ... Ctrl+9 select the nine stages in order. Shortcuts are not items, so they are
+    // made by an Instantiator, each reading its own index.
+    Instantiator {
         model: 9
-        delegate: Item {
+        delegate: Shortcut {
             required property int index
-            Shortcut {
-                sequence: "Ctrl+" + (parent.index + 1)
-                onActivated: Store.selectedStage = parent.index
-            }
+            objectName: "stageShortcut" + index
+            sequence: "Ctrl+" + (index + 1)
+            context: Qt.ApplicationShortcut
+            onActivated: Store.selectedStage = index
         }
     }
     Shortcut {

@@ -7,6 +7,7 @@ import Quillvane
 ColumnLayout {
     id: screen
     readonly property var media: Store.media
+    readonly property bool rendering: Store.busy && Store.runningTask === "Rendering motion"
 
     spacing: 18
 
@@ -130,7 +131,12 @@ ColumnLayout {
             }
             Text {
                 objectName: "renderStatus"
-                text: screen.media.renderedCount === Store.chunkCount && Store.chunkCount > 0
+                // While clips render the count follows the bar; the stored clips are from the
+                // last run and would disagree with it.
+                text: screen.rendering
+                      ? Math.floor(Math.max(Store.taskProgress, 0) * Store.acceptedCount + 1e-6) + " of "
+                        + Store.acceptedCount + " clips rendered"
+                      : screen.media.renderedCount === Store.chunkCount && Store.chunkCount > 0
                       ? "All clips rendered"
                       : screen.media.renderedCount + " of " + Store.chunkCount + " clips rendered"
                 font.pixelSize: 13
@@ -142,7 +148,7 @@ ColumnLayout {
                     objectName: "renderButton"
                     symbol: "wand.and.rays"
                     text: "Render motion"
-                    enabled: Store.allAccepted
+                    enabled: Store.allAccepted && !Store.busy
                     onClicked: Store.renderMotion()
                 }
                 SecondaryButton {

@@ -14,7 +14,7 @@ RowLayout {
     spacing: 12
 
     Text {
-        text: Store.formatTime(row.start)
+        text: Store.formatTenths(row.start)
         font.family: "monospace"
         font.pixelSize: 12
         color: Theme.muted
@@ -36,7 +36,7 @@ RowLayout {
     }
     Text {
         objectName: "segmentEnd"
-        text: Store.formatTime(row.end)
+        text: Store.formatTenths(row.end)
         font.family: "monospace"
         font.pixelSize: 12
         color: Theme.cream

@@ -42,7 +42,9 @@ Window {
             SurfaceHeader {
                 kicker: "Settings"
                 title: "Studio settings."
-                subtitle: "Transcription runs on your computer. Generation is handled by the Quillvane service."
+                subtitle: Store.offlineStudio
+                          ? "Transcription and generation both run on your computer, in the offline studio."
+                          : "Transcription runs on your computer. Generation is handled by the Quillvane service."
                 Layout.fillWidth: true
             }
 
@@ -115,7 +117,10 @@ Window {
                         Layout.fillWidth: true
                         SymbolIcon { symbol: "lock.shield"; tint: Theme.lime; size: 16 }
                         Text {
-                            text: "Requests are routed through the Quillvane service. No key is stored on this computer."
+                            objectName: "backendNote"
+                            text: Store.offlineStudio
+                                  ? "Nothing is sent over the network: storyboards and frames are made on this computer."
+                                  : "Requests are routed through the Quillvane service. No key is stored on this computer."
                             font.pixelSize: 12
                             color: Theme.cream
                             wrapMode: Text.WordWrap
@@ -198,7 +203,12 @@ Window {
                     RowLayout {
                         Layout.fillWidth: true
                         Text { text: "Version 1.0.0"; font.pixelSize: 12; color: Theme.cream; Layout.fillWidth: true }
-                        StatusChip { text: "Up to date"; intent: "good" }
+                        // Offline nothing is asked of the network, so nothing is claimed.
+                        StatusChip {
+                            objectName: "updatesChip"
+                            text: Store.offlineStudio ? "Not checked offline" : "Up to date"
+                            intent: Store.offlineStudio ? "neutral" : "good"
+                        }
                     }
                 }
             }

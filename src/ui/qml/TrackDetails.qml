@@ -10,8 +10,10 @@ ColumnLayout {
     id: details
     spacing: 18
 
-    FileDialog {
+    KitFileDialog {
         id: chooser
+        objectName: "replaceChooser"
+        kind: "track"
         title: "Replace the audio"
         fileMode: FileDialog.OpenFile
         nameFilters: ["Audio files (*.mp3 *.m4a *.wav *.aiff *.aif *.flac *.ogg)"]
@@ -80,8 +82,10 @@ ColumnLayout {
                     Layout.fillWidth: true
                 }
                 SecondaryButton {
+                    objectName: "replaceButton"
                     text: "Replace…"
-                    onClicked: chooser.open()
+                    enabled: !Store.busy
+                    onClicked: chooser.show()
                 }
             }
         }

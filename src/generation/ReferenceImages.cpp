@@ -1,0 +1,63 @@
+#include "generation/ReferenceImages.h"
+
+#include "generation/FalClient.h"
+
+#include <QCoro/QCoroFuture>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace quillvane {
+
+ImageError ImageError::unreadable(const QString &fileName)
+{
+    return ImageError(QStringLiteral("%1 is not an image Quillvane can read.").arg(fileName));
+}
+
+namespace {
+
+// The first path that does not decode, if any; the name a picture has says nothing, so the
+// reader looks at the bytes.
+std::optional<QString> firstUnreadable(const QStringList &paths)
+{
+    for (const QString &path : paths) {
+        QImageReader reader(path);
+        reader.setDecideFormatFromContent(true);
+        if (!QFileInfo(path).isFile() || reader.read().isNull())
+            return path;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+void checkReadableImagesNow(const QStringList &paths)
+{
+    if (const auto unreadable = firstUnreadable(paths))
+        throw ImageError::unreadable(QFileInfo(*unreadable).fileName());
+}
+
+QCoro::Task<> addReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
+{
+    QFuture<std::optional<QString>> checking = QtConcurrent::run([paths] { return firstUnreadable(paths); });
+    const std::optional<QString> unreadable = co_await checking;
+    if (unreadable)
+        throw ImageError::unreadable(QFileInfo(*unreadable).fileName());
+    store.addReferenceImages(characterID, paths);
+}
+
+QCoro::Task<> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
+{
+    auto running = store.run(addImagesLabel, [&store, characterID, paths](CancelToken) {
+        return addReferenceImages(store, characterID, paths);
+    });
+    co_await running;
+}
+
+QCoro::Task<QStringList> characterReferenceURLs(QStringList paths)
+{
+    QFuture<QStringList> encoding = QtConcurrent::run([paths] { return imageDataURLs(paths, 1024); });
+    co_return co_await encoding;
+}
+
+} // namespace quillvane
