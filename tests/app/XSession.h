@@ -40,6 +40,8 @@ public:
     QPoint windowOrigin() const { return m_origin; }
     // xdotool key names, e.g. "ctrl+3", "Escape".
     void key(const QString &keys);
+    // The pointer to a point of the window.
+    void move(QPointF windowPoint);
     // A left click at a point of the window.
     void click(QPointF windowPoint);
     // What the window shows now.

@@ -107,7 +107,8 @@ Panel {
             spacing: 10
             StatusChip {
                 objectName: "referencesChip"
-                text: card.referenceCount > 0 ? card.referenceCount + " reference images" : "No reference image"
+                text: card.referenceCount === 1 ? "1 reference image"
+                      : card.referenceCount > 1 ? card.referenceCount + " reference images" : "No reference image"
                 intent: card.referenceCount > 0 ? "good" : "warn"
             }
             SecondaryButton {
