@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Installs the build folder $1 under /usr in a scratch root, then checks that both programs,
-# the icon, the launcher entry and the metainfo are there, that the desktop's own validators
-# accept the last two, and that the three name one another as the desktop will look them up.
+# Installs the build folder $1 under /usr in a scratch root (with the cmake $2, by default the
+# one on the PATH), then checks that both programs, the icon, the launcher entry and the
+# metainfo are there, that the desktop's own validators accept the last two, and that the
+# three name one another as the desktop will look them up.
 set -euo pipefail
 build=$1
+cmake=${2:-cmake}
 id=app.quillvane.Quillvane
 
 for tool in desktop-file-validate appstreamcli; do
@@ -15,7 +17,7 @@ done
 
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
-DESTDIR="$root" cmake --install "$build" --prefix /usr >/dev/null
+DESTDIR="$root" "$cmake" --install "$build" --prefix /usr >/dev/null
 usr=$root/usr
 desktop=$usr/share/applications/$id.desktop
 metainfo=$usr/share/metainfo/$id.metainfo.xml
