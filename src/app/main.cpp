@@ -28,6 +28,8 @@ int main(int argc, char *argv[])
     QGuiApplication app(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Quillvane"));
     QGuiApplication::setApplicationName(QStringLiteral("Quillvane"));
+    // Lets a desktop match the window to its launcher entry (and its icon).
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.quillvane.Quillvane"));
     AudioTools::silenceMediaLibraryLogs();
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     ui::registerFonts();
