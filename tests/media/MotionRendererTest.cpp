@@ -1,3 +1,4 @@
+#include "media/ClipProbe.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
@@ -229,11 +230,33 @@ TEST(MotionRenderer, RendersOffTheCallersThread)
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     FfmpegMotionRenderer renderer(64, 36);
-    auto rendering = renderer.render(solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3), clip, {}, {});
+    auto rendering = renderer.render({solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3)}, clip, {}, {});
     blockingWait(std::move(rendering));
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
-    auto failing = renderer.render(dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3), clip, {}, {});
+    auto failing = renderer.render({dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3)}, clip, {}, {});
     EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
+}
+
+TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    MotionClip request{solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(60, 10), 7, 3,
+                       QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"), QStringLiteral("key-1")};
+    FfmpegMotionRenderer(64, 36).renderNow(request, clip, {}, {});
+
+    const VideoFacts facts = inspectVideo(clip);
+    ASSERT_EQ(facts.frameTimes.size(), 7);
+    EXPECT_NEAR(facts.videoEnd, 0.7, 1e-6);
+    const YuvColour red = expectedColour(Qt::red);
+    for (int k = 0; k < 7; ++k) {
+        // The card is the still darkened, so its colour is far from the still's own.
+        const bool card = k < 3;
+        EXPECT_EQ(std::abs(facts.frameColours[k].cr - red.cr) > 20, card) << k;
+    }
+    EXPECT_EQ(clipKey(clip), QStringLiteral("key-1"));
+    EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("s.png"))), std::nullopt);
+    EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("missing.mov"))), std::nullopt);
 }
 
 } // namespace
