@@ -130,7 +130,8 @@ void followSong(Project &project)
     for (qsizetype k = count - 1; k >= 0; --k) {
         StoryboardChunk &chunk = project.chunks[order.at(k)];
         chunk.end = k + 1 < count ? starts.at(k + 1) : end;
-        if (frameAt(starts.at(k), fps) >= nextFrame)
+        // A chunk held back to the song's end is never sung within it.
+        if (frameAt(starts.at(k), fps) >= nextFrame || (song > 0 && starts.at(k) >= song))
             starts[k] = chunk.end;
         chunk.start = starts.at(k);
         nextFrame = std::min(nextFrame, frameAt(chunk.start, fps));
@@ -146,10 +147,14 @@ QList<ClipSlot> clipSlots(const Project &project)
     const QList<qsizetype> order = playbackOrder(spans.chunks);
 
     QList<ClipSlot> slots;
+    const double videoEnd = order.isEmpty() ? 0 : spans.chunks.at(order.last()).end;
     for (qsizetype k = 0; k < order.size(); ++k) {
         const StoryboardChunk &chunk = spans.chunks.at(order.at(k));
+        if (!(chunk.end > chunk.start))
+            continue;
+        // The clip that reaches the video's end is rounded up with it.
         const qint64 first = frameAt(chunk.start, fps);
-        const qint64 last = k + 1 == order.size() ? endFrame(chunk.end, fps) : frameAt(chunk.end, fps);
+        const qint64 last = chunk.end >= videoEnd ? endFrame(chunk.end, fps) : frameAt(chunk.end, fps);
         if (last <= first)
             continue;
         // The first clip starts the video; whatever comes before its lyric is title card.

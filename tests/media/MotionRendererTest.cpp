@@ -248,7 +248,7 @@ TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
     const VideoFacts facts = inspectVideo(clip);
     ASSERT_EQ(facts.frameTimes.size(), 7);
     EXPECT_NEAR(facts.videoEnd, 0.7, 1e-6);
-    const YuvColour red = expectedColour(Qt::red);
+    const YuvColour red = test::expectedColour(Qt::red);
     for (int k = 0; k < 7; ++k) {
         // The card is the still darkened, so its colour is far from the still's own.
         const bool card = k < 3;
