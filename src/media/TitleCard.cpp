@@ -21,11 +21,14 @@ QString displayFamily()
     return family;
 }
 
-// A wide, soft blur: shrinking to a few dozen pixels across and smoothing back up.
+// A wide, soft blur that leaves no painted letter readable: down to a few dozen pixels
+// across, then back up in two smooth steps so the blocks melt into gradients.
 QImage blurred(const QImage &image)
 {
-    const QSize small = image.size().scaled(48, 48, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+    const QSize small = image.size().scaled(32, 32, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+    const QSize middle = image.size().scaled(160, 160, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
     return image.scaled(small, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .scaled(middle, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
         .scaled(image.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 

@@ -3,11 +3,13 @@
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
 #include "media/StillImage.h"
+#include "media/TitleCard.h"
 #include "media/MediaFixtures.h"
 #include "media/VideoFacts.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QPainter>
@@ -257,6 +259,27 @@ TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
     EXPECT_EQ(clipKey(clip), QStringLiteral("key-1"));
     EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("s.png"))), std::nullopt);
     EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("missing.mov"))), std::nullopt);
+}
+
+TEST(TitleCard, LettersTheTitleOverTheDarkenedStill)
+{
+    QImage still(1280, 720, QImage::Format_RGB32);
+    still.fill(QColor(40, 120, 200));
+    QPainter(&still).fillRect(0, 0, 640, 720, QColor(230, 90, 60));
+    const QImage card = titleCard(still, QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"));
+    QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
+    card.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/title-card.png"));
+
+    ASSERT_EQ(card.size(), still.size());
+    // Away from the letters the picture is darker and its two halves blurred into each other.
+    const QColor corner = card.pixelColor(20, 20);
+    EXPECT_LT(corner.lightness(), QColor(230, 90, 60).lightness() * 0.7);
+    EXPECT_NE(card.pixelColor(632, 700), card.pixelColor(20, 700)) << "no blur across the middle";
+    // The title's row holds cream letters brighter than anything in the darkened picture.
+    int bright = 0;
+    for (int x = 0; x < card.width(); ++x)
+        bright += card.pixelColor(x, int(720 * 0.40)).lightness() > 200 ? 1 : 0;
+    EXPECT_GT(bright, 40);
 }
 
 } // namespace
