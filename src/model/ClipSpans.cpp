@@ -60,15 +60,21 @@ double framesPerSecond(const DepthFlowSettings &motion)
     return double(std::clamp<qint64>(motion.fps, 1, 1000));
 }
 
+// Times from a damaged document are held to a range whose frame numbers fit 64 bits.
+double bounded(double seconds)
+{
+    return std::clamp(seconds, 0.0, 1e9);
+}
+
 qint64 frameAt(double seconds, double fps)
 {
-    return std::llround(seconds * fps);
+    return std::llround(bounded(seconds) * fps);
 }
 
 // The song's end is rounded up, so the video never stops before the song does.
 qint64 endFrame(double seconds, double fps)
 {
-    return qint64(std::ceil(seconds * fps - 1e-6));
+    return qint64(std::ceil(bounded(seconds) * fps - 1e-6));
 }
 
 } // namespace
