@@ -159,6 +159,9 @@ double stageSeconds(const Child &run, const char *label)
 
 int main(int argc, char **argv)
 {
+    // The floor's pictures are drawn by Qt, which needs a platform even without a display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     if (argc < 2) {
         std::printf("usage: song_road_bench SONG.mp3 [LYRICS.txt]\n");
