@@ -100,6 +100,7 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     // The track is the project's from here on, whatever the lyrics step below decides.
     apply(store, [&](Project &project) {
         project.audioPath = audioPath;
+        project.audioDuration = metadata.duration;
         if (metadata.title)
             project.title = *metadata.title;
         if (metadata.artist)

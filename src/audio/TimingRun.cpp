@@ -44,6 +44,7 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
 
     Project changed = store.project();
     changed.transcript = alignLines(lines, heard.chunks, metadata.duration);
+    changed.audioDuration = metadata.duration;
     changed.updatedAt = now();
     store.setProject(changed);
 }

@@ -43,13 +43,19 @@ DepthFlowSettings requestedMotion(const ParsedArgs &args, DepthFlowSettings sett
         if (!ok)
             throw UsageError(QStringLiteral("--fps needs a whole number of frames per second"));
     }
+    if (const auto timing = args.value(QStringLiteral("timing"))) {
+        const std::optional<ClipTiming> parsed = clipTimingFromText(*timing);
+        if (!parsed)
+            throw UsageError(QStringLiteral("--timing needs song or fixed"));
+        settings.clipTiming = *parsed;
+    }
     if (const auto loop = args.value(QStringLiteral("loop"))) {
         if (*loop != QLatin1String("true") && *loop != QLatin1String("false"))
             throw UsageError(QStringLiteral("--loop needs true or false"));
         settings.loop = *loop == QLatin1String("true");
     }
     try {
-        clipTiming(settings);
+        clipFrames(settings);
     } catch (const MotionError &error) {
         throw UsageError(QStringLiteral("--duration and --fps give more frames than a clip can hold"));
     }
@@ -70,12 +76,16 @@ QCoro::Task<int> motionSettings(CommandContext context)
                           {QStringLiteral("zoom"), settings.zoom},
                           {QStringLiteral("durationSeconds"), settings.durationSeconds},
                           {QStringLiteral("fps"), settings.fps},
-                          {QStringLiteral("loop"), settings.loop}});
+                          {QStringLiteral("loop"), settings.loop},
+                          {QStringLiteral("clipTiming"), textValue(settings.clipTiming)}});
     } else {
-        context.out.line(QStringLiteral("intensity %1, zoom %2, %3 s at %4 fps, loop %5")
+        const QString length = settings.clipTiming == ClipTiming::followSong
+                                   ? QStringLiteral("clips follow the song")
+                                   : QStringLiteral("%1 s clips").arg(settings.durationSeconds);
+        context.out.line(QStringLiteral("intensity %1, zoom %2, %3 at %4 fps, loop %5")
                              .arg(settings.intensity)
                              .arg(settings.zoom)
-                             .arg(settings.durationSeconds)
+                             .arg(length)
                              .arg(settings.fps)
                              .arg(settings.loop ? QStringLiteral("on") : QStringLiteral("off")));
     }
@@ -154,11 +164,13 @@ QList<Command> mediaCommands()
 {
     return {
         {QStringLiteral("motion-settings"),
-         QStringLiteral("[--intensity X] [--zoom Z] [--duration S] [--fps N] [--loop true|false]"),
+         QStringLiteral("[--timing song|fixed] [--intensity X] [--zoom Z] [--duration S] [--fps N] [--loop true|false]"),
          QStringLiteral("change the parallax motion of the clips"),
          {{QStringLiteral("intensity"), QStringLiteral("X"), QStringLiteral("strength of the enlargement and drift")},
           {QStringLiteral("zoom"), QStringLiteral("Z"), QStringLiteral("extra enlargement reached at the clip's end")},
-          {QStringLiteral("duration"), QStringLiteral("S"), QStringLiteral("clip length in seconds")},
+          {QStringLiteral("timing"), QStringLiteral("song|fixed"),
+           QStringLiteral("each clip lasts while its words are sung (song) or --duration seconds (fixed)")},
+          {QStringLiteral("duration"), QStringLiteral("S"), QStringLiteral("clip length in seconds, with --timing fixed")},
           {QStringLiteral("fps"), QStringLiteral("N"), QStringLiteral("frames per second")},
           {QStringLiteral("loop"), QStringLiteral("true|false"), QStringLiteral("whether clips loop")}},
          0, 0, motionSettings, checkMotionSettings},

@@ -24,6 +24,7 @@ QCoro::Task<int> status(CommandContext context)
                            {QStringLiteral("chunks"), project.chunks.size()},
                            {QStringLiteral("framed"), project.framedCount()},
                            {QStringLiteral("accepted"), project.acceptedCount()},
+                           {QStringLiteral("clipTiming"), textValue(project.motion.clipTiming)},
                            {QStringLiteral("stages"), stages}};
         if (project.lyricsSource)
             object.insert(QStringLiteral("lyricsSource"), caseName(*project.lyricsSource));

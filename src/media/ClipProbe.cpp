@@ -28,6 +28,17 @@ ffmpeg::InputFile openMediaFile(const QString &path, bool readStreams)
     return input;
 }
 
+std::optional<QString> clipKey(const QString &path)
+{
+    const ffmpeg::InputFile input = openMediaFile(path);
+    if (!input || av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0)
+        return std::nullopt;
+    const AVDictionaryEntry *entry = av_dict_get(input->metadata, "comment", nullptr, 0);
+    if (!entry)
+        return std::nullopt;
+    return QString::fromUtf8(entry->value);
+}
+
 std::optional<ClipInfo> probeClip(const QString &path, bool readStreams)
 {
     const ffmpeg::InputFile input = openMediaFile(path, readStreams);

@@ -56,6 +56,10 @@ Size fitInside(Size source, Size box);
 // common multiple of their time scales), else 1/90000.
 AVRational commonTimeBase(const QList<ClipInfo> &clips);
 
+// The key a motion clip was written with, when the file is a whole clip with video; nothing
+// for a missing, half-written or foreign file.
+std::optional<QString> clipKey(const QString &path);
+
 // True when every clip's frames can go into the output as they are: H.264 4:2:0 of exactly
 // the output size, with the same parameter sets and time base as the first clip.
 bool canCopyVideo(const QList<ClipInfo> &clips, Size output);

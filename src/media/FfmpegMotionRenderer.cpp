@@ -5,10 +5,12 @@
 #include "media/OffThread.h"
 #include "media/Resampler.h"
 #include "media/StillImage.h"
+#include "media/TitleCard.h"
 #include "media/VideoEncoding.h"
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <exception>
@@ -25,57 +27,71 @@ using namespace ffmpeg;
 // The near-black teal that shows wherever the picture does not reach.
 const YuvColour fillColour = yuvFromRgb(0.01, 0.06, 0.06);
 
-// Draws the frames of one clip into Y'CbCr 4:2:0 frame buffers.
+// Draws the frames of one clip into Y'CbCr 4:2:0 frame buffers: the title card's frames
+// first when there is one, then the still's, each with a push-in over its own frames.
 class FrameDrawer {
 public:
-    FrameDrawer(const PreparedStill &still, int width, int height, const DepthFlowSettings &settings, qint64 frameCount)
-        : m_still(still)
+    struct Part {
+        const PreparedStill *still = nullptr;
+        qint64 frameCount = 0;
+    };
+
+    FrameDrawer(Part card, Part still, int width, int height, const DepthFlowSettings &settings)
+        : m_card(card)
+        , m_still(still)
         , m_width(width)
         , m_height(height)
         , m_settings(settings)
-        , m_frameCount(frameCount)
     {
     }
 
     void draw(qint64 k, AVFrame *frame)
     {
-        const StillPlacement place = placeStill(k, m_frameCount, m_width, m_height, m_still.width, m_still.height,
+        if (k < m_card.frameCount)
+            draw(*m_card.still, k, m_card.frameCount, frame);
+        else
+            draw(*m_still.still, k - m_card.frameCount, m_still.frameCount, frame);
+    }
+
+private:
+    void draw(const PreparedStill &still, qint64 k, qint64 frameCount, AVFrame *frame)
+    {
+        const StillPlacement place = placeStill(k, frameCount, m_width, m_height, still.width, still.height,
                                                 m_settings);
         const double top = place.top(m_height);
         const auto axis = [](int count, double firstCentre, double spacing, double start, double length,
                              int sourceLength, double sourceUnits) {
             return axisWeights({count, firstCentre, spacing, start, length, sourceLength, sourceUnits});
         };
-        const AxisWeights lumaColumns = axis(m_width, 0.5, 1, place.x0, place.width, m_still.width, m_still.width);
-        const AxisWeights lumaRows = axis(m_height, 0.5, 1, top, place.height, m_still.height, m_still.height);
-        resampleRows(m_still.luma, lumaColumns, lumaRows, m_still.fill.y, frame->data[0], frame->linesize[0], 0,
+        const AxisWeights lumaColumns = axis(m_width, 0.5, 1, place.x0, place.width, still.width, still.width);
+        const AxisWeights lumaRows = axis(m_height, 0.5, 1, top, place.height, still.height, still.height);
+        resampleRows(still.luma, lumaColumns, lumaRows, still.fill.y, frame->data[0], frame->linesize[0], 0,
                      m_height, m_scratch);
 
         // Chroma samples sit on the even luma columns and between the luma rows (MPEG-2
         // siting, what decoders assume when a stream does not say).
-        const FloatPlane &blue = m_still.blueDifference;
+        const FloatPlane &blue = still.blueDifference;
         const AxisWeights chromaColumns
-            = axis(m_width / 2, 0.5, 2, place.x0, place.width, blue.width, m_still.width / 2.0);
-        const AxisWeights chromaRows = axis(m_height / 2, 1, 2, top, place.height, blue.height, m_still.height / 2.0);
-        resampleRows(blue, chromaColumns, chromaRows, m_still.fill.cb, frame->data[1], frame->linesize[1], 0,
+            = axis(m_width / 2, 0.5, 2, place.x0, place.width, blue.width, still.width / 2.0);
+        const AxisWeights chromaRows = axis(m_height / 2, 1, 2, top, place.height, blue.height, still.height / 2.0);
+        resampleRows(blue, chromaColumns, chromaRows, still.fill.cb, frame->data[1], frame->linesize[1], 0,
                      m_height / 2, m_scratch);
-        resampleRows(m_still.redDifference, chromaColumns, chromaRows, m_still.fill.cr, frame->data[2],
+        resampleRows(still.redDifference, chromaColumns, chromaRows, still.fill.cr, frame->data[2],
                      frame->linesize[2], 0, m_height / 2, m_scratch);
     }
 
-private:
-    const PreparedStill &m_still;
+    const Part m_card;
+    const Part m_still;
     const int m_width;
     const int m_height;
     const DepthFlowSettings m_settings;
-    const qint64 m_frameCount;
     std::vector<float> m_scratch;
 };
 
 // The clip's muxer and encoder; removes a half-written file unless finished.
 class ClipWriter {
 public:
-    ClipWriter(const QString &path, int width, int height, int fps)
+    ClipWriter(const QString &path, int width, int height, int fps, const QString &key)
         : m_path(path)
     {
         const QByteArray name = encoding::fileName(path);
@@ -91,6 +107,8 @@ public:
             throw MotionError::writerSetupFailed();
         m_stream->time_base = m_encoder->time_base;
         m_stream->avg_frame_rate = AVRational{fps, 1};
+        if (!key.isEmpty())
+            av_dict_set(&m_output->metadata, "comment", key.toUtf8().constData(), 0);
         if (avio_open(&m_output->pb, name.constData(), AVIO_FLAG_WRITE) < 0)
             throw MotionError::writerSetupFailed();
         m_opened = true;
@@ -249,11 +267,11 @@ FfmpegMotionRenderer::FfmpegMotionRenderer(qint64 width, qint64 height)
 {
 }
 
-QCoro::Task<> FfmpegMotionRenderer::render(QString imagePath, DepthFlowSettings settings, QString outputPath,
+QCoro::Task<> FfmpegMotionRenderer::render(MotionClip clip, QString outputPath,
                                            std::function<void(double)> onProgress, CancelToken cancel)
 {
-    auto rendering = onWorkerThread([this, imagePath, settings, outputPath, onProgress, cancel] {
-        renderNow(imagePath, settings, outputPath, onProgress, cancel);
+    auto rendering = onWorkerThread([this, clip, outputPath, onProgress, cancel] {
+        renderNow(clip, outputPath, onProgress, cancel);
     });
     co_await rendering;
 }
@@ -262,10 +280,25 @@ void FfmpegMotionRenderer::renderNow(const QString &imagePath, const DepthFlowSe
                                      const QString &outputPath, const std::function<void(double)> &onProgress,
                                      const CancelToken &cancel) const
 {
-    const std::optional<QImage> image = loadStill(imagePath);
+    MotionClip clip;
+    clip.imagePath = imagePath;
+    clip.settings = settings;
+    renderNow(clip, outputPath, onProgress, cancel);
+}
+
+void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outputPath,
+                                     const std::function<void(double)> &onProgress, const CancelToken &cancel) const
+{
+    const std::optional<QImage> image = loadStill(clip.imagePath);
     if (!image)
-        throw MotionError::cannotLoadImage(imagePath);
-    const ClipTiming timing = clipTiming(settings);
+        throw MotionError::cannotLoadImage(clip.imagePath);
+    // A clip of a given length takes only its frame rate from the settings.
+    DepthFlowSettings rate = clip.settings;
+    if (clip.frameCount > 0)
+        rate.durationSeconds = 1;
+    const ClipFrames timing = clipFrames(rate);
+    const qint64 frameCount = clip.frameCount > 0 ? clip.frameCount : timing.frameCount;
+    const qint64 introFrames = std::clamp<qint64>(clip.introFrames, 0, frameCount);
     if (m_width <= 0 || m_height <= 0 || m_width > std::numeric_limits<int>::max() / 4
         || m_height > std::numeric_limits<int>::max() / 4)
         throw MotionError::writerSetupFailed();
@@ -274,16 +307,20 @@ void FfmpegMotionRenderer::renderNow(const QString &imagePath, const DepthFlowSe
 
     QFile::remove(outputPath);
     ensureParentFolder(outputPath);
-    ClipWriter writer(outputPath, width, height, timing.fps);
+    ClipWriter writer(outputPath, width, height, timing.fps, clip.key);
 
     const PreparedStill still = prepareStill(*image, fillColour);
-    FrameDrawer drawer(still, width, height, settings, timing.frameCount);
-    DrawingAhead frames(drawer, width, height, timing.frameCount, cancel);
-    for (qint64 k = 0; k < timing.frameCount; ++k) {
+    std::optional<PreparedStill> card;
+    if (introFrames > 0)
+        card = prepareStill(titleCard(*image, clip.title, clip.artist), fillColour);
+    FrameDrawer drawer({card ? &*card : nullptr, introFrames}, {&still, frameCount - introFrames}, width, height,
+                       clip.settings);
+    DrawingAhead frames(drawer, width, height, frameCount, cancel);
+    for (qint64 k = 0; k < frameCount; ++k) {
         cancel.throwIfCancelled();
         writer.encode(frames.next(k));
         if (onProgress)
-            onProgress(double(k) / double(timing.frameCount));
+            onProgress(double(k) / double(frameCount));
     }
     writer.finish();
     if (onProgress)

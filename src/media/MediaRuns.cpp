@@ -1,6 +1,12 @@
 #include "media/MediaRuns.h"
 
+#include "audio/FfmpegClip.h"
+#include "media/ClipProbe.h"
+#include "model/ClipSpans.h"
 #include "model/PipelineConfig.h"
+
+#include <QCryptographicHash>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <memory>
@@ -25,22 +31,132 @@ MotionRenderer &rendererOf(const ProjectStore &store)
     return *store.services().motion;
 }
 
-// Renders the clip of one chunk with the motion settings of this moment and keeps its path
-// in the chunk's frame; a chunk removed or unframed meanwhile is passed over.
-QCoro::Task<> renderClip(ProjectStore &store, QUuid chunkID, QString imagePath, std::function<void(double)> onProgress,
+// One clip to be made: the chunk it belongs to and what it shows.
+struct PlannedClip {
+    QUuid chunkID;
+    MotionClip clip;
+};
+
+// A fingerprint of everything a clip is made from: the still (its path, size and time), the
+// motion, the frames and the title card. A clip whose file carries the same key is current.
+QString keyOf(const MotionClip &clip)
+{
+    const QFileInfo still(clip.imagePath);
+    const DepthFlowSettings &m = clip.settings;
+    QStringList parts{QStringLiteral("clip1"), clip.imagePath, QString::number(still.size()),
+                      QString::number(still.lastModified().toMSecsSinceEpoch()), QString::number(m.intensity, 'g', 17),
+                      QString::number(m.zoom, 'g', 17), QString::number(m.fps), QString::number(clip.frameCount),
+                      QString::number(clip.introFrames)};
+    if (clip.frameCount == 0)
+        parts.append(QString::number(m.durationSeconds, 'g', 17));
+    if (clip.introFrames > 0)
+        parts.append({clip.title, clip.artist});
+    return QString::fromLatin1(
+        QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
+}
+
+// The clips of the video in playback order. Following the song, one per chunk that is on
+// screen, as long as its span, the first opening with the title card; in fixed-length timing
+// one per chunk in index order.
+QList<PlannedClip> plannedClips(const Project &project)
+{
+    const auto clipOf = [&project](const StoryboardChunk &chunk, qint64 frames, qint64 intro) {
+        MotionClip clip{chunk.frame ? chunk.frame->localPath : QString(), project.motion, frames, intro, {}, {}, {}};
+        if (intro > 0) {
+            clip.title = project.title;
+            clip.artist = project.artist;
+        }
+        clip.key = keyOf(clip);
+        return clip;
+    };
+    QList<PlannedClip> clips;
+    if (project.motion.clipTiming == ClipTiming::fixedLength) {
+        for (const qsizetype position : playbackOrder(project.chunks))
+            clips.append({project.chunks.at(position).id, clipOf(project.chunks.at(position), 0, 0)});
+        return clips;
+    }
+    for (const ClipSlot &slot : clipSlots(project)) {
+        const auto chunk = std::find_if(project.chunks.begin(), project.chunks.end(),
+                                        [&](const StoryboardChunk &c) { return c.id == slot.chunkID; });
+        clips.append({slot.chunkID, clipOf(*chunk, slot.frameCount, slot.introFrames)});
+    }
+    return clips;
+}
+
+const StoryboardChunk *chunkWithID(const Project &project, const QUuid &id)
+{
+    const auto chunk = std::find_if(project.chunks.begin(), project.chunks.end(),
+                                    [&](const StoryboardChunk &c) { return c.id == id; });
+    return chunk == project.chunks.end() ? nullptr : &*chunk;
+}
+
+// Whether the chunk's clip file is whole and was made from exactly this request.
+bool isCurrent(const ProjectStore &store, const PlannedClip &planned)
+{
+    const StoryboardChunk *chunk = chunkWithID(store.project(), planned.chunkID);
+    const QString path = store.media().clipPath(planned.chunkID);
+    return chunk && chunk->frame && chunk->frame->motionClipPath == path && clipKey(path) == planned.clip.key;
+}
+
+// Learns the track's length when the document does not know it yet, and lays the chunks'
+// spans over the song as it is now. A song that ends before any chunk starts is refused
+// before anything changes.
+void settleSpans(ProjectStore &store)
+{
+    Project changed = store.project();
+    if (!(changed.audioDuration > 0) && !changed.audioPath.isEmpty())
+        changed.audioDuration = probeAudioDuration(changed.audioPath);
+    followSong(changed);
+    if (changed.motion.clipTiming == ClipTiming::followSong && !changed.chunks.isEmpty()
+        && clipSlots(changed).isEmpty())
+        throw Error(QStringLiteral("Every chunk starts after the end of the track, so no frame would be on screen. "
+                                   "Time the lyrics again against this track."));
+    store.setProject(changed);
+}
+
+// Renders one clip and keeps its path in the chunk's frame; a chunk removed or unframed
+// meanwhile is passed over.
+QCoro::Task<> renderClip(ProjectStore &store, PlannedClip planned, std::function<void(double)> onProgress,
                          CancelToken cancel)
 {
-    const QString clipPath = store.media().clipPath(chunkID);
-    auto rendering = rendererOf(store).render(imagePath, store.project().motion, clipPath, std::move(onProgress), cancel);
+    const QString clipPath = store.media().clipPath(planned.chunkID);
+    auto rendering = rendererOf(store).render(planned.clip, clipPath, std::move(onProgress), cancel);
     co_await rendering;
     cancel.throwIfCancelled();
     Project changed = store.project();
     const auto chunk = std::find_if(changed.chunks.begin(), changed.chunks.end(),
-                                    [&](const StoryboardChunk &candidate) { return candidate.id == chunkID; });
+                                    [&](const StoryboardChunk &candidate) { return candidate.id == planned.chunkID; });
     if (chunk == changed.chunks.end() || !chunk->frame)
         co_return;
     chunk->frame->motionClipPath = clipPath;
     store.setProject(changed);
+}
+
+// Renders the clips that are not current, one after another, reporting their share of the
+// frames through sink scaled into [0, share].
+QCoro::Task<> renderStale(ProjectStore &store, QList<PlannedClip> planned, std::function<void(double)> sink,
+                          double share, CancelToken cancel)
+{
+    QList<PlannedClip> stale;
+    double frames = 0;
+    for (const PlannedClip &clip : planned) {
+        if (isCurrent(store, clip))
+            continue;
+        stale.append(clip);
+        frames += double(std::max<qint64>(clip.clip.frameCount, 1));
+    }
+    double done = 0;
+    for (const PlannedClip &clip : stale) {
+        cancel.throwIfCancelled();
+        const double weight = double(std::max<qint64>(clip.clip.frameCount, 1));
+        auto onProgress = [sink, done, weight, frames, share](double part) {
+            if (sink)
+                sink(std::clamp(share * (done + part * weight) / frames, 0.0, 1.0));
+        };
+        auto rendering = renderClip(store, clip, onProgress, cancel);
+        co_await rendering;
+        done += weight;
+    }
 }
 
 void touch(ProjectStore &store)
@@ -54,24 +170,22 @@ void touch(ProjectStore &store)
 
 QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
 {
-    // Ids and stills are taken now; the project may change while clips render.
-    QList<std::pair<QUuid, QString>> accepted;
-    for (const StoryboardChunk &chunk : store.project().chunks) {
-        if (chunk.isAccepted())
-            accepted.append({chunk.id, chunk.frame->localPath});
-    }
-    if (accepted.isEmpty())
+    if (std::none_of(store.project().chunks.begin(), store.project().chunks.end(),
+                     [](const StoryboardChunk &chunk) { return chunk.isAccepted(); }))
         throw PipelineError(PipelineError::Case::notReviewed);
     rendererOf(store);
+    settleSpans(store);
 
-    const auto sink = store.progressSink();
-    const double count = double(accepted.size());
-    for (qsizetype i = 0; i < accepted.size(); ++i) {
-        cancel.throwIfCancelled();
-        auto onProgress = [sink, i, count](double part) { sink(std::clamp((double(i) + part) / count, 0.0, 1.0)); };
-        auto rendering = renderClip(store, accepted[i].first, accepted[i].second, onProgress, cancel);
-        co_await rendering;
+    // What to render is taken now; the project may change while clips render.
+    QList<PlannedClip> accepted;
+    for (const PlannedClip &clip : plannedClips(store.project())) {
+        if (const StoryboardChunk *chunk = chunkWithID(store.project(), clip.chunkID); chunk && chunk->isAccepted())
+            accepted.append(clip);
     }
+    const auto sink = store.progressSink();
+    auto rendering = renderStale(store, accepted, sink, 1.0, cancel);
+    co_await rendering;
+    sink(1.0);
     touch(store);
 }
 
@@ -86,34 +200,32 @@ QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
         throw PipelineError(PipelineError::Case::notReviewed);
     if (!store.services().exporter)
         throw MissingEngineError(QStringLiteral("export video"));
+    rendererOf(store);
+    settleSpans(store);
 
-    // Clips missing since the last motion run (a frame made afterwards) are rendered first;
-    // a stored clip path is trusted without looking at the disk.
-    QList<std::pair<QUuid, QString>> missing;
-    for (const StoryboardChunk &chunk : store.project().chunks) {
-        if (chunk.frame && !chunk.frame->motionClipPath)
-            missing.append({chunk.id, chunk.frame->localPath});
-    }
-    for (const auto &[chunkID, imagePath] : missing) {
-        cancel.throwIfCancelled();
-        auto rendering = renderClip(store, chunkID, imagePath, {}, cancel);
-        co_await rendering;
-    }
+    // Only clips whose still, span or motion changed since they were made (or whose file is
+    // gone) are rendered again; they take the first share of the progress.
+    const QList<PlannedClip> planned = plannedClips(store.project());
+    const bool rendering = std::any_of(planned.begin(), planned.end(),
+                                       [&](const PlannedClip &clip) { return !isCurrent(store, clip); });
+    const auto sink = store.progressSink();
+    const double renderShare = rendering ? 0.8 : 0.0;
+    auto renders = renderStale(store, planned, sink, renderShare, cancel);
+    co_await renders;
 
-    QList<StoryboardChunk> ordered = store.project().chunks;
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const StoryboardChunk &a, const StoryboardChunk &b) { return a.index < b.index; });
     QStringList clips;
-    for (const StoryboardChunk &chunk : ordered) {
-        if (chunk.frame && chunk.frame->motionClipPath)
-            clips.append(*chunk.frame->motionClipPath);
+    for (const PlannedClip &clip : planned) {
+        const StoryboardChunk *chunk = chunkWithID(store.project(), clip.chunkID);
+        if (chunk && chunk->frame && chunk->frame->motionClipPath)
+            clips.append(*chunk->frame->motionClipPath);
     }
     const Project &project = store.project();
     const QString outputPath = store.media().exportPath(project);
     const std::optional<QString> audioPath
         = project.audioPath.isEmpty() ? std::nullopt : std::optional<QString>(project.audioPath);
+    auto exportProgress = [sink, renderShare](double part) { sink(renderShare + (1 - renderShare) * part); };
     auto exporting = store.services().exporter->exportVideo(clips, audioPath, project.exportSettings, outputPath,
-                                                            store.progressSink(), cancel);
+                                                            exportProgress, cancel);
     const QString written = co_await exporting;
     cancel.throwIfCancelled();
     touch(store);

@@ -10,16 +10,19 @@ namespace quillvane {
 inline const QString motionLabel = QStringLiteral("Rendering motion");
 inline const QString exportLabel = QStringLiteral("Exporting video");
 
-// Renders the clip of every accepted chunk, in stored order, into clips/<CHUNK-ID>.mov with
-// the motion settings as they are when that clip starts; each finished clip's path is kept
-// at once, so a failure part-way leaves the earlier clips in place. Progress runs from 0 to 1
-// across all clips. No accepted chunk fails with notReviewed.
+// Renders the clip of every accepted chunk into clips/<CHUNK-ID>.mov, unless the file there
+// was made from the same still, span and motion. Following the song, each clip lasts its
+// chunk's span (the spans are laid over the song first) and the first one opens with the
+// title card; in fixed-length timing each lasts durationSeconds. Each finished clip's path
+// is kept at once, so a failure part-way leaves the earlier clips in place. Progress runs
+// from 0 to 1 across the frames rendered. No accepted chunk fails with notReviewed.
 QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel);
 QCoro::Task<> startRenderMotion(ProjectStore &store);
 
-// Requires every chunk accepted (notReviewed otherwise), renders the clips still missing,
-// then exports the clips in index order over the track's audio to the export path and
-// returns that path.
+// Requires every chunk accepted (notReviewed otherwise), renders the clips that are missing
+// or out of date, then exports the clips in index order over the track's audio to the
+// export path and returns that path. Following the song, the video lasts as long as the
+// song and carries all of it; in fixed-length timing the audio ends with the last clip.
 QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel);
 // runExportVideo through Run; the written file's path, or nothing when the run failed.
 QCoro::Task<std::optional<QString>> startExportVideo(ProjectStore &store);

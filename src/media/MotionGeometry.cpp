@@ -8,7 +8,7 @@
 
 namespace quillvane {
 
-ClipTiming clipTiming(const DepthFlowSettings &settings)
+ClipFrames clipFrames(const DepthFlowSettings &settings)
 {
     const qint64 fps = std::max<qint64>(settings.fps, 1);
     if (fps > std::numeric_limits<int32_t>::max())

@@ -10,7 +10,7 @@
 
 namespace quillvane {
 
-struct ClipTiming {
+struct ClipFrames {
     int fps = 1;            // frames per second and the clip's time scale; at least 1
     qint64 frameCount = 1;  // at least 1; frame k is shown at k / fps seconds
 };
@@ -18,7 +18,7 @@ struct ClipTiming {
 // fps' = max(fps, 1) and N = max(trunc(durationSeconds * fps'), 1). Throws
 // MotionError::settingsOutOfRange when fps' does not fit 32 bits or the product is not a
 // finite number that fits 64 bits.
-ClipTiming clipTiming(const DepthFlowSettings &settings);
+ClipFrames clipFrames(const DepthFlowSettings &settings);
 
 struct StillPlacement {
     double scale = 1;   // s: enlargement of the cover-fit size

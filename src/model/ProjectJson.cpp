@@ -183,6 +183,7 @@ void encode(JsonWriter &w, const StyleGuidance &style)
 void encode(JsonWriter &w, const DepthFlowSettings &motion)
 {
     w.beginObject();
+    w.key("clipTiming").string(textValue(motion.clipTiming));
     w.key("durationSeconds").number(motion.durationSeconds, "motion duration");
     w.key("fps").integer(motion.fps);
     w.key("intensity").number(motion.intensity, "motion intensity");
@@ -205,6 +206,7 @@ void encode(JsonWriter &w, const Project &project)
 {
     w.beginObject();
     w.key("artist").string(project.artist);
+    w.key("audioDuration").number(project.audioDuration, "audio duration");
     w.key("audioPath").string(project.audioPath);
     w.key("characters");
     list(w, project.characters);
@@ -353,7 +355,9 @@ DepthFlowSettings fromJson(const QJsonValue &value, const QString &path)
     const FieldReader r(value, path);
     return {r.number(QStringLiteral("intensity")), r.number(QStringLiteral("zoom")),
             r.number(QStringLiteral("durationSeconds")), r.integer(QStringLiteral("fps")),
-            r.boolean(QStringLiteral("loop"))};
+            r.boolean(QStringLiteral("loop")),
+            // Documents from before the setting follow the song.
+            enumeration(r, QStringLiteral("clipTiming"), &clipTimingFromText, std::optional(ClipTiming::followSong))};
 }
 
 template <>
@@ -380,6 +384,7 @@ Project fromJson(const QJsonValue &value, const QString &path)
     project.title = r.string(QStringLiteral("title"), {});
     project.artist = r.string(QStringLiteral("artist"), {});
     project.audioPath = r.string(QStringLiteral("audioPath"), {});
+    project.audioDuration = r.number(QStringLiteral("audioDuration"), 0);
     project.rawLyrics = r.string(QStringLiteral("rawLyrics"), {});
     project.transcript = r.list<TranscriptSegment>(QStringLiteral("transcript"), decoder<TranscriptSegment>(), false);
     if (r.member(QStringLiteral("lyricsSource")))

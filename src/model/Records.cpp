@@ -63,6 +63,20 @@ constexpr std::array<ContainerInfo, 2> containers{{
 
 } // namespace
 
+QString textValue(ClipTiming timing)
+{
+    return timing == ClipTiming::fixedLength ? QStringLiteral("fixed") : QStringLiteral("song");
+}
+
+std::optional<ClipTiming> clipTimingFromText(const QString &text)
+{
+    if (text == QLatin1String("song"))
+        return ClipTiming::followSong;
+    if (text == QLatin1String("fixed"))
+        return ClipTiming::fixedLength;
+    return std::nullopt;
+}
+
 QString caseName(LyricsSource source)
 {
     return QString::fromUtf8(info(source).caseName);

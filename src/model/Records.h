@@ -133,12 +133,21 @@ struct StyleGuidance {
     bool operator==(const StyleGuidance &) const = default;
 };
 
+// How long each clip lasts: while its chunk's words are sung (the clips then tile the song),
+// or durationSeconds each, laid end to end.
+enum class ClipTiming { followSong, fixedLength };
+
+// "song" or "fixed", as the document and the command line write it.
+QString textValue(ClipTiming timing);
+std::optional<ClipTiming> clipTimingFromText(const QString &text);
+
 struct DepthFlowSettings {
     double intensity = 0.5;
     double zoom = 0.15;
     double durationSeconds = 4.0;
     qint64 fps = 30;
     bool loop = true;
+    ClipTiming clipTiming = ClipTiming::followSong;
 
     bool operator==(const DepthFlowSettings &) const = default;
 };
@@ -169,6 +178,7 @@ struct Project {
     QString title;
     QString artist;
     QString audioPath;
+    double audioDuration = 0; // seconds of the track; 0 when not known
     QString rawLyrics;
     QList<TranscriptSegment> transcript;
     std::optional<LyricsSource> lyricsSource;

@@ -45,13 +45,30 @@ public:
                                                         CancelToken cancel) = 0;
 };
 
+// What one motion clip shows.
+struct MotionClip {
+    QString imagePath;
+    DepthFlowSettings settings;
+    // Frames of the clip at settings.fps; 0 takes settings.durationSeconds.
+    qint64 frameCount = 0;
+    // The first introFrames frames show the title card (title and artist over the still,
+    // darkened and blurred) pushing in; the still's own push-in runs over the rest.
+    qint64 introFrames = 0;
+    QString title;
+    QString artist;
+    // Written into the clip, so a later run can tell whether it was made from the same request.
+    QString key;
+
+    bool operator==(const MotionClip &) const = default;
+};
+
 class MotionRenderer {
 public:
     virtual ~MotionRenderer() = default;
 
-    // Writes the clip for one still; onProgress receives the fraction done, 0...1.
-    virtual QCoro::Task<> render(QString imagePath, DepthFlowSettings settings, QString outputPath,
-                                 std::function<void(double)> onProgress, CancelToken cancel) = 0;
+    // Writes one clip; onProgress receives the fraction done, 0...1.
+    virtual QCoro::Task<> render(MotionClip clip, QString outputPath, std::function<void(double)> onProgress,
+                                 CancelToken cancel) = 0;
 };
 
 class VideoExporter {

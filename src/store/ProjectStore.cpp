@@ -1,5 +1,6 @@
 #include "store/ProjectStore.h"
 
+#include "model/ClipSpans.h"
 #include "model/PipelineConfig.h"
 #include "store/SampleProject.h"
 
@@ -50,11 +51,40 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
 
 ProjectStore::~ProjectStore() = default;
 
+namespace {
+
+// What the chunks' spans are worked out from: a new storyboard, the transcript's times and
+// words, the track's length and the clip timing settings.
+bool spansMayHaveMoved(const Project &before, const Project &after)
+{
+    if (after.motion.clipTiming != ClipTiming::followSong)
+        return false;
+    const auto ids = [](const Project &project) {
+        QList<QUuid> list;
+        for (const StoryboardChunk &chunk : project.chunks)
+            list.append(chunk.id);
+        return list;
+    };
+    return before.motion.clipTiming != after.motion.clipTiming || before.motion.fps != after.motion.fps
+        || before.audioDuration != after.audioDuration || before.transcript != after.transcript
+        || ids(before) != ids(after);
+}
+
+} // namespace
+
 void ProjectStore::setProject(const Project &project)
 {
     if (project == m_project)
         return;
-    m_project = project;
+    if (spansMayHaveMoved(m_project, project)) {
+        Project spans = project;
+        followSong(spans);
+        if (spans == m_project)
+            return;
+        m_project = std::move(spans);
+    } else {
+        m_project = project;
+    }
     Q_EMIT projectChanged();
 }
 

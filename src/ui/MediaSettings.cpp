@@ -1,7 +1,10 @@
 #include "ui/MediaSettings.h"
 
+#include "model/ClipSpans.h"
+
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
 
 namespace quillvane::ui {
@@ -46,6 +49,61 @@ void MediaSettings::setFps(int value)
 void MediaSettings::setLoop(bool value)
 {
     editMotion([&](DepthFlowSettings &m) { m.loop = value; });
+}
+
+void MediaSettings::setFollowsSong(bool value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.clipTiming = value ? ClipTiming::followSong : ClipTiming::fixedLength; });
+}
+
+namespace {
+
+struct ScheduledClip {
+    QUuid chunkID;
+    double start = 0;
+    double end = 0;
+};
+
+// Where each clip sits in the video, as the export lays them out.
+QList<ScheduledClip> schedule(const Project &project)
+{
+    QList<ScheduledClip> clips;
+    const double fps = double(std::clamp<qint64>(project.motion.fps, 1, 1000));
+    double at = 0;
+    if (project.motion.clipTiming == ClipTiming::followSong) {
+        for (const ClipSlot &slot : clipSlots(project)) {
+            clips.append({slot.chunkID, at, at + double(slot.frameCount) / fps});
+            at = clips.last().end;
+        }
+        return clips;
+    }
+    const double length = std::max(std::trunc(project.motion.durationSeconds * fps), 1.0) / fps;
+    for (const qsizetype position : playbackOrder(project.chunks)) {
+        clips.append({project.chunks.at(position).id, at, at + length});
+        at += length;
+    }
+    return clips;
+}
+
+} // namespace
+
+QString MediaSettings::chunkAt(double seconds) const
+{
+    const QList<ScheduledClip> clips = schedule(m_store.project());
+    for (const ScheduledClip &clip : clips) {
+        if (seconds < clip.end)
+            return uuidText(clip.chunkID);
+    }
+    return clips.isEmpty() ? QString() : uuidText(clips.last().chunkID);
+}
+
+double MediaSettings::clipStart(const QString &chunkId) const
+{
+    for (const ScheduledClip &clip : schedule(m_store.project())) {
+        if (uuidText(clip.chunkID) == chunkId)
+            return clip.start;
+    }
+    return 0;
 }
 
 void MediaSettings::setResolution(int index)
@@ -99,6 +157,8 @@ int MediaSettings::renderedCount() const
 
 double MediaSettings::projectDuration() const
 {
+    if (followsSong() && m_store.project().audioDuration > 0)
+        return m_store.project().audioDuration;
     double latest = 0;
     for (const StoryboardChunk &chunk : m_store.project().chunks)
         latest = std::max(latest, chunk.end);

@@ -21,6 +21,7 @@ class MediaSettings : public QObject {
     Q_PROPERTY(double duration READ duration WRITE setDuration NOTIFY changed)
     Q_PROPERTY(int fps READ fps WRITE setFps NOTIFY changed)
     Q_PROPERTY(bool loop READ loop WRITE setLoop NOTIFY changed)
+    Q_PROPERTY(bool followsSong READ followsSong WRITE setFollowsSong NOTIFY changed)
     Q_PROPERTY(int resolution READ resolution WRITE setResolution NOTIFY changed)
     Q_PROPERTY(int container READ container WRITE setContainer NOTIFY changed)
     Q_PROPERTY(bool includeAudio READ includeAudio WRITE setIncludeAudio NOTIFY changed)
@@ -44,6 +45,9 @@ public:
     void setFps(int value);
     bool loop() const { return motion().loop; }
     void setLoop(bool value);
+    // Clip timing: each clip lasts while its words are sung, else durationSeconds.
+    bool followsSong() const { return motion().clipTiming == ClipTiming::followSong; }
+    void setFollowsSong(bool value);
     int resolution() const { return int(exportSettings().resolution); }
     void setResolution(int index);
     int container() const { return int(exportSettings().container); }
@@ -56,9 +60,16 @@ public:
     QStringList containerLabels() const;
     // Chunks whose frame has a motion clip.
     int renderedCount() const;
-    // The latest end among the chunks, else of the transcript; 0 without either.
+    // The track's length when the clips follow the song and it is known; else the latest end
+    // among the chunks, else of the transcript; 0 without any.
     double projectDuration() const;
     QString audioURL() const;
+
+    // The chunk whose clip is on screen `seconds` into the video (the last one past its end);
+    // empty without clips.
+    Q_INVOKABLE QString chunkAt(double seconds) const;
+    // Where the chunk's clip starts in the video, in seconds; 0 for an unknown chunk.
+    Q_INVOKABLE double clipStart(const QString &chunkId) const;
 
     // "%d:%05.2f": minutes and seconds with two decimals (1:05.30).
     Q_INVOKABLE static QString chunkTime(double seconds);

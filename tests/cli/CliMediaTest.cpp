@@ -20,6 +20,8 @@ Project framedProject(const CliHome &home, bool accepted)
         StoryboardChunk chunk = chunkWithFrame(accepted);
         chunk.index = i;
         chunk.chunkNumber = i + 1;
+        chunk.start = 2.0 * double(i);
+        chunk.end = chunk.start + 2;
         QImage still(64, 36, QImage::Format_RGB32);
         still.fill(i == 0 ? Qt::red : Qt::blue);
         chunk.frame->localPath = home.path(QStringLiteral("still-%1.png").arg(i));
@@ -45,6 +47,13 @@ TEST(CliMotionSettings, EditsOnlyWhatIsGivenAndPrintsTheResult)
     EXPECT_EQ(saved.fps, 24);
     EXPECT_FALSE(saved.loop);
     EXPECT_EQ(saved.zoom, 0.15);
+    EXPECT_EQ(saved.clipTiming, ClipTiming::followSong);
+    EXPECT_EQ(home.json({QStringLiteral("status")}).value(QStringLiteral("clipTiming")).toString(), QStringLiteral("song"));
+
+    const QJsonObject fixed = home.json({QStringLiteral("motion-settings"), QStringLiteral("--timing"), QStringLiteral("fixed")});
+    EXPECT_EQ(fixed.value(QStringLiteral("clipTiming")).toString(), QStringLiteral("fixed"));
+    EXPECT_EQ(home.savedProject().motion.clipTiming, ClipTiming::fixedLength);
+    EXPECT_EQ(home.json({QStringLiteral("status")}).value(QStringLiteral("clipTiming")).toString(), QStringLiteral("fixed"));
 }
 
 TEST(CliMotionSettings, RefusesValuesNoClipCanUse)
@@ -60,6 +69,7 @@ TEST(CliMotionSettings, RefusesValuesNoClipCanUse)
         {{QStringLiteral("--duration"), QStringLiteral("nan")}, QStringLiteral("--duration needs a length")},
         {{QStringLiteral("--zoom"), QStringLiteral("inf")}, QStringLiteral("--zoom needs a number")},
         {{QStringLiteral("--loop"), QStringLiteral("yes")}, QStringLiteral("--loop needs true or false")},
+        {{QStringLiteral("--timing"), QStringLiteral("loose")}, QStringLiteral("--timing needs song or fixed")},
         {{QStringLiteral("--fps"), QStringLiteral("3000000000")}, QStringLiteral("more frames than a clip can hold")},
     };
     for (const auto &c : cases) {

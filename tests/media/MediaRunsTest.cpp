@@ -1,3 +1,4 @@
+#include "audio/FfmpegClip.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
 #include "media/MediaFixtures.h"
@@ -9,6 +10,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -45,6 +49,7 @@ struct Fixture {
         project.title = title;
         project.chunks = std::move(chunks);
         project.motion = shortMotion(1, 2);
+        project.motion.clipTiming = ClipTiming::fixedLength;
         project.updatedAt = QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
         return project;
     }
@@ -182,17 +187,129 @@ TEST(MediaRuns, TheTracksAudioGoesUnderTheVideo)
     EXPECT_NEAR(facts.audioSeconds, 1.0, 0.03);
 }
 
-TEST(MediaRuns, AClipDeletedAfterRenderingFailsTheExportWithItsName)
+TEST(MediaRuns, AClipDeletedAfterRenderingIsRenderedAgainAtExport)
 {
     QTemporaryDir dir;
     Fixture f({chunk(0, solidStill(dir, QStringLiteral("s.png"), Qt::red), true)});
     blockingWait(startRenderMotion(f.store));
     const QString clip = *f.at(0).frame->motionClipPath;
     QFile::remove(clip);
+    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
+    EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 2);
+    EXPECT_EQ(inspectVideo(*path).frameTimes.size(), 2);
+}
+
+// Three chunks over a four-second song at 10 frames a second: a title card until the first
+// lyric at 1.5 s, then each colour from its chunk's start to the next one's.
+struct SongFixture : Fixture {
+    SongFixture()
+        : Fixture({})
+    {
+        song = tone(stills, 4);
+        store.editProject([&](Project &project) {
+            project.audioPath = song;
+            project.motion.clipTiming = ClipTiming::followSong;
+            project.motion.fps = 10;
+            // Stored out of order, with rough ends: the spans come from the starts alone.
+            project.chunks = {timed(2, Qt::blue, 3.1), timed(0, Qt::red, 1.5), timed(1, Qt::green, 2.2)};
+        });
+    }
+
+    StoryboardChunk timed(qint64 index, QColor colour, double start) const
+    {
+        StoryboardChunk c = chunk(index, still(colour), true);
+        c.start = start;
+        c.end = start + 0.3;
+        return c;
+    }
+
+    QString song;
+};
+
+TEST(MediaRuns, TheExportFollowsTheSongFrameByFrame)
+{
+    SongFixture f;
+    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
+
+    const double songLength = probeAudioDuration(f.song);
+    const double frame = 0.1;
+    const VideoFacts facts = inspectVideo(*path);
+    EXPECT_NEAR(facts.videoEnd, songLength, frame);
+    EXPECT_GE(facts.videoEnd, songLength - 1e-3) << "the song is cut";
+    EXPECT_NEAR(facts.audioSeconds, songLength, frame);
+
+    // Which picture is on screen on either side of every boundary.
+    const YuvColour red = expectedColour(Qt::red);
+    ASSERT_GE(facts.frameColours.size(), 40);
+    const auto isColour = [&](int k, QColor colour) {
+        const YuvColour want = expectedColour(colour);
+        return std::abs(facts.frameColours[k].cb - want.cb) < 5 && std::abs(facts.frameColours[k].cr - want.cr) < 5;
+    };
+    for (int k : {0, 14})
+        EXPECT_GT(std::abs(facts.frameColours[k].cr - red.cr), 20) << "frame " << k << " shows the lyric early";
+    for (int k : {15, 21})
+        EXPECT_TRUE(isColour(k, Qt::red)) << k;
+    for (int k : {22, 30})
+        EXPECT_TRUE(isColour(k, Qt::green)) << k;
+    for (int k : {31, int(facts.frameColours.size()) - 1})
+        EXPECT_TRUE(isColour(k, Qt::blue)) << k;
+
+    // The clips tile the video, and the chunks carry the spans they were cut from.
+    double clipsLength = 0;
+    for (const qint64 index : {0, 1, 2}) {
+        const auto c = std::find_if(f.store.project().chunks.begin(), f.store.project().chunks.end(),
+                                    [&](const StoryboardChunk &x) { return x.index == index; });
+        clipsLength += inspectVideo(*c->frame->motionClipPath).videoEnd;
+    }
+    EXPECT_NEAR(clipsLength, facts.videoEnd, 1e-6);
+    const QList<StoryboardChunk> &chunks = f.store.project().chunks;
+    EXPECT_EQ((std::pair{chunks[1].start, chunks[1].end}), (std::pair{1.5, 2.2}));
+    EXPECT_EQ((std::pair{chunks[2].start, chunks[2].end}), (std::pair{2.2, 3.1}));
+    EXPECT_EQ((std::pair{chunks[0].start, chunks[0].end}), (std::pair{3.1, songLength}));
+}
+
+TEST(MediaRuns, ReExportingAfterOneFrameChangedRendersOnlyItsClip)
+{
+    SongFixture f;
+    ASSERT_TRUE(blockingWait(startExportVideo(f.store)));
+    QHash<QUuid, QDateTime> written;
+    for (const StoryboardChunk &c : f.store.project().chunks)
+        written.insert(c.id, QFileInfo(*c.frame->motionClipPath).lastModified());
+    QThread::msleep(30);
+
+    const QUuid edited = f.at(2).id; // index 1, green
+    f.store.editProject([&](Project &project) {
+        project.chunks[2].frame->localPath = f.still(Qt::yellow);
+        project.chunks[2].frame->motionClipPath.reset();
+    });
+    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    ASSERT_TRUE(path);
+    for (const StoryboardChunk &c : f.store.project().chunks)
+        EXPECT_EQ(QFileInfo(*c.frame->motionClipPath).lastModified() != written.value(c.id), c.id == edited);
+    const VideoFacts facts = inspectVideo(*path);
+    EXPECT_NEAR(facts.frameColours[25].cb, expectedColour(Qt::yellow).cb, 5);
+}
+
+TEST(MediaRuns, ASongEndingBeforeEveryChunkIsRefusedWithASentence)
+{
+    QTemporaryDir dir;
+    Fixture f({});
+    const QString shortSong = tone(dir, 1);
+    f.store.editProject([&](Project &project) {
+        project.audioPath = shortSong;
+        project.motion.clipTiming = ClipTiming::followSong;
+        project.chunks = {chunk(0, f.still(Qt::red), true), chunk(1, f.still(Qt::blue), true)};
+        project.chunks[0].start = 5;
+        project.chunks[1].start = 6;
+    });
     const Project before = f.store.project();
     EXPECT_EQ(blockingWait(startExportVideo(f.store)), std::nullopt);
-    EXPECT_EQ(f.store.lastError(), QStringLiteral("Export failed: could not read the clip %1.").arg(clip));
+    EXPECT_EQ(f.store.lastError(), QStringLiteral("Every chunk starts after the end of the track, so no frame would "
+                                                  "be on screen. Time the lyrics again against this track."));
     EXPECT_EQ(f.store.project(), before);
+    EXPECT_FALSE(QDir(f.store.media().exportsFolder()).exists() && !QDir(f.store.media().exportsFolder()).isEmpty());
 }
 
 } // namespace

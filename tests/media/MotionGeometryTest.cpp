@@ -26,7 +26,7 @@ TEST_P(ClipTimingTest, CountsFramesAsTheMotionStageDoes)
     DepthFlowSettings settings;
     settings.durationSeconds = row.duration;
     settings.fps = row.fps;
-    const ClipTiming timing = clipTiming(settings);
+    const ClipFrames timing = clipFrames(settings);
     EXPECT_EQ(timing.fps, row.expectedFps);
     EXPECT_EQ(timing.frameCount, row.expectedFrames);
 }
@@ -42,14 +42,14 @@ INSTANTIATE_TEST_SUITE_P(Table, ClipTimingTest,
                                                     std::numeric_limits<int32_t>::max(),
                                                     std::numeric_limits<int32_t>::max()}));
 
-TEST(ClipTiming, RefusesWhatNoClipCanHold)
+TEST(ClipFrames, RefusesWhatNoClipCanHold)
 {
     const auto refused = [](double duration, qint64 fps) {
         DepthFlowSettings settings;
         settings.durationSeconds = duration;
         settings.fps = fps;
         try {
-            clipTiming(settings);
+            clipFrames(settings);
         } catch (const MotionError &error) {
             return error.kind() == MotionError::Case::settingsOutOfRange;
         }

@@ -1,12 +1,15 @@
+#include "media/ClipProbe.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
 #include "media/StillImage.h"
+#include "media/TitleCard.h"
 #include "media/MediaFixtures.h"
 #include "media/VideoFacts.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QPainter>
@@ -229,11 +232,54 @@ TEST(MotionRenderer, RendersOffTheCallersThread)
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     FfmpegMotionRenderer renderer(64, 36);
-    auto rendering = renderer.render(solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3), clip, {}, {});
+    auto rendering = renderer.render({solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3)}, clip, {}, {});
     blockingWait(std::move(rendering));
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
-    auto failing = renderer.render(dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3), clip, {}, {});
+    auto failing = renderer.render({dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3)}, clip, {}, {});
     EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
+}
+
+TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    MotionClip request{solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(60, 10), 7, 3,
+                       QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"), QStringLiteral("key-1")};
+    FfmpegMotionRenderer(64, 36).renderNow(request, clip, {}, {});
+
+    const VideoFacts facts = inspectVideo(clip);
+    ASSERT_EQ(facts.frameTimes.size(), 7);
+    EXPECT_NEAR(facts.videoEnd, 0.7, 1e-6);
+    const YuvColour red = test::expectedColour(Qt::red);
+    for (int k = 0; k < 7; ++k) {
+        // The card is the still darkened, so its colour is far from the still's own.
+        const bool card = k < 3;
+        EXPECT_EQ(std::abs(facts.frameColours[k].cr - red.cr) > 20, card) << k;
+    }
+    EXPECT_EQ(clipKey(clip), QStringLiteral("key-1"));
+    EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("s.png"))), std::nullopt);
+    EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("missing.mov"))), std::nullopt);
+}
+
+TEST(TitleCard, LettersTheTitleOverTheDarkenedStill)
+{
+    QImage still(1280, 720, QImage::Format_RGB32);
+    still.fill(QColor(40, 120, 200));
+    QPainter(&still).fillRect(0, 0, 640, 720, QColor(230, 90, 60));
+    const QImage card = titleCard(still, QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"));
+    QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
+    card.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/title-card.png"));
+
+    ASSERT_EQ(card.size(), still.size());
+    // Away from the letters the picture is darker and its two halves blurred into each other.
+    const QColor corner = card.pixelColor(20, 20);
+    EXPECT_LT(corner.lightness(), QColor(230, 90, 60).lightness() * 0.7);
+    EXPECT_NE(card.pixelColor(632, 700), card.pixelColor(20, 700)) << "no blur across the middle";
+    // The title's row holds cream letters brighter than anything in the darkened picture.
+    int bright = 0;
+    for (int x = 0; x < card.width(); ++x)
+        bright += card.pixelColor(x, int(720 * 0.40)).lightness() > 200 ? 1 : 0;
+    EXPECT_GT(bright, 40);
 }
 
 } // namespace

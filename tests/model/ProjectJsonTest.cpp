@@ -62,7 +62,7 @@ TEST(ProjectDocument, RoundTripOfADefaultProjectIsEqualAndOmitsNothingButOptiona
     EXPECT_EQ(readProjectDocument(document), project);
 
     const QJsonObject object = QJsonDocument::fromJson(document).object();
-    EXPECT_EQ(object.size(), 14) << "sixteen keys less the two empty optionals";
+    EXPECT_EQ(object.size(), 15) << "seventeen keys less the two empty optionals";
     EXPECT_FALSE(object.contains(QStringLiteral("lyricsSource")));
     EXPECT_FALSE(object.contains(QStringLiteral("plan")));
     EXPECT_FALSE(document.contains("null"));

@@ -64,6 +64,15 @@ const ReaderCase readerCases[] = {
     {"whole numbers may be written with a fraction of zero",
      R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30.0,"loop":false}})j",
      [](const Project &p) { EXPECT_EQ(p.motion.fps, 30); }},
+    {"motion saved before clip timing existed follows the song",
+     R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":false}})j",
+     [](const Project &p) { EXPECT_EQ(p.motion.clipTiming, ClipTiming::followSong); }},
+    {"fixed clip timing and the track's length",
+     R"j({"audioDuration":166.5,"motion":{"clipTiming":"fixed","intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":false}})j",
+     [](const Project &p) {
+         EXPECT_EQ(p.motion.clipTiming, ClipTiming::fixedLength);
+         EXPECT_EQ(p.audioDuration, 166.5);
+     }},
 
     // Tolerant storyboard.
     {"a chunk with only index 4", withChunk(R"j({"index":4})j"),
@@ -122,6 +131,7 @@ const ReaderCase readerCases[] = {
     {"a segment without end", R"j({"transcript":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","text":"a","start":0}]})j", {}},
     {"a plan element without prompt", R"j({"plan":{"elements":[{"id":"a","type":"b","continuityDescription":"c"}]}})j", {}},
     {"a string where a list belongs", R"j({"characters":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","name":"M","notes":"","referenceImagePaths":"/a.png"}]})j", {}},
+    {"an unknown clip timing", R"j({"motion":{"clipTiming":"loose","intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":true}})j", {}},
     {"a boolean written as a number", R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":1}})j", {}},
 };
 

@@ -42,6 +42,7 @@ Project fullyPopulatedProject()
     project.title = QStringLiteral("Live / Remix 2");
     project.artist = QStringLiteral("Ünïcødé Band 🎸");
     project.audioPath = QStringLiteral("/music/live remix.mp3");
+    project.audioDuration = 211.25;
     project.rawLyrics = QStringLiteral("Line one\nLine \"two\"\ttabbed\n\\ back slash");
     project.transcript = {{QUuid::createUuid(), QStringLiteral("Line one"), 0.25, 3.125},
                           {QUuid::createUuid(), QStringLiteral("Line two"), 3.125, 7.0000001}};
@@ -82,7 +83,7 @@ Project fullyPopulatedProject()
     project.characters = {CharacterReference{*chunk.characterID, QStringLiteral("Mara"), QStringLiteral("red jacket"),
                                              {QStringLiteral("/pics/mara 1.png"), QStringLiteral("/pics/mara2.jpg")}}};
     project.style.continuityNotes = QStringLiteral("Warm dusk");
-    project.motion = {0.75, 0.2, 5.5, 24, false};
+    project.motion = {0.75, 0.2, 5.5, 24, false, ClipTiming::fixedLength};
     project.exportSettings = {ExportResolution::p2160, ExportContainer::mov, false, QStringLiteral("/exports here")};
     project.createdAt = QDateTime(QDate(2024, 12, 31), QTime(23, 59, 59), Qt::UTC);
     project.updatedAt = QDateTime(QDate(2025, 1, 1), QTime(0, 0, 1), Qt::UTC);

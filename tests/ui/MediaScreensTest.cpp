@@ -63,6 +63,54 @@ TEST(MotionScreen, WarnsUntilEveryFrameIsAcceptedAndShowsItsValues)
     ui.screenshot(QStringLiteral("motion-ready"));
 }
 
+TEST(MotionScreen, TheClipDurationAppliesOnlyToFixedLengthClips)
+{
+    UiHarness ui(project(4, 4));
+    ui.store.setSelectedStage(PipelineStage::motion);
+    ui.settle();
+    EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 0);
+    EXPECT_FALSE(ui.find(QStringLiteral("durationRow"))->isEnabled());
+    ui.screenshot(QStringLiteral("motion-follow-the-song"));
+
+    ui.store.editProject([](Project &p) { p.motion.clipTiming = ClipTiming::fixedLength; });
+    ui.settle();
+    EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 1);
+    EXPECT_TRUE(ui.find(QStringLiteral("durationRow"))->isEnabled());
+    ui.screenshot(QStringLiteral("motion-fixed-length"));
+
+    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.settle();
+    // The first card: its start, then how long its frame is on screen.
+    EXPECT_TRUE(ui.text(QStringLiteral("spanText")).startsWith(QStringLiteral("0:00.00 · 4."))) << ui.text(QStringLiteral("spanText")).toStdString();
+}
+
+TEST(PreviewScreen, FindsTheClipOnScreenAtEveryMomentOfTheVideo)
+{
+    Project timed = project(3, 3);
+    timed.audioDuration = 14;
+    timed.chunks[0].start = 1.5; // a title card until then, in the first clip
+    timed.chunks[1].start = 4;
+    timed.chunks[2].start = 9.25;
+    const QString first = uuidText(timed.chunks[0].id);
+    const QString second = uuidText(timed.chunks[1].id);
+    const QString third = uuidText(timed.chunks[2].id);
+    UiHarness ui(timed);
+    ui::MediaSettings media(ui.store);
+    const struct {
+        double seconds;
+        QString chunk;
+    } song[] = {{0, first}, {3.99, first}, {4.0, second}, {9.2, second}, {9.3, third}, {13.9, third}, {99, third}};
+    for (const auto &moment : song)
+        EXPECT_EQ(media.chunkAt(moment.seconds), moment.chunk) << moment.seconds;
+    EXPECT_EQ(media.clipStart(first), 0);
+    EXPECT_EQ(media.clipStart(second), 4);
+    EXPECT_NEAR(media.clipStart(third), 9.25, 1.0 / 30);
+
+    ui.store.editProject([](Project &p) { p.motion.clipTiming = ClipTiming::fixedLength; });
+    EXPECT_EQ(media.chunkAt(2.5), second);
+    EXPECT_EQ(media.clipStart(third), 4);
+}
+
 TEST(MotionScreen, AnEmptyProjectHasNoClips)
 {
     UiHarness ui{Project{}};

@@ -16,6 +16,8 @@ Panel {
     required property bool featuresCharacter
     required property string renderedText
     required property string imagePrompt
+    required property real start
+    required property real end
     readonly property var chip: Texts.storyboardChip(hasFrame, passedCount)
 
     implicitHeight: content.implicitHeight + 2 * padding
@@ -33,6 +35,14 @@ Panel {
                 font.pixelSize: 18
                 color: Theme.cream
                 Layout.fillWidth: true
+            }
+            Text {
+                objectName: "spanText"
+                text: Store.media.chunkTime(card.start) + " · " + Math.max(0, card.end - card.start).toFixed(1) + " s"
+                font.family: "monospace"
+                font.pixelSize: 11
+                font.weight: Font.Medium
+                color: Theme.muted
             }
             StatusChip {
                 objectName: "chunkChip"

@@ -74,10 +74,41 @@ ColumnLayout {
                     onMoved: screen.media.zoom = value
                 }
             }
+            RowLayout {
+                Layout.fillWidth: true
+                ColumnLayout {
+                    spacing: 2
+                    Layout.fillWidth: true
+                    Text {
+                        text: "Clip timing"
+                        font.pixelSize: 13
+                        color: Theme.cream
+                    }
+                    Text {
+                        objectName: "timingHint"
+                        text: screen.media.followsSong
+                              ? "Each frame is on screen while its words are sung; the video lasts the whole song."
+                              : "Every clip lasts the clip duration below; the song is cut where the clips end."
+                        font.pixelSize: 11
+                        color: Theme.muted
+                        wrapMode: Text.WordWrap
+                        Layout.fillWidth: true
+                    }
+                }
+                KitComboBox {
+                    objectName: "timingPicker"
+                    Layout.preferredWidth: 170
+                    model: ["Follow the song", "Fixed length"]
+                    currentIndex: screen.media.followsSong ? 0 : 1
+                    onActivated: index => screen.media.followsSong = index === 0
+                }
+            }
             SettingRow {
                 objectName: "durationRow"
                 label: "Clip duration"
                 value: screen.media.duration.toFixed(1) + "s"
+                enabled: !screen.media.followsSong
+                opacity: enabled ? 1 : 0.45
                 Layout.fillWidth: true
                 KitSlider {
                     width: parent.width

@@ -13,38 +13,59 @@ ColumnLayout {
     readonly property var current: Store.revision >= 0 && currentId.length > 0 ? Store.chunkView(currentId) : ({})
     readonly property bool hasClip: (current.clipPath ?? "").length > 0 && Store.media.fileExists(current.clipPath)
     property bool playingSequence: false
-    property int sequenceIndex: 0
+    // With a track the song leads the sequence: the clip on screen is always the one whose
+    // span holds the song's position, at the matching offset, as in the exported video.
+    readonly property bool songLeads: Store.media.audioURL.length > 0
+    property real pendingOffset: -1
 
     spacing: 18
 
     function playSequence() {
         if (Store.chunkCount === 0)
             return
-        screen.sequenceIndex = 0
         screen.playingSequence = true
-        Store.selectedChunkId = Store.chunkIdAt(0)
-        song.position = 0
-        if (Store.media.audioURL.length > 0)
+        if (screen.songLeads) {
+            song.position = 0
+            screen.follow(0)
             song.play()
-        player.play()
+        } else {
+            Store.selectedChunkId = Store.media.chunkAt(0)
+            Qt.callLater(player.play)
+        }
     }
 
     function stopSequence() {
         screen.playingSequence = false
-        song.stop()
+        song.pause()
         player.pause()
     }
 
-    // The next clip of the sequence; the song keeps playing underneath.
-    function advance() {
-        if (!screen.playingSequence)
+    // Shows the clip holding `ms` of the song, at the offset the export has it at.
+    function follow(ms) {
+        const id = Store.media.chunkAt(ms / 1000)
+        if (id.length === 0)
             return
-        screen.sequenceIndex += 1
-        if (screen.sequenceIndex >= Store.chunkCount) {
+        const offset = Math.max(0, ms - Store.media.clipStart(id) * 1000)
+        if (id !== screen.currentId) {
+            screen.pendingOffset = offset
+            Store.selectedChunkId = id
+            if (screen.playingSequence)
+                Qt.callLater(player.play)
+        } else if (Math.abs(player.position - offset) > 250) {
+            player.position = offset
+        }
+    }
+
+    // Without a track, the clips play one after another in their video order.
+    function advance() {
+        if (!screen.playingSequence || screen.songLeads)
+            return
+        const next = Store.media.chunkAt(Store.media.clipStart(screen.currentId) + player.duration / 1000 + 0.001)
+        if (next === screen.currentId) {
             screen.stopSequence()
             return
         }
-        Store.selectedChunkId = Store.chunkIdAt(screen.sequenceIndex)
+        Store.selectedChunkId = next
         Qt.callLater(player.play)
     }
 
@@ -59,12 +80,22 @@ ColumnLayout {
         id: player
         source: screen.hasClip ? screen.current.clipPath : ""
         videoOutput: video
-        onMediaStatusChanged: if (mediaStatus === MediaPlayer.EndOfMedia) screen.advance()
+        onMediaStatusChanged: {
+            if (screen.pendingOffset >= 0 && (mediaStatus === MediaPlayer.LoadedMedia
+                                              || mediaStatus === MediaPlayer.BufferedMedia)) {
+                position = screen.pendingOffset
+                screen.pendingOffset = -1
+            }
+            if (mediaStatus === MediaPlayer.EndOfMedia)
+                screen.advance()
+        }
     }
     MediaPlayer {
         id: song
         source: Store.media.audioURL
         audioOutput: AudioOutput {}
+        onPositionChanged: if (screen.playingSequence) screen.follow(position)
+        onMediaStatusChanged: if (mediaStatus === MediaPlayer.EndOfMedia) screen.stopSequence()
     }
 
     Rectangle {
@@ -116,6 +147,29 @@ ColumnLayout {
             to: Math.max(1, player.duration)
             value: player.position
             onMoved: player.position = value
+            Layout.fillWidth: true
+        }
+    }
+
+    RowLayout {
+        objectName: "songRow"
+        visible: screen.songLeads
+        spacing: 10
+        Layout.fillWidth: true
+        Text {
+            text: "Song"
+            font.pixelSize: 12
+            color: Theme.muted
+        }
+        KitSlider {
+            objectName: "songSlider"
+            from: 0
+            to: Math.max(1, song.duration)
+            value: song.position
+            onMoved: {
+                song.position = value
+                screen.follow(value)
+            }
             Layout.fillWidth: true
         }
     }

@@ -1,0 +1,44 @@
+#pragma once
+
+// When each chunk's frame is on screen. Following the song, the chunks tile it: chunk k is
+// shown from its start until the next chunk starts, the last until the song ends, and the
+// clips are cut on the video's frame grid so that together they last exactly as long.
+
+#include "model/Records.h"
+
+namespace quillvane {
+
+// A first lyric this late into the song opens the video with a title card.
+inline constexpr double introThreshold = 1.0;
+
+// Sets every chunk's start and end to the time its frame is on screen; does nothing in
+// fixed-length timing or without chunks. In index order (stored order among equal indexes):
+// - a start is moved to the start of the transcript line the chunk's lyric begins with (the
+//   nearest such line when the line repeats), kept within the song and never before the
+//   previous chunk's start; a first chunk starting under introThreshold starts at 0;
+// - each chunk ends where the next starts, the last where the song ends (audioDuration);
+//   without a known length the last keeps its own end, or lasts durationSeconds when its
+//   end is not after its start;
+// - a chunk that would be on screen for less than one frame gets an empty span at the next
+//   chunk's start, so the chunk before it stays on screen in its place.
+// Applying it twice changes nothing the second time.
+void followSong(Project &project);
+
+// One clip of a video that follows the song.
+struct ClipSlot {
+    QUuid chunkID;
+    qint64 frameCount = 1;  // frames of the clip, title card included
+    qint64 introFrames = 0; // frames of title card before the chunk's frame
+    bool operator==(const ClipSlot &) const = default;
+};
+
+// The clips of the video when it follows the song, in playback order: one per chunk with a
+// non-empty span (after followSong), the first of them opening with the title card for the
+// frames before it. Frame counts add up to the end of the last span rounded up to a whole
+// frame at max(fps, 1).
+QList<ClipSlot> clipSlots(const Project &project);
+
+// Chunk positions in project.chunks, sorted by index (stable).
+QList<qsizetype> playbackOrder(const QList<StoryboardChunk> &chunks);
+
+} // namespace quillvane

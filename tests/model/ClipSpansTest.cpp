@@ -1,0 +1,154 @@
+// Spans laid over the song: what each chunk's start and end become, and the clips cut from them.
+
+#include "model/ClipSpans.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+using namespace quillvane;
+
+namespace {
+
+struct Timed {
+    qint64 index;
+    double start;
+    double end;
+    const char *lyric = "";
+};
+
+Project projectWith(const QList<Timed> &chunks, double song, const QList<TranscriptSegment> &lines = {})
+{
+    Project project;
+    project.audioDuration = song;
+    project.motion.fps = 10;
+    project.transcript = lines;
+    for (const Timed &t : chunks) {
+        StoryboardChunk chunk;
+        chunk.index = t.index;
+        chunk.start = t.start;
+        chunk.end = t.end;
+        chunk.lyricExcerpt = QString::fromUtf8(t.lyric);
+        project.chunks.append(chunk);
+    }
+    return project;
+}
+
+TranscriptSegment line(const char *text, double start) { return {QUuid::createUuid(), QString::fromUtf8(text), start, start + 1}; }
+
+// (start, end) of every chunk in stored order.
+QList<std::pair<double, double>> spans(const Project &project)
+{
+    QList<std::pair<double, double>> result;
+    for (const StoryboardChunk &chunk : project.chunks)
+        result.append({chunk.start, chunk.end});
+    return result;
+}
+
+using Spans = QList<std::pair<double, double>>;
+
+TEST(FollowSong, LaysTheChunksOverTheSong)
+{
+    const QList<TranscriptSegment> lyrics{line("Under the bridge, we wait", 12.4), line("Lights go out", 20.0),
+                                          line("Under the bridge", 40.0)};
+    struct Case {
+        const char *description;
+        Project project;
+        Spans expected;
+    };
+    const Case rows[] = {
+        {"each chunk runs to the next start, the last to the song's end",
+         projectWith({{0, 0.5, 3}, {1, 5, 7}, {2, 9, 10}}, 30), {{0, 5}, {5, 9}, {9, 30}}},
+        {"stored out of order, played by index", projectWith({{2, 9, 10}, {0, 2, 3}, {1, 5, 7}}, 30),
+         {{9, 30}, {2, 5}, {5, 9}}},
+        {"rough planner times snap to the line the lyric begins with",
+         projectWith({{0, 11, 19}, {1, 21.3, 30, "Lights go out\nand on"}}, 60, lyrics), {{11, 20}, {20, 60}}},
+        {"a repeated line snaps to the nearest of its times",
+         projectWith({{0, 19, 30, "lights, go OUT!"}, {1, 38.5, 50, "under the bridge"}}, 60, lyrics),
+         {{20, 40}, {40, 60}}},
+        {"a lyric that is not a whole word of the line does not snap",
+         projectWith({{0, 3, 30, "Light"}}, 60, lyrics), {{3, 60}}},
+        {"a start before the previous one is raised to it, and the earlier of the two gives way",
+         projectWith({{0, 4, 8}, {1, 2, 8}, {2, 8, 9}}, 20), {{4, 4}, {4, 8}, {8, 20}}},
+        {"equal starts: the earlier chunk gives its time to the later", projectWith({{0, 3, 5}, {1, 3, 6}}, 10),
+         {{3, 3}, {3, 10}}},
+        {"a start past the song's end is clamped and emptied", projectWith({{0, 2, 5}, {1, 50, 60}}, 30),
+         {{2, 30}, {30, 30}}},
+        {"a span under one frame goes to the chunk before", projectWith({{0, 2, 5}, {1, 5, 5.02}, {2, 5.03, 6}}, 10),
+         {{2, 5.03}, {5.03, 5.03}, {5.03, 10}}},
+        {"a first lyric under a second in starts the video", projectWith({{0, 0.9, 4}, {1, 4, 6}}, 10),
+         {{0, 4}, {4, 10}}},
+        {"without audio the last chunk keeps its end", projectWith({{0, 2, 4}, {1, 4, 7.5}}, 0), {{2, 4}, {4, 7.5}}},
+        {"without audio an end before the start lasts the clip duration", projectWith({{0, 2, 4}, {1, 5, 1}}, 0),
+         {{2, 5}, {5, 9}}},
+    };
+    for (const Case &row : rows) {
+        SCOPED_TRACE(row.description);
+        Project project = row.project;
+        followSong(project);
+        const Spans got = spans(project);
+        ASSERT_EQ(got.size(), row.expected.size());
+        for (qsizetype i = 0; i < got.size(); ++i) {
+            EXPECT_DOUBLE_EQ(got[i].first, row.expected[i].first) << i;
+            EXPECT_DOUBLE_EQ(got[i].second, row.expected[i].second) << i;
+        }
+        Project again = project;
+        followSong(again);
+        EXPECT_EQ(again, project) << "a second pass changed the spans";
+    }
+}
+
+TEST(FollowSong, FixedLengthTimingLeavesTheChunksAlone)
+{
+    Project project = projectWith({{0, 2, 3}, {1, 1, 9}}, 30);
+    project.motion.clipTiming = ClipTiming::fixedLength;
+    const Project before = project;
+    followSong(project);
+    EXPECT_EQ(project, before);
+}
+
+TEST(ClipSlots, TileTheSongOnTheFrameGrid)
+{
+    struct Case {
+        const char *description;
+        Project project;
+        QList<std::pair<qint64, qint64>> frames; // (frames, title card frames) per clip
+    };
+    const Case rows[] = {
+        {"a late first lyric opens with the title card", projectWith({{0, 2.34, 3}, {1, 5.06, 7}}, 9.01),
+         {{51, 23}, {40, 0}}},
+        {"an early first lyric has none", projectWith({{0, 0.4, 3}, {1, 5, 7}}, 9), {{50, 0}, {40, 0}}},
+        {"emptied chunks have no clip", projectWith({{0, 3, 5}, {1, 3, 6}, {2, 50, 60}}, 10), {{100, 30}}},
+        {"without audio the video ends with the last chunk", projectWith({{0, 2, 4}, {1, 4, 7.5}}, 0),
+         {{40, 20}, {35, 0}}},
+    };
+    for (const Case &row : rows) {
+        SCOPED_TRACE(row.description);
+        const QList<ClipSlot> slots = clipSlots(row.project);
+        ASSERT_EQ(slots.size(), row.frames.size());
+        for (qsizetype i = 0; i < slots.size(); ++i) {
+            EXPECT_EQ(slots[i].frameCount, row.frames[i].first) << i;
+            EXPECT_EQ(slots[i].introFrames, row.frames[i].second) << i;
+        }
+    }
+}
+
+TEST(ClipSlots, AddUpToTheSongRoundedUpWhateverTheStarts)
+{
+    // Starts that fall between frames everywhere: the cuts must not drift over a long song.
+    QList<Timed> chunks;
+    for (int k = 0; k < 60; ++k)
+        chunks.append({k, 3.0 + k * 3.717, 0});
+    for (const qint64 fps : {24, 30, 60}) {
+        Project project = projectWith(chunks, 233.3333, {});
+        project.motion.fps = fps;
+        const QList<ClipSlot> slots = clipSlots(project);
+        const qint64 total = std::accumulate(slots.begin(), slots.end(), qint64(0),
+                                             [](qint64 sum, const ClipSlot &slot) { return sum + slot.frameCount; });
+        EXPECT_EQ(total, qint64(std::ceil(233.3333 * double(fps)))) << fps;
+        EXPECT_EQ(slots.size(), 60);
+        EXPECT_EQ(slots.first().introFrames, std::llround(3.0 * double(fps)));
+    }
+}
+
+} // namespace
