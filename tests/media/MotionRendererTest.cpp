@@ -232,10 +232,12 @@ TEST(MotionRenderer, RendersOffTheCallersThread)
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     FfmpegMotionRenderer renderer(64, 36);
-    auto rendering = renderer.render({solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(1, 3)}, clip, {}, {});
+    auto rendering = renderer.render({.imagePath = solidStill(dir, QStringLiteral("s.png"), Qt::red), .settings = shortMotion(1, 3)}, clip,
+                                     {}, {});
     blockingWait(std::move(rendering));
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
-    auto failing = renderer.render({dir.filePath(QStringLiteral("missing.png")), shortMotion(1, 3)}, clip, {}, {});
+    auto failing = renderer.render({.imagePath = dir.filePath(QStringLiteral("missing.png")), .settings = shortMotion(1, 3)},
+                                   clip, {}, {});
     EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
 }
 
