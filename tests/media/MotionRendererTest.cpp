@@ -232,12 +232,14 @@ TEST(MotionRenderer, RendersOffTheCallersThread)
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     FfmpegMotionRenderer renderer(64, 36);
-    auto rendering = renderer.render({.imagePath = solidStill(dir, QStringLiteral("s.png"), Qt::red), .settings = shortMotion(1, 3)}, clip,
-                                     {}, {});
+    MotionClip request;
+    request.imagePath = solidStill(dir, QStringLiteral("s.png"), Qt::red);
+    request.settings = shortMotion(1, 3);
+    auto rendering = renderer.render(request, clip, {}, {});
     blockingWait(std::move(rendering));
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
-    auto failing = renderer.render({.imagePath = dir.filePath(QStringLiteral("missing.png")), .settings = shortMotion(1, 3)},
-                                   clip, {}, {});
+    request.imagePath = dir.filePath(QStringLiteral("missing.png"));
+    auto failing = renderer.render(request, clip, {}, {});
     EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
 }
 
