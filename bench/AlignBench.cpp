@@ -3,10 +3,11 @@
 // NAME.words.csv "word_start,word_end,line_end"). Each song's lyrics are timed the way the
 // timing run times them, and the figures printed per song and overall: mean absolute error of
 // line starts, share of lines within 0.5 s and 1 s, the same for word starts, and the time
-// taken as a share of the song's length.
-// Run: build/bench/align_bench [SONG_FOLDER [NAME ...]]   (default ../shared/eval/songs from
+// taken (the import's check of embedded lyrics plus the timing) as a share of the song's length.
+// Run: build/bench/align_bench [--timing-only] [--proportional] [--lines] [SONG_FOLDER [NAME ...]]   (default ../shared/eval/songs from
 // the source folder)
 
+#include "audio/AudioImport.h"
 #include "audio/AudioTools.h"
 #include "audio/Lyrics.h"
 #include "audio/SpeechAligner.h"
@@ -67,7 +68,13 @@ void print(const char *name, const Errors &e)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    const QStringList arguments = app.arguments().mid(1);
+    QStringList arguments = app.arguments().mid(1);
+    // --timing-only leaves the import's check out of the time taken, for quicker rounds.
+    const bool timingOnly = arguments.removeAll(QStringLiteral("--timing-only")) > 0;
+    // --proportional times the lines as the timing run does by proportion, for comparison.
+    const bool proportional = arguments.removeAll(QStringLiteral("--proportional")) > 0;
+    // --lines prints every line's times beside the annotated start.
+    const bool eachLine = arguments.removeAll(QStringLiteral("--lines")) > 0;
     const QDir folder(arguments.isEmpty() ? QStringLiteral(QUILLVANE_SOURCE_DIR "/../shared/eval/songs")
                                           : arguments.first());
     QStringList names = arguments.mid(1);
@@ -84,16 +91,24 @@ int main(int argc, char **argv)
         QFile text(folder.filePath(name + QStringLiteral(".txt")));
         if (!text.open(QIODevice::ReadOnly))
             continue;
-        const QStringList lines = lyricLines(QString::fromUtf8(text.readAll()));
+        const QString lyrics = QString::fromUtf8(text.readAll());
+        const QStringList lines = lyricLines(lyrics);
         const QString audio = folder.filePath(name + QStringLiteral(".mp3"));
         Errors song;
         song.length = AudioTools::readMetadataNow(audio).duration;
         QElapsedTimer timer;
         timer.start();
+        // The import hears the head and tail of the track to check the embedded lyrics.
+        SpeechTranscriber transcriber;
+        if (!timingOnly)
+            blockingWait(verifyLyrics(transcriber, audio, lyrics, song.length, {}));
         QString outcome;
         QList<TranscriptSegment> segments;
         try {
-            segments = blockingWait(timeLyrics(aligner, audio, lines, {}, {}));
+            if (proportional)
+                segments = alignLines(lines, blockingWait(transcriber.transcribe(audio, {}, {})).chunks, song.length);
+            else
+                segments = blockingWait(timeLyrics(aligner, audio, lines, {}, {}));
         } catch (const Error &error) {
             outcome = error.description();
             segments = alignLines(lines, {}, song.length);
@@ -102,6 +117,11 @@ int main(int argc, char **argv)
         const std::vector<double> lineStarts = firstColumn(folder.filePath(name + QStringLiteral(".lines.csv")));
         for (std::size_t i = 0; i < std::min(lineStarts.size(), std::size_t(segments.size())); ++i)
             song.lines.push_back(std::abs(segments.at(qsizetype(i)).start - lineStarts[i]));
+        if (eachLine)
+            for (qsizetype i = 0; i < segments.size(); ++i)
+                std::printf("  %6.2f %6.2f (truth %6.2f) %s\n", segments[i].start, segments[i].end,
+                            std::size_t(i) < lineStarts.size() ? lineStarts[std::size_t(i)] : -1.0,
+                            segments[i].text.toUtf8().constData());
         const std::vector<double> wordStarts = firstColumn(folder.filePath(name + QStringLiteral(".words.csv")));
         std::vector<double> timed;
         for (const TranscriptSegment &segment : segments)

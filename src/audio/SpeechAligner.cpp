@@ -32,10 +32,17 @@ constexpr std::size_t blockSamples = PcmDecoder::sampleRate;
 // A lyric word may go unsung (a chorus written once, an ad-lib line): the grammar lets the
 // recognizer step over it at this price, high enough that it sings through the words it can.
 constexpr double skipProbability = 0.02;
-// Below this share of words found the lyrics are taken not to be in the song.
-constexpr double leastFoundShare = 0.25;
+// The price of one phone of humming between words: what the band plays and the singer adds
+// is heard as phones that belong to no lyric word rather than pulling the words to it.
+constexpr double hummedPhoneProbability = 1e-4;
+// Below this share of words found the path has lost the singer and is not trusted.
+constexpr double leastFoundShare = 0.5;
 // A sung word held longer than this is the recognizer swallowing music, not a word heard.
 constexpr double longestWord = 3.0;
+// Every phone of the model, each also a word of its own for the humming.
+const char *const modelPhones[] = {"AA", "AE", "AH", "AO", "AW", "AY", "B",  "CH", "D",  "DH", "EH", "ER", "EY",
+                                   "F",  "G",  "HH", "IH", "IY", "JH", "K",  "L",  "M",  "N",  "NG", "OW", "OY",
+                                   "P",  "R",  "S",  "SH", "T",  "TH", "UH", "UW", "V",  "W",  "Y",  "Z",  "ZH"};
 
 struct ConfigFreer {
     void operator()(cmd_ln_t *config) const { cmd_ln_free_r(config); }
@@ -65,18 +72,24 @@ Config configFor(const SpeechModel &model)
 
 QString phoneName(const QString &phone) { return QString(phone).remove(QRegularExpression(QStringLiteral("\\d"))); }
 
-// The grammar of the lyrics: state i to i+1 sings word i or steps over it.
+// The grammar of the lyrics: state i to i+1 sings word i or steps over it, and any state
+// may hum single phones for as long as the music lasts.
 Fsg lyricsGrammar(ps_decoder_t *decoder, const QStringList &wordNames)
 {
     QByteArray text = "FSG_BEGIN lyrics\nNUM_STATES " + QByteArray::number(wordNames.size() + 1)
         + "\nSTART_STATE 0\nFINAL_STATE " + QByteArray::number(wordNames.size()) + '\n';
     const QByteArray sung = QByteArray::number(1 - skipProbability);
     const QByteArray skipped = QByteArray::number(skipProbability);
-    for (qsizetype i = 0; i < wordNames.size(); ++i) {
+    const QByteArray hummed = QByteArray::number(hummedPhoneProbability);
+    for (qsizetype i = 0; i <= wordNames.size(); ++i) {
         const QByteArray from = QByteArray::number(i);
-        const QByteArray to = QByteArray::number(i + 1);
-        text += "TRANSITION " + from + ' ' + to + ' ' + sung + ' ' + wordNames.at(i).toUtf8() + '\n';
-        text += "TRANSITION " + from + ' ' + to + ' ' + skipped + '\n';
+        if (i < wordNames.size()) {
+            const QByteArray to = QByteArray::number(i + 1);
+            text += "TRANSITION " + from + ' ' + to + ' ' + sung + ' ' + wordNames.at(i).toUtf8() + '\n';
+            text += "TRANSITION " + from + ' ' + to + ' ' + skipped + '\n';
+        }
+        for (const char *phone : modelPhones)
+                text += "TRANSITION " + from + ' ' + from + ' ' + hummed + " g" + phone + '\n';
     }
     text += "FSG_END\n";
     FILE *stream = fmemopen(text.data(), std::size_t(text.size()), "r");
@@ -142,7 +155,6 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     // Each sung word is a dictionary entry of its own, named by its place in the lyrics, so
     // the recognizer's answer says which occurrence of a repeated word it heard.
     QStringList wordNames;
-    QList<qsizetype> wordIndex;
     for (qsizetype i = 0; i < words.size(); ++i) {
         QStringList sounds;
         for (const QString &phone : phones->at(i))
@@ -155,16 +167,27 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
             < 0)
             continue;
         wordNames << name;
-        wordIndex << i;
+
     }
     if (wordNames.isEmpty())
         throw AlignmentError::notFound();
+    for (const char *phone : modelPhones)
+        ps_add_word(decoder.get(), (QByteArray("g") + phone).constData(), phone, FALSE);
+    const std::vector<int16_t> samples = wholeSong(work.audioPath, work.cancel);
+    const double duration = double(samples.size()) / PcmDecoder::sampleRate;
+
+    // Where each line's words start in the flat word list.
+    QList<qsizetype> lineOf(words.size());
+    QList<qsizetype> placeInLine(words.size());
+    for (qsizetype line = 0, flat = 0; line < lines.size(); ++line)
+        for (qsizetype place = 0; place < lines.at(line).size(); ++place, ++flat) {
+            lineOf[flat] = line;
+            placeInLine[flat] = place;
+        }
+    const double frameRate = cmd_ln_int32_r(ps_get_config(decoder.get()), "-frate");
     const Fsg grammar = lyricsGrammar(decoder.get(), wordNames);
     if (!grammar || ps_set_fsg(decoder.get(), "lyrics", grammar.get()) < 0 || ps_set_search(decoder.get(), "lyrics") < 0)
         throw AlignmentError::failed(QStringLiteral("the speech recognizer did not take the lyrics."));
-
-    const std::vector<int16_t> samples = wholeSong(work.audioPath, work.cancel);
-    const double duration = double(samples.size()) / PcmDecoder::sampleRate;
     if (ps_start_utt(decoder.get()) < 0)
         throw AlignmentError::failed(QStringLiteral("the speech recognizer stopped with an error."));
     int told = -1;
@@ -179,18 +202,8 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
             work.onProgress(QStringLiteral("Aligning lyrics %1%").arg(percent));
         }
     }
-    if (ps_end_utt(decoder.get()) < 0)
-        throw AlignmentError::failed(QStringLiteral("the speech recognizer stopped with an error."));
-
-    // Where each line's words start in the flat word list.
-    QList<qsizetype> lineOf(words.size());
-    QList<qsizetype> placeInLine(words.size());
-    for (qsizetype line = 0, flat = 0; line < lines.size(); ++line)
-        for (qsizetype place = 0; place < lines.at(line).size(); ++place, ++flat) {
-            lineOf[flat] = line;
-            placeInLine[flat] = place;
-        }
-    const double frameRate = cmd_ln_int32_r(ps_get_config(decoder.get()), "-frate");
+    // The path is read before the utterance ends: an ended utterance only answers with a path
+    // through the whole grammar, and the song may hold fewer words than the lyrics.
     qsizetype found = 0;
     for (ps_seg_t *segment = ps_seg_iter(decoder.get()); segment; segment = ps_seg_next(segment)) {
         const QString token = QString::fromUtf8(ps_seg_word(segment));
@@ -203,14 +216,18 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
         int first = 0;
         int last = 0;
         ps_seg_frames(segment, &first, &last);
-        AlignedWord &word = lines[lineOf[flat]][placeInLine[flat]];
-        word.start = first / frameRate;
-        word.end = std::max(first, last + 1) / frameRate;
-        if (word.end - word.start > longestWord)
+        const double start = first / frameRate;
+        const double end = std::max(first, last + 1) / frameRate;
+        if (end - start > longestWord)
             continue;
+        AlignedWord &word = lines[lineOf[flat]][placeInLine[flat]];
+        word.start = start;
+        word.end = end;
         word.confidence = 1;
         ++found;
     }
+    if (ps_end_utt(decoder.get()) < 0)
+        throw AlignmentError::failed(QStringLiteral("the speech recognizer stopped with an error."));
     if (double(found) < leastFoundShare * double(wordNames.size()))
         throw AlignmentError::notFound();
     return SpeechAligner::fillUnplaced(lines, duration);
