@@ -63,8 +63,9 @@ Config configFor(const SpeechModel &model)
     std::call_once(silenced, [] { err_set_logfp(nullptr); });
     const QByteArray acoustic = QFile::encodeName(model.acousticModel);
     const QByteArray dictionary = QFile::encodeName(model.dictionary);
-    // Music between the sung lines is heard as silence or noise, which the grammar allows
-    // anywhere between words.
+    // Breaths and pauses between the sung words are heard as silence or noise, which the
+    // grammar allows anywhere; silence comes cheaper than the recognizer's defaults, since a
+    // song has far more of it between words than speech does.
     return Config(cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acoustic.constData(), "-dict", dictionary.constData(),
                               "-remove_silence", "no", "-fsgusefiller", "yes", "-silprob", "0.1", "-fillprob", "0.05",
                               nullptr));
@@ -89,7 +90,7 @@ Fsg lyricsGrammar(ps_decoder_t *decoder, const QStringList &wordNames)
             text += "TRANSITION " + from + ' ' + to + ' ' + skipped + '\n';
         }
         for (const char *phone : modelPhones)
-                text += "TRANSITION " + from + ' ' + from + ' ' + hummed + " g" + phone + '\n';
+            text += "TRANSITION " + from + ' ' + from + ' ' + hummed + " g" + phone + '\n';
     }
     text += "FSG_END\n";
     FILE *stream = fmemopen(text.data(), std::size_t(text.size()), "r");
