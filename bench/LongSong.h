@@ -16,7 +16,7 @@ inline Project longSong(int chunks, const std::function<void(StoryboardChunk &)>
     project.artist = QStringLiteral("The Marker Kids");
     project.rawLyrics = QStringLiteral("City lights are burning low\n").repeated(chunks);
     for (int i = 0; i < chunks; ++i) {
-        project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2});
+        project.transcript.append({QUuid::createUuid(), QStringLiteral("City lights are burning low"), i * 2.0, i * 2.0 + 2, {}});
         StoryboardChunk chunk;
         chunk.index = i;
         chunk.chunkNumber = i + 1;

@@ -132,7 +132,7 @@ QList<TranscriptSegment> alignLines(const QStringList &lines, const QList<TimedC
             double end = chunks.at(chunkAt(i + 1)).end;
             if (end <= start + 0.4)
                 end = start + 0.4;
-            segments.append({QUuid::createUuid(), kept.at(i), start, end});
+            segments.append({QUuid::createUuid(), kept.at(i), start, end, {}});
         }
         return segments;
     }
@@ -140,7 +140,7 @@ QList<TranscriptSegment> alignLines(const QStringList &lines, const QList<TimedC
     const double total = duration > 0 ? duration : double(count) * 3.0;
     const double step = total / double(count);
     for (qsizetype i = 0; i < count; ++i)
-        segments.append({QUuid::createUuid(), kept.at(i), step * double(i), step * double(i + 1)});
+        segments.append({QUuid::createUuid(), kept.at(i), step * double(i), step * double(i + 1), {}});
     return segments;
 }
 
@@ -150,7 +150,7 @@ QList<TranscriptSegment> segmentsFromChunks(const QList<TimedChunk> &chunks)
     for (const TimedChunk &chunk : chunks) {
         const QString text = trimBlanks(chunk.text);
         if (!text.isEmpty())
-            segments.append({QUuid::createUuid(), text, chunk.start, chunk.end});
+            segments.append({QUuid::createUuid(), text, chunk.start, chunk.end, {}});
     }
     return segments;
 }

@@ -38,15 +38,66 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
     auto reading = AudioTools::readMetadata(audioPath);
     const AudioMetadata metadata = co_await reading;
     cancel.throwIfCancelled();
-    auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
-    const TranscriptionResult heard = co_await transcription;
-    cancel.throwIfCancelled();
+
+    QList<TranscriptSegment> segments;
+    const std::shared_ptr<LyricsAligner> aligner = store.services().aligner;
+    if (store.timingMethod() == QLatin1String("words") && aligner && aligner->isAvailable()) {
+        try {
+            auto aligning = timeLyrics(*aligner, audioPath, lines, store.statusSink(), cancel);
+            segments = co_await aligning;
+        } catch (const AlignmentError &) {
+            store.statusSink()(proportionalFallbackNote);
+        } catch (const TranscriptionError &) {
+            store.statusSink()(proportionalFallbackNote);
+        }
+        cancel.throwIfCancelled();
+    }
+    if (segments.isEmpty()) {
+        auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+        const TranscriptionResult heard = co_await transcription;
+        cancel.throwIfCancelled();
+        segments = alignLines(lines, heard.chunks, metadata.duration);
+    }
 
     Project changed = store.project();
-    changed.transcript = alignLines(lines, heard.chunks, metadata.duration);
+    changed.transcript = segments;
     changed.audioDuration = metadata.duration;
     changed.updatedAt = now();
     store.setProject(changed);
+}
+
+QList<TranscriptSegment> segmentsFromWords(const QStringList &lines, const QList<QList<AlignedWord>> &words)
+{
+    QList<TranscriptSegment> segments;
+    double floor = 0;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        TranscriptSegment segment;
+        segment.text = lines.at(i);
+        const QList<AlignedWord> lineWords = words.value(i);
+        for (const AlignedWord &word : lineWords) {
+            const double start = std::max(word.start, floor);
+            segment.words << TimedWord{word.text, start, std::max(word.end, start)};
+            floor = start;
+        }
+        segment.start = segment.words.isEmpty() ? floor : segment.words.front().start;
+        segment.end = segment.words.isEmpty() ? floor : segment.words.back().end;
+        if (!segments.isEmpty() && segments.back().end > segment.start) {
+            TranscriptSegment &previous = segments.back();
+            previous.end = segment.start;
+            for (TimedWord &word : previous.words)
+                word.end = std::min(word.end, segment.start);
+        }
+        segments << segment;
+    }
+    return segments;
+}
+
+QCoro::Task<QList<TranscriptSegment>> timeLyrics(LyricsAligner &aligner, QString audioPath, QStringList lines,
+                                                 std::function<void(QString)> onStatus, CancelToken cancel)
+{
+    auto aligning = aligner.align(audioPath, lines, onStatus, cancel);
+    const QList<QList<AlignedWord>> words = co_await aligning;
+    co_return segmentsFromWords(lines, words);
 }
 
 QCoro::Task<> startTiming(ProjectStore &store)

@@ -27,3 +27,22 @@ TranscriptionError TranscriptionError::notAuthorized()
 }
 
 } // namespace quillvane
+
+namespace quillvane {
+
+AlignmentError::AlignmentError(const QString &description)
+    : Error(description)
+{
+}
+
+AlignmentError AlignmentError::notFound()
+{
+    return AlignmentError(QStringLiteral("The lyrics could not be found in the song."));
+}
+
+AlignmentError AlignmentError::failed(const QString &message)
+{
+    return AlignmentError(QStringLiteral("Aligning the lyrics failed: ") + message);
+}
+
+} // namespace quillvane

@@ -25,3 +25,20 @@ private:
 };
 
 } // namespace quillvane
+
+namespace quillvane {
+
+// Why known lyrics could not be found in their track; the timing run then lays the lines out
+// by proportion.
+class AlignmentError : public Error {
+public:
+    static AlignmentError notFound();
+    static AlignmentError failed(const QString &message);
+
+    bool operator==(const AlignmentError &other) const { return description() == other.description(); }
+
+private:
+    explicit AlignmentError(const QString &description);
+};
+
+} // namespace quillvane

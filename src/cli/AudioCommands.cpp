@@ -20,10 +20,20 @@ QCoro::Task<int> engine(CommandContext context)
     const Transcriber *transcriber = context.store.services().transcriber.get();
     const QString name = transcriber ? transcriber->name() : QStringLiteral("None");
     const bool available = transcriber && transcriber->isAvailable();
-    if (context.globals.json)
-        context.out.json({{QStringLiteral("engine"), name}, {QStringLiteral("available"), available}});
-    else
+    const LyricsAligner *aligner = context.store.services().aligner.get();
+    if (context.globals.json) {
+        QJsonObject object{{QStringLiteral("engine"), name}, {QStringLiteral("available"), available}};
+        if (aligner) {
+            object.insert(QStringLiteral("aligner"), aligner->name());
+            object.insert(QStringLiteral("alignerAvailable"), aligner->isAvailable());
+        }
+        context.out.json(object);
+    } else {
         context.out.line(name);
+        if (aligner)
+            context.out.line(QStringLiteral("Word aligner: %1%2").arg(aligner->name(), aligner->isAvailable() ? QString()
+                                                                       : QStringLiteral(" (not available)")));
+    }
     co_return 0;
 }
 

@@ -69,6 +69,8 @@ QCoro::Task<int> settings(CommandContext context)
     const ParsedArgs &args = context.args;
     if (const auto backend = args.value(QStringLiteral("backend")))
         store.setGenerationBackend(*backend);
+    if (const auto timing = args.value(QStringLiteral("timing")))
+        store.setTimingMethod(*timing);
     if (const auto model = args.value(QStringLiteral("model")))
         store.setGenerationModel(*model);
     if (const auto workflow = args.value(QStringLiteral("edit-workflow")))
@@ -86,6 +88,9 @@ QCoro::Task<int> settings(CommandContext context)
         context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.proxyBaseURL()));
         context.out.line(QStringLiteral("Generation:       %1").arg(store.generatesOffline() ? QStringLiteral("offline studio")
                                                                                              : QStringLiteral("Quillvane service")));
+        context.out.line(QStringLiteral("Timing:           %1").arg(store.timingMethod() == QLatin1String("words")
+                                                                        ? QStringLiteral("align words")
+                                                                        : QStringLiteral("by proportion")));
     }
     co_return 0;
 }
@@ -151,18 +156,23 @@ QList<Command> projectCommands()
          status},
         {QStringLiteral("show"), {}, QStringLiteral("print the project document exactly as it is saved"), {}, 0, 0,
          show},
-        {QStringLiteral("settings"), QStringLiteral("[--model M] [--edit-workflow W] [--proxy-url U] [--backend service|offline]"),
-         QStringLiteral("show or change the generation settings"),
+        {QStringLiteral("settings"), QStringLiteral("[--model M] [--edit-workflow W] [--proxy-url U] [--backend service|offline] [--timing words|proportional]"),
+         QStringLiteral("show or change the generation and timing settings"),
          {{QStringLiteral("backend"), QStringLiteral("service|offline"),
            QStringLiteral("generate with the Quillvane service or the built-in offline studio")},
           {QStringLiteral("model"), QStringLiteral("M"), QStringLiteral("image model identifier")},
           {QStringLiteral("edit-workflow"), QStringLiteral("W"), QStringLiteral("frame edit workflow")},
-          {QStringLiteral("proxy-url"), QStringLiteral("U"), QStringLiteral("generation proxy base URL")}},
+          {QStringLiteral("proxy-url"), QStringLiteral("U"), QStringLiteral("generation proxy base URL")},
+          {QStringLiteral("timing"), QStringLiteral("words|proportional"),
+           QStringLiteral("time lyrics by aligning their words to the audio, or lay lines out by proportion")}},
          0, 0, settings,
          [](const ParsedArgs &args) {
              const auto backend = args.value(QStringLiteral("backend"));
              if (backend && *backend != QLatin1String("service") && *backend != QLatin1String("offline"))
                  throw UsageError(QStringLiteral("--backend needs service or offline"));
+             const auto timing = args.value(QStringLiteral("timing"));
+             if (timing && *timing != QLatin1String("words") && *timing != QLatin1String("proportional"))
+                 throw UsageError(QStringLiteral("--timing needs words or proportional"));
          }},
         textFieldCommand(QStringLiteral("title"), QStringLiteral("TITLE"), QStringLiteral("set the track title"),
                          QStringLiteral("title"), &Project::title),

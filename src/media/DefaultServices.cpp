@@ -1,5 +1,6 @@
 #include "media/DefaultServices.h"
 
+#include "audio/SpeechAligner.h"
 #include "audio/SystemTranscriber.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
@@ -12,6 +13,7 @@ PipelineServices makeDefaultServices()
     services.transcriber = makeDefaultTranscriber();
     services.motion = std::make_shared<FfmpegMotionRenderer>(1920, 1080);
     services.exporter = std::make_shared<FfmpegVideoExporter>();
+    services.aligner = std::make_shared<SpeechAligner>();
     return services;
 }
 

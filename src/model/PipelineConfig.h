@@ -29,6 +29,8 @@ inline constexpr auto editWorkflow = "editWorkflow";
 inline constexpr auto proxyBaseURL = "proxyBaseURL";
 // "service" (the remote generation service) or "offline" (the built-in studio).
 inline constexpr auto generationBackend = "generationBackend";
+// "words" (lyric words aligned to the audio) or "proportional" (lines laid over the chunks).
+inline constexpr auto timingMethod = "timingMethod";
 } // namespace preferenceKeys
 
 struct PipelineConfig {

@@ -67,6 +67,15 @@ QJsonObject asObject(const T &record)
 
 } // namespace
 
+void encode(JsonWriter &w, const TimedWord &word)
+{
+    w.beginObject();
+    w.key("end").number(word.end, "word end");
+    w.key("start").number(word.start, "word start");
+    w.key("text").string(word.text);
+    w.endObject();
+}
+
 void encode(JsonWriter &w, const TranscriptSegment &segment)
 {
     w.beginObject();
@@ -74,6 +83,11 @@ void encode(JsonWriter &w, const TranscriptSegment &segment)
     w.key("id").string(uuidText(segment.id));
     w.key("start").number(segment.start, "segment start");
     w.key("text").string(segment.text);
+    // Absent rather than empty, so a line timed by proportion reads as it always has.
+    if (!segment.words.isEmpty()) {
+        w.key("words");
+        list(w, segment.words);
+    }
     w.endObject();
 }
 
@@ -248,11 +262,18 @@ QJsonObject toJson(const ExportSettings &exportSettings) { return asObject(expor
 QJsonObject toJson(const Project &project) { return asObject(project); }
 
 template <>
+TimedWord fromJson(const QJsonValue &value, const QString &path)
+{
+    const FieldReader r(value, path);
+    return {r.string(QStringLiteral("text")), r.number(QStringLiteral("start")), r.number(QStringLiteral("end"))};
+}
+
+template <>
 TranscriptSegment fromJson(const QJsonValue &value, const QString &path)
 {
     const FieldReader r(value, path);
     return {r.uuid(QStringLiteral("id")), r.string(QStringLiteral("text")), r.number(QStringLiteral("start")),
-            r.number(QStringLiteral("end"))};
+            r.number(QStringLiteral("end")), r.list<TimedWord>(QStringLiteral("words"), decoder<TimedWord>(), false)};
 }
 
 template <>

@@ -26,6 +26,7 @@ QByteArray writeProjectDocument(const Project &project);
 Project readProjectDocument(const QByteArray &bytes);
 
 // Streaming encoders, used to write the document.
+void encode(JsonWriter &writer, const TimedWord &word);
 void encode(JsonWriter &writer, const TranscriptSegment &segment);
 void encode(JsonWriter &writer, const PlanElement &element);
 void encode(JsonWriter &writer, const StoryboardPlan &plan);
@@ -55,6 +56,7 @@ QJsonObject toJson(const Project &project);
 template <typename T>
 T fromJson(const QJsonValue &value, const QString &path = {});
 
+template <> TimedWord fromJson(const QJsonValue &, const QString &);
 template <> TranscriptSegment fromJson(const QJsonValue &, const QString &);
 template <> PlanElement fromJson(const QJsonValue &, const QString &);
 template <> StoryboardPlan fromJson(const QJsonValue &, const QString &);

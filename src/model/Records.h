@@ -21,11 +21,22 @@ QDateTime now();
 // Identifiers as the document writes them: canonical 36-character form, upper case.
 QString uuidText(const QUuid &id);
 
+// One lyric word where it is sung, in seconds from the start of the track.
+struct TimedWord {
+    QString text;
+    double start = 0;
+    double end = 0;
+
+    bool operator==(const TimedWord &) const = default;
+};
+
 struct TranscriptSegment {
     QUuid id = QUuid::createUuid();
     QString text;
     double start = 0;
     double end = 0;
+    // The line's words when they were aligned to the audio; empty otherwise.
+    QList<TimedWord> words;
 
     bool operator==(const TranscriptSegment &) const = default;
 };

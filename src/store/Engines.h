@@ -45,6 +45,33 @@ public:
                                                         CancelToken cancel) = 0;
 };
 
+// One lyric word where it is sung. `confidence` runs from 0 (not found: the times are
+// guessed from its neighbours) to 1.
+struct AlignedWord {
+    QString text;
+    double start = 0;
+    double end = 0;
+    double confidence = 0;
+
+    bool operator==(const AlignedWord &) const = default;
+};
+
+// Finds where each word of known lyrics is sung.
+class LyricsAligner {
+public:
+    virtual ~LyricsAligner() = default;
+
+    // Display name of the engine.
+    virtual QString name() const = 0;
+    // Whether the engine can run now; evaluated afresh on every call.
+    virtual bool isAvailable() const = 0;
+    // The words of every line (split at blanks), in order, one list per line. Throws
+    // AlignmentError when the lyrics cannot be found in the audio at all.
+    virtual QCoro::Task<QList<QList<AlignedWord>>> align(QString audioPath, QStringList lines,
+                                                         std::function<void(QString)> onProgress,
+                                                         CancelToken cancel) = 0;
+};
+
 // What one motion clip shows.
 struct MotionClip {
     QString imagePath;

@@ -14,6 +14,8 @@ struct PipelineServices {
     std::shared_ptr<MotionRenderer> motion;
     std::shared_ptr<VideoExporter> exporter;
     PipelineConfig config;
+    // Places the words of known lyrics for the timing run; without it lines go by proportion.
+    std::shared_ptr<LyricsAligner> aligner;
 };
 
 } // namespace quillvane

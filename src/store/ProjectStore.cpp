@@ -34,6 +34,8 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     m_editWorkflow = prefs.string(key(preferenceKeys::editWorkflow)).value_or(m_services.config.editWorkflow);
     if (prefs.string(key(preferenceKeys::generationBackend)) == QStringLiteral("offline"))
         m_generationBackend = QStringLiteral("offline");
+    if (prefs.string(key(preferenceKeys::timingMethod)) == QStringLiteral("proportional"))
+        m_timingMethod = QStringLiteral("proportional");
     const auto storedProxy = prefs.string(key(preferenceKeys::proxyBaseURL));
     m_proxyBaseURL = normaliseProxyURL(storedProxy, m_services.config.proxyBaseURL);
     if (storedProxy && *storedProxy != m_proxyBaseURL)
@@ -159,6 +161,12 @@ void ProjectStore::setGenerationBackend(const QString &value)
 {
     const QString backend = value == QLatin1String("offline") ? QStringLiteral("offline") : QStringLiteral("service");
     storeSetting(preferenceKeys::generationBackend, m_generationBackend, backend, &ProjectStore::generationBackendChanged);
+}
+
+void ProjectStore::setTimingMethod(const QString &value)
+{
+    const QString method = value == QLatin1String("proportional") ? QStringLiteral("proportional") : QStringLiteral("words");
+    storeSetting(preferenceKeys::timingMethod, m_timingMethod, method, &ProjectStore::timingMethodChanged);
 }
 
 void ProjectStore::setEditWorkflow(const QString &value)

@@ -83,6 +83,10 @@ public:
     QString generationBackend() const { return m_generationBackend; }
     void setGenerationBackend(const QString &value);
     bool generatesOffline() const { return m_generationBackend == QLatin1String("offline"); }
+    // "words" or "proportional": how the timing run places lyric lines. Anything else reads
+    // as "words".
+    QString timingMethod() const { return m_timingMethod; }
+    void setTimingMethod(const QString &value);
     // Base URL of the generation client made for the next operation: the override when one
     // is set, else the normalised setting (the built-in default when that does not parse).
     QUrl generationBaseURL() const;
@@ -145,6 +149,7 @@ Q_SIGNALS:
     void editWorkflowChanged();
     void proxyBaseURLChanged();
     void generationBackendChanged();
+    void timingMethodChanged();
 
 private:
     void saveNow();
@@ -164,6 +169,7 @@ private:
     QString m_editWorkflow;
     QString m_proxyBaseURL;
     QString m_generationBackend = QStringLiteral("service");
+    QString m_timingMethod = QStringLiteral("words");
     std::optional<QUrl> m_serviceURLOverride;
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;

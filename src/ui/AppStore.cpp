@@ -72,6 +72,7 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
         Q_EMIT generationBackendChanged();
     });
     applyBackend();
+    connect(&store, &ProjectStore::timingMethodChanged, this, &AppStore::timingMethodChanged);
     connect(&store, &ProjectStore::projectChanged, this, [this] {
         ++m_revision;
         Q_EMIT projectChanged();

@@ -61,6 +61,8 @@ class AppStore : public QObject {
     Q_PROPERTY(QString editWorkflow READ editWorkflow WRITE setEditWorkflow NOTIFY editWorkflowChanged)
     Q_PROPERTY(QString proxyBaseURL READ proxyBaseURL WRITE setProxyBaseURL NOTIFY proxyBaseURLChanged)
     Q_PROPERTY(bool offlineStudio READ offlineStudio WRITE setOfflineStudio NOTIFY generationBackendChanged)
+    // True when lyric words are aligned to the audio, false when lines go by proportion.
+    Q_PROPERTY(bool alignsWords READ alignsWords WRITE setAlignsWords NOTIFY timingMethodChanged)
     Q_PROPERTY(QAbstractListModel *stages READ stages CONSTANT)
     Q_PROPERTY(QAbstractListModel *transcript READ transcript CONSTANT)
     Q_PROPERTY(QAbstractListModel *characters READ characters CONSTANT)
@@ -139,6 +141,11 @@ public:
     // Whether generation runs in the built-in offline studio (kept as a preference).
     bool offlineStudio() const { return m_store.generatesOffline(); }
     void setOfflineStudio(bool offline);
+    bool alignsWords() const { return m_store.timingMethod() == QLatin1String("words"); }
+    void setAlignsWords(bool words)
+    {
+        m_store.setTimingMethod(words ? QStringLiteral("words") : QStringLiteral("proportional"));
+    }
 
     QAbstractListModel *stages() const { return m_stages; }
     QAbstractListModel *transcript() const { return m_transcript; }
@@ -204,6 +211,7 @@ Q_SIGNALS:
     void proxyBaseURLChanged();
     void selectedChunkChanged();
     void generationBackendChanged();
+    void timingMethodChanged();
     // A finished export's file, for the export screen to show and reveal.
     void exported(const QUrl &file);
 

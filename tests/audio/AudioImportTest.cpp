@@ -34,7 +34,7 @@ Project earlierProject()
     project.artist = QStringLiteral("Earlier artist");
     project.rawLyrics = QStringLiteral("old lyrics");
     project.lyricsSource = LyricsSource::manual;
-    project.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("old"), 0, 1}};
+    project.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("old"), 0, 1, {}}};
     project.chunks = {StoryboardChunk{}};
     return project;
 }
@@ -54,7 +54,7 @@ protected:
     ProjectStore &storeWith(std::shared_ptr<Transcriber> transcriber)
     {
         store = std::make_unique<ProjectStore>(library.library(), earlierProject(),
-                                               PipelineServices{std::move(transcriber), {}, {}, {}});
+                                               PipelineServices{std::move(transcriber), {}, {}, {}, {}});
         return *store;
     }
 

@@ -48,3 +48,28 @@ public:
 };
 
 } // namespace quillvane::test
+
+namespace quillvane::test {
+
+// An aligner whose answers a test writes, as ScriptedTranscriber is a transcriber.
+class ScriptedAligner : public LyricsAligner {
+public:
+    QString name() const override { return QStringLiteral("Scripted Aligner"); }
+    bool isAvailable() const override { return available; }
+
+    QCoro::Task<QList<QList<AlignedWord>>> align(QString, QStringList lines, std::function<void(QString)> onProgress,
+                                                 CancelToken) override
+    {
+        calls.append(lines);
+        if (onProgress)
+            onProgress(QStringLiteral("Aligning lyrics 50%"));
+        co_await QCoro::sleepFor(std::chrono::milliseconds(1));
+        co_return respond ? respond(lines) : QList<QList<AlignedWord>>{};
+    }
+
+    bool available = true;
+    std::function<QList<QList<AlignedWord>>(const QStringList &)> respond; // may throw
+    QList<QStringList> calls;
+};
+
+} // namespace quillvane::test

@@ -14,7 +14,7 @@ namespace {
 struct Fixture {
     explicit Fixture(const Project &project)
         : engine(std::make_shared<test::ScriptedTranscriber>())
-        , store(temp.library(), project, PipelineServices{engine, {}, {}, {}})
+        , store(temp.library(), project, PipelineServices{engine, {}, {}, {}, {}})
     {
     }
 
@@ -73,7 +73,7 @@ TEST(TimingRun, WithoutChunksSpacesLinesThreeSecondsApartOnAnUnreadableTrack)
 TEST(TimingRun, StopsBeforeTranscribingWhenItCannotOrNeedNotRun)
 {
     Project timed = withLyrics(QStringLiteral("one"));
-    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("one"), 1, 2}};
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("one"), 1, 2, {}}};
     const struct {
         const char *name;
         Project project;
@@ -107,10 +107,79 @@ TEST(TimingRun, AFailedTranscriptionLeavesTheProjectAsItWas)
     EXPECT_EQ(f.store.project(), before);
 }
 
+TEST(TimingRun, WithTheAlignerEachLineSpansItsWordsOrFallsBackToProportionWhenNotFound)
+{
+    const auto words = [](const QStringList &) {
+        return QList<QList<AlignedWord>>{{{QStringLiteral("one"), 1.0, 1.4, 1}, {QStringLiteral("more"), 1.5, 2.0, 1}},
+                                         {{QStringLiteral("two"), 1.8, 3.0, 0}}};
+    };
+    const auto notFound = [](const QStringList &) -> QList<QList<AlignedWord>> { throw AlignmentError::notFound(); };
+    const struct {
+        const char *name;
+        QString method;
+        bool available;
+        std::function<QList<QList<AlignedWord>>(const QStringList &)> respond;
+        bool aligned;
+        bool saysItFellBack;
+    } cases[] = {
+        {"aligned words", QStringLiteral("words"), true, words, true, false},
+        {"lyrics not found", QStringLiteral("words"), true, notFound, false, true},
+        {"aligner not available", QStringLiteral("words"), false, words, false, false},
+        {"timing by proportion", QStringLiteral("proportional"), true, words, false, false},
+    };
+    for (const auto &c : cases) {
+        test::TempLibrary temp;
+        auto transcriber = std::make_shared<test::ScriptedTranscriber>();
+        auto aligner = std::make_shared<test::ScriptedAligner>();
+        aligner->available = c.available;
+        aligner->respond = c.respond;
+        ProjectStore store(temp.library(), withLyrics(QStringLiteral("one more\ntwo")),
+                           PipelineServices{transcriber, {}, {}, {}, aligner});
+        store.setTimingMethod(c.method);
+        QStringList statuses;
+        QObject::connect(&store, &ProjectStore::runningTaskChanged, [&] {
+            if (store.runningTask())
+                statuses << *store.runningTask();
+        });
+        blockingWait(startTiming(store));
+
+        EXPECT_FALSE(store.lastError()) << c.name;
+        const QList<TranscriptSegment> &transcript = store.project().transcript;
+        ASSERT_EQ(transcript.size(), 2) << c.name;
+        EXPECT_EQ(transcriber->calls.size(), c.aligned ? 0 : 1) << c.name;
+        EXPECT_EQ(statuses.contains(proportionalFallbackNote), c.saysItFellBack) << c.name;
+        if (c.aligned) {
+            // The first line ends where the second starts, however long its last word lasted.
+            EXPECT_EQ(transcript[0].start, 1.0) << c.name;
+            EXPECT_EQ(transcript[0].end, 1.8) << c.name;
+            EXPECT_EQ(transcript[0].words.back(), (TimedWord{QStringLiteral("more"), 1.5, 1.8})) << c.name;
+            EXPECT_EQ(transcript[1].start, 1.8) << c.name;
+            EXPECT_EQ(transcript[1].end, 3.0) << c.name;
+        } else {
+            EXPECT_TRUE(transcript[0].words.isEmpty()) << c.name;
+        }
+    }
+}
+
+TEST(TimingRun, SegmentsFromWordsNeverRunBackwards)
+{
+    // A line whose words come back earlier than the line before starts where that one starts.
+    const QList<TranscriptSegment> segments = segmentsFromWords(
+        {QStringLiteral("a b"), QStringLiteral("c"), QStringLiteral("d")},
+        {{{QStringLiteral("a"), 5, 6, 1}, {QStringLiteral("b"), 6, 7, 1}}, {{QStringLiteral("c"), 2, 3, 1}}, {}});
+    ASSERT_EQ(segments.size(), 3);
+    EXPECT_EQ(segments[0].start, 5);
+    EXPECT_EQ(segments[0].end, 6);
+    EXPECT_EQ(segments[1].start, 6);
+    EXPECT_EQ(segments[1].end, 6);
+    EXPECT_EQ(segments[2].start, 6);
+    EXPECT_TRUE(segments[2].words.isEmpty());
+}
+
 TEST(Lyrics, EditingTheTextThrowsTheTranscriptAwayButTheSameTextChangesNothing)
 {
     Project timed = withLyrics(QStringLiteral("City lights"));
-    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4}};
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4, {}}};
     Fixture f(timed);
 
     f.store.setLyrics(QStringLiteral("City lights"));
@@ -126,8 +195,8 @@ TEST(Lyrics, EditingTheTextThrowsTheTranscriptAwayButTheSameTextChangesNothing)
 TEST(Lyrics, ASegmentIsCorrectedInPlaceAndNothingElseMoves)
 {
     Project timed = withLyrics(QStringLiteral("a\nb"));
-    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a"), 0, 4},
-                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("b"), 4, 8}};
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a"), 0, 4, {}},
+                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("b"), 4, 8, {}}};
     Fixture f(timed);
 
     EXPECT_TRUE(f.store.editSegment(1, QStringLiteral("B!"), 2.5)); // an end before the start is kept

@@ -19,7 +19,7 @@ void timedProject(const CliHome &home)
     const char *lines[] = {"City lights are burning low", "Down the road we used to know", "Hold my hand",
                            "We are letters in the snow"};
     for (int i = 0; i < 4; ++i)
-        project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), i * 3.5, i * 3.5 + 3.5});
+        project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), i * 3.5, i * 3.5 + 3.5, {}});
     QImage face(120, 160, QImage::Format_RGB32);
     face.fill(QColor(255, 103, 72));
     const QString reference = home.path(QStringLiteral("mia.png"));

@@ -19,7 +19,7 @@ TEST(CliPlan, PlansTheStoryboardAndReportsWhatItMade)
     const QString image = home.path(QStringLiteral("rae.png"));
     test::writeFile(image, test::png(Qt::blue));
     Project project;
-    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights are burning low"), 0, 4}};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights are burning low"), 0, 4, {}}};
     home.library().save(project);
 
     test::LoopbackServer server;
@@ -56,8 +56,8 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
     const QString image = home.path(QStringLiteral("rae.png"));
     test::writeFile(image, test::png(Qt::blue));
     Project project;
-    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4},
-                          {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8}};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4, {}},
+                          {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8, {}}};
     project.characters = {CharacterReference{QUuid::createUuid(), QStringLiteral("Rae"), {}, {image}}};
     home.library().save(project);
 

@@ -49,8 +49,8 @@ TEST(GenerationRoad, PlanElementsFramesEditUndoAndReviewToAccepted)
     project.title = QStringLiteral("Neon Overpass");
     project.artist = QStringLiteral("The Marker Kids");
     project.rawLyrics = QStringLiteral("City lights\nDown the road");
-    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4},
-                          {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8}};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4, {}},
+                          {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8, {}}};
     project.characters = {CharacterReference{QUuid::createUuid(), QStringLiteral("Mara"), {}, {face}}};
     StoreOptions options;
     options.generationPollInterval = 1ms;

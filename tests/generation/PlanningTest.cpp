@@ -26,7 +26,7 @@ const QString queuePath = QStringLiteral("/queue/requests/plan-1");
 
 TranscriptSegment segment(const char *text, double start, double end)
 {
-    return {QUuid::createUuid(), QString::fromUtf8(text), start, end};
+    return {QUuid::createUuid(), QString::fromUtf8(text), start, end, {}};
 }
 
 GeneratedFrame frameNamed(const char *prompt)

@@ -39,7 +39,7 @@ struct Fixture {
     explicit Fixture(QList<StoryboardChunk> chunks, const QString &title = QStringLiteral("Song"))
         : store(temp.library(), project(std::move(chunks), title),
                 PipelineServices{{}, std::make_shared<FfmpegMotionRenderer>(64, 36),
-                                 std::make_shared<FfmpegVideoExporter>(), {}})
+                                 std::make_shared<FfmpegVideoExporter>(), {}, {}})
     {
     }
 

@@ -131,7 +131,7 @@ TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
         const char *name;
         std::function<void(Project &)> spoil;
     } cases[] = {
-        {"a time that is not a number", [](Project &p) { p.transcript = {{QUuid::createUuid(), {}, 0, std::nan("")}}; }},
+        {"a time that is not a number", [](Project &p) { p.transcript = {{QUuid::createUuid(), {}, 0, std::nan(""), {}}}; }},
         {"an infinite chunk end", [](Project &p) { p.chunks = {StoryboardChunk{}}; p.chunks[0].end = INFINITY; }},
         {"an infinite zoom", [](Project &p) { p.motion.zoom = -double(INFINITY); }},
         {"an invalid date", [](Project &p) { p.updatedAt = QDateTime(); }},

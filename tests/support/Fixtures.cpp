@@ -44,8 +44,9 @@ Project fullyPopulatedProject()
     project.audioPath = QStringLiteral("/music/live remix.mp3");
     project.audioDuration = 211.25;
     project.rawLyrics = QStringLiteral("Line one\nLine \"two\"\ttabbed\n\\ back slash");
-    project.transcript = {{QUuid::createUuid(), QStringLiteral("Line one"), 0.25, 3.125},
-                          {QUuid::createUuid(), QStringLiteral("Line two"), 3.125, 7.0000001}};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("Line one"), 0.25, 3.125, {}},
+                          {QUuid::createUuid(), QStringLiteral("Line two"), 3.125, 7.0000001,
+                           {{QStringLiteral("Line"), 3.125, 3.5}, {QStringLiteral("two"), 3.5, 7.0000001}}}};
     project.lyricsSource = LyricsSource::embeddedMismatch;
 
     PlanElement element{QStringLiteral("hero car/red"), QStringLiteral("prop"), QStringLiteral("A red coupé"),

@@ -24,7 +24,7 @@ Project imported(bool timed)
         const char *lines[] = {"City lights are burning low", "Down the road we used to know", "Hold my hand",
                                "We are letters in the snow"};
         for (int i = 0; i < 4; ++i)
-            project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), starts[i], starts[i] + 4.6});
+            project.transcript.append({QUuid::createUuid(), QString::fromLatin1(lines[i]), starts[i], starts[i] + 4.6, {}});
     }
     return project;
 }

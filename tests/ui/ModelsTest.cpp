@@ -19,7 +19,7 @@ Project project()
         chunk.chunkNumber = i + 1;
         chunk.renderedText = QStringLiteral("line %1").arg(i + 1);
         project.chunks.append(chunk);
-        project.transcript.append({QUuid::createUuid(), QStringLiteral("line %1").arg(i + 1), i * 2.0, i * 2.0 + 2});
+        project.transcript.append({QUuid::createUuid(), QStringLiteral("line %1").arg(i + 1), i * 2.0, i * 2.0 + 2, {}});
     }
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mara"), QString(), {}});
     return project;

@@ -86,6 +86,18 @@ Window {
                         wrapMode: Text.WordWrap
                         Layout.fillWidth: true
                     }
+                    RowLayout {
+                        spacing: 10
+                        Layout.fillWidth: true
+                        Text { text: "Timing"; font.pixelSize: 13; color: Theme.cream }
+                        KitComboBox {
+                            objectName: "timingPicker"
+                            Layout.preferredWidth: 200
+                            model: ["Align words", "By proportion"]
+                            currentIndex: Store.alignsWords ? 0 : 1
+                            onActivated: index => Store.alignsWords = index === 0
+                        }
+                    }
                 }
             }
 

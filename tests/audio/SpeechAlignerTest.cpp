@@ -1,0 +1,254 @@
+// The built-in word aligner with the real PocketSphinx model and espeak-ng, on recordings
+// made here: every word spoken by espeak-ng on its own and laid at a known time over a
+// synthesised band (bass, chord, kick drum), so each word's true start is known.
+
+#include "audio/Pronunciation.h"
+#include "audio/SpeechAligner.h"
+#include "audio/TranscriptionError.h"
+#include "store/BlockingWait.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+using namespace quillvane;
+
+namespace {
+
+constexpr int rate = 22050; // espeak-ng's own rate
+
+std::vector<int16_t> readWav(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = file.readAll();
+    // espeak-ng writes a plain 44-byte header before 16-bit mono samples.
+    std::vector<int16_t> samples(std::size_t(std::max<qsizetype>(bytes.size() - 44, 0) / 2));
+    std::memcpy(samples.data(), bytes.constData() + 44, samples.size() * 2);
+    return samples;
+}
+
+bool writeWav(const QString &path, const std::vector<float> &signal)
+{
+    QByteArray data;
+    for (const float value : signal) {
+        const auto sample = qToLittleEndian(int16_t(std::clamp(value, -32767.0f, 32767.0f)));
+        data.append(reinterpret_cast<const char *>(&sample), 2);
+    }
+    const auto u32 = [](quint32 v) { v = qToLittleEndian(v); return QByteArray(reinterpret_cast<const char *>(&v), 4); };
+    const auto u16 = [](quint16 v) { v = qToLittleEndian(v); return QByteArray(reinterpret_cast<const char *>(&v), 2); };
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly)
+        && file.write("RIFF" + u32(quint32(36 + data.size())) + "WAVEfmt " + u32(16) + u16(1) + u16(1) + u32(rate)
+                      + u32(rate * 2) + u16(2) + u16(16) + "data" + u32(quint32(data.size())) + data)
+        > 0;
+}
+
+// The word as espeak-ng says it, without the quiet before its first sound.
+std::vector<int16_t> spoken(const QTemporaryDir &folder, const QString &word, const QString &voice)
+{
+    const QString path = folder.filePath(QStringLiteral("word.wav"));
+    QProcess::execute(QStringLiteral("espeak-ng"), {QStringLiteral("-v"), voice, QStringLiteral("-s"),
+                                                    QStringLiteral("150"), QStringLiteral("-w"), path, word});
+    std::vector<int16_t> samples = readWav(path);
+    const auto first = std::find_if(samples.begin(), samples.end(), [](int16_t s) { return std::abs(s) > 600; });
+    samples.erase(samples.begin(), first);
+    return samples;
+}
+
+// A band under everything: a bass note and a chord changing every two seconds and a kick
+// drum on every beat, well under the voice.
+std::vector<float> band(double seconds)
+{
+    std::vector<float> signal(std::size_t(seconds * rate));
+    const double chords[][3] = {{110, 220, 277}, {98, 196, 247}, {87, 174, 220}, {98, 196, 294}};
+    for (std::size_t i = 0; i < signal.size(); ++i) {
+        const double t = double(i) / rate;
+        const auto &chord = chords[std::size_t(t / 2) % 4];
+        double value = 0;
+        for (const double f : chord)
+            value += 600 * std::sin(2 * std::numbers::pi * f * t);
+        const double beat = std::fmod(t, 0.5);
+        value += 2500 * std::exp(-beat * 30) * std::sin(2 * std::numbers::pi * 55 * beat);
+        signal[i] = float(value);
+    }
+    return signal;
+}
+
+struct Recording {
+    QString path;
+    QStringList lines;
+    std::vector<double> wordStarts;
+};
+
+// The lines' words one after another with a short gap, two seconds of band between lines.
+Recording record(const QTemporaryDir &folder, const QStringList &lines, const QString &voice, double intro = 2.5)
+{
+    Recording recording{folder.filePath(voice + QStringLiteral(".wav")), lines, {}};
+    std::vector<std::vector<int16_t>> words;
+    double at = intro;
+    for (const QString &line : lines) {
+        for (const QString &word : line.split(QLatin1Char(' '))) {
+            words.push_back(spoken(folder, word, voice));
+            recording.wordStarts.push_back(at);
+            at += double(words.back().size()) / rate + 0.12;
+        }
+        at += 2.0;
+    }
+    std::vector<float> signal = band(at + 1.0);
+    for (std::size_t w = 0; w < words.size(); ++w) {
+        const auto offset = std::size_t(recording.wordStarts[w] * rate);
+        for (std::size_t i = 0; i < words[w].size() && offset + i < signal.size(); ++i)
+            signal[offset + i] += float(words[w][i]);
+    }
+    if (!writeWav(recording.path, signal))
+        recording.path.clear();
+    return recording;
+}
+
+} // namespace
+
+// Every word is given a time, in order, inside the track, whether found or guessed; the song's
+// first word, sung after the band's intro, is found where it is sung.
+TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
+{
+    SpeechAligner aligner;
+    if (!aligner.isAvailable())
+        GTEST_SKIP() << "the speech model or espeak-ng is not installed";
+    QTemporaryDir folder;
+    const struct {
+        const char *voice;
+        QStringList lines;
+        bool firstWordFound;
+    } cases[] = {
+        {"en-us",
+         {QStringLiteral("city lights are burning low"), QStringLiteral("down the road we used to know"),
+          QStringLiteral("hold my hand and don't let go")},
+         true},
+        {"fr",
+         {QStringLiteral("je marche dans la ville"), QStringLiteral("les lumières sont belles ce soir"),
+          QStringLiteral("et tu chantes avec moi")},
+         false},
+    };
+    for (const auto &c : cases) {
+        const QString voice = QString::fromLatin1(c.voice);
+        const Recording recording = record(folder, c.lines, voice);
+        ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
+        const double length = double(QFileInfo(recording.path).size() - 44) / 2 / rate;
+        QStringList progress;
+        QList<QList<AlignedWord>> aligned;
+        try {
+            aligned = blockingWait(
+                aligner.align(recording.path, recording.lines, [&](QString status) { progress << status; }, {}));
+        } catch (const AlignmentError &error) {
+            EXPECT_FALSE(c.firstWordFound) << c.voice << ": " << error.description().toStdString();
+            continue;
+        }
+        ASSERT_EQ(aligned.size(), c.lines.size()) << c.voice;
+        std::size_t count = 0;
+        double previous = 0;
+        for (const QList<AlignedWord> &line : aligned)
+            for (const AlignedWord &word : line) {
+                EXPECT_GE(word.start, previous) << c.voice << " " << word.text.toStdString();
+                EXPECT_GE(word.end, word.start) << c.voice << " " << word.text.toStdString();
+                EXPECT_LE(word.end, length + 0.01) << c.voice << " " << word.text.toStdString();
+                previous = word.start;
+                ++count;
+            }
+        EXPECT_EQ(count, recording.wordStarts.size()) << c.voice;
+        if (c.firstWordFound) {
+            EXPECT_GT(aligned[0][0].confidence, 0) << c.voice;
+            EXPECT_NEAR(aligned[0][0].start, recording.wordStarts[0], 0.3) << c.voice;
+        }
+        EXPECT_EQ(progress.last(), QStringLiteral("Aligning lyrics 100%")) << c.voice;
+    }
+}
+
+TEST(SpeechAligner, EndsOnAudioWithoutTheLyrics)
+{
+    SpeechAligner aligner;
+    if (!aligner.isAvailable())
+        GTEST_SKIP() << "the speech model or espeak-ng is not installed";
+    QTemporaryDir folder;
+    const QString silence = folder.filePath(QStringLiteral("silence.wav"));
+    const QString instrumental = folder.filePath(QStringLiteral("band.wav"));
+    ASSERT_TRUE(writeWav(silence, std::vector<float>(2 * rate)));
+    ASSERT_TRUE(writeWav(instrumental, band(20)));
+    const QStringList lyrics{QStringLiteral("city lights are burning low"), QStringLiteral("down the road")};
+    for (const QString &path : {silence, instrumental}) {
+        QElapsedTimer timer;
+        timer.start();
+        try {
+            const QList<QList<AlignedWord>> aligned = blockingWait(aligner.align(path, lyrics, {}, {}));
+            // Whatever it places lies inside the track, in order.
+            ASSERT_EQ(aligned.size(), lyrics.size());
+            double last = 0;
+            for (const auto &line : aligned)
+                for (const AlignedWord &word : line) {
+                    EXPECT_GE(word.start, last);
+                    EXPECT_LE(word.end, 20.0);
+                    last = word.start;
+                }
+        } catch (const AlignmentError &) {
+        }
+        EXPECT_LT(timer.elapsed(), 30000) << path.toStdString();
+    }
+}
+
+TEST(SpeechAligner, FillsUnplacedWordsBetweenFoundNeighbours)
+{
+    const auto found = [](double start, double end) { return AlignedWord{QStringLiteral("w"), start, end, 1}; };
+    const AlignedWord missing{QStringLiteral("w"), 0, 0, 0};
+    const QList<QList<AlignedWord>> filled = SpeechAligner::fillUnplaced(
+        {{missing, found(2, 2.5), missing}, {missing, missing}, {missing, found(10, 10.5)}, {missing}}, 12, 0.4);
+    const QList<QList<double>> starts = {{1.6, 2, 2.5}, {2.9, 6.25}, {9.6, 10}, {10.5}};
+    for (qsizetype line = 0; line < starts.size(); ++line)
+        for (qsizetype word = 0; word < starts[line].size(); ++word)
+            EXPECT_NEAR(filled[line][word].start, starts[line][word], 1e-9) << line << " " << word;
+    EXPECT_EQ(filled[3][0].end, 10.9);
+    EXPECT_THROW(SpeechAligner::fillUnplaced({{missing}}, 5), AlignmentError);
+}
+
+TEST(Pronunciation, GuessesTheLanguageFromCommonWords)
+{
+    const struct {
+        const char *lyrics;
+        const char *voice;
+    } cases[] = {
+        {"soy un fantasma que se asusta de sí mismo", "es"},
+        {"par jours de grand vent les ondes brumeuses", "fr"},
+        {"gerade denk ich mir wie schön das leben ist", "de"},
+        {"hold my hand and don't let go", "en-us"},
+        {"zzz qqq", "en-us"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(guessVoice(QString::fromUtf8(c.lyrics).split(QLatin1Char(' '))), QString::fromLatin1(c.voice))
+            << c.lyrics;
+}
+
+TEST(Pronunciation, MapsEspeakIpaOntoTheModelPhones)
+{
+    const struct {
+        const char *ipa;
+        const char *phones;
+    } cases[] = {
+        {"fantˈasma", "F AA N T AA S M AA"},
+        {"ʃˈøːn", "SH ER N"},
+        {"dˈɑ̃", "D AA N"},
+        {"tʃˈaɪ", "CH AY"},
+        {"ʁˈɛːv", "R EH V"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(phonesFromIpa(QString::fromUtf8(c.ipa)).join(QLatin1Char(' ')), QString::fromLatin1(c.phones))
+            << c.ipa;
+}
