@@ -1,8 +1,8 @@
 // The whole road of one real song, offline, by stage: `quillvane-cli --offline run SONG
 // --accept-all` from a fresh HOME, timed by the stage labels on standard error, with the
-// child's peak memory; then one frame's still replaced and the video exported again. Beside the motion
-// stage, the encode-only floor: libx264 with the renderer's settings encoding as many
-// 1920x1080 frames of the song's first still as the video has, drawn beforehand.
+// child's peak memory; then one frame's still replaced and the video exported again. Beside
+// the motion stage, the encode-only floor: libx264 with the renderer's settings encoding as
+// many 1920x1080 frames of the song's first still as the video has, drawn beforehand.
 // Run: build/bench/song_road_bench SONG.mp3 [LYRICS.txt]   (lyrics are embedded into a copy)
 
 #include "audio/FfmpegClip.h"
