@@ -1,8 +1,8 @@
 // The whole road of one real song, offline, by stage: `quillvane-cli --offline run SONG
 // --accept-all` from a fresh HOME, timed by the stage labels on standard error, with the
-// child's peak memory; then one frame edited and the video exported again. Beside the motion
-// stage, the encode-only floor: libx264 with the renderer's settings encoding as many
-// 1920x1080 frames of the song's first still as the video has, drawn beforehand.
+// child's peak memory; then one frame's still replaced and the video exported again. Beside
+// the motion stage, the encode-only floor: libx264 with the renderer's settings encoding as
+// many 1920x1080 frames of the song's first still as the video has, drawn beforehand.
 // Run: build/bench/song_road_bench SONG.mp3 [LYRICS.txt]   (lyrics are embedded into a copy)
 
 #include "audio/FfmpegClip.h"
@@ -215,13 +215,15 @@ int main(int argc, char **argv)
     std::printf("motion %.2f s = %.2fx the song (limit 0.40x); encode-only floor for %lld frames %.2f s = %.2fx\n",
                 motion, motion / songSeconds, (long long)frames, floor, floor / songSeconds);
 
-    // One frame edited, accepted again and the video exported again: one clip is rendered.
+    // One frame replaced on disk (warmer), and the video exported again: one clip is rendered.
     const double firstExport = stageSeconds(road, "export") + motion;
-    const QString middle = QString::number(chunks.size() / 2 + 1);
-    runCli(home, {QStringLiteral("edit"), middle, QStringLiteral("warmer light")});
-    runCli(home, {QStringLiteral("review"), middle, QStringLiteral("--all")});
+    const int middle = int(chunks.size() / 2);
+    const QString edited = chunks.at(middle).toObject().value(QStringLiteral("frame")).toObject().value(QStringLiteral("localPath")).toString();
+    QImage warmer(edited);
+    warmer.setPixelColor(0, 0, QColor(255, 160, 60));
+    warmer.save(edited);
     const Child again = runCli(home, {QStringLiteral("export"), QStringLiteral("--to"), home.filePath(QStringLiteral("out"))});
-    std::printf("first motion and export %.2f s; re-export after editing frame %s: %.2f s = %.0f%% (limit 10%%)\n",
-                firstExport, qPrintable(middle), again.total, 100 * again.total / firstExport);
+    std::printf("first motion and export %.2f s; re-export after replacing frame %d: %.2f s = %.0f%% (limit 10%%)\n",
+                firstExport, middle + 1, again.total, 100 * again.total / firstExport);
     return again.ok ? 0 : 1;
 }

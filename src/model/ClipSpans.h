@@ -21,7 +21,7 @@ inline constexpr double introThreshold = 1.0;
 //   end is not after its start;
 // - a chunk that would be on screen for less than one frame gets an empty span at the next
 //   chunk's start, so the chunk before it stays on screen in its place.
-// Applying it twice changes nothing the second time.
+// Applied again to its own result it changes nothing (the tests hold it to that).
 void followSong(Project &project);
 
 // One clip of a video that follows the song.
