@@ -34,7 +34,10 @@ Project projectWith(const QList<Timed> &chunks, double song, const QList<Transcr
     return project;
 }
 
-TranscriptSegment line(const char *text, double start) { return {QUuid::createUuid(), QString::fromUtf8(text), start, start + 1}; }
+TranscriptSegment line(const char *text, double start)
+{
+    return {QUuid::createUuid(), QString::fromUtf8(text), start, start + 1, {}};
+}
 
 // (start, end) of every chunk in stored order.
 QList<std::pair<double, double>> spans(const Project &project)
