@@ -135,6 +135,14 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
     EXPECT_EQ(ui.text(QStringLiteral("sequenceLine")), QStringLiteral("Sequence complete"));
     ui.screenshot(QStringLiteral("preview-still"));
 
+    // A clip that has not played yet: its still stands in, so the area is never blank.
+    const QString clip = stills.path(QStringLiteral("clip.mov"));
+    test::writeFile(clip, "not played");
+    ui.store.editProject([&](Project &p) { p.chunks[2].frame->motionClipPath = clip; });
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("previewStill")));
+    EXPECT_FALSE(ui.shown(QStringLiteral("previewVideo")));
+
     UiHarness empty{Project{}};
     empty.store.setSelectedStage(PipelineStage::preview);
     empty.settle();

@@ -13,6 +13,8 @@ ColumnLayout {
     readonly property var current: Store.revision >= 0 && currentId.length > 0 ? Store.chunkView(currentId) : ({})
     readonly property bool hasClip: (current.clipPath ?? "").length > 0 && Store.media.fileExists(current.clipPath)
     property bool playingSequence: false
+    // Where the person stopped the sequence, in seconds; -1 while it plays or has played out.
+    property real stoppedAt: -1
     // With a track the song leads the sequence: the clip on screen is always the one whose
     // span holds the song's position, at the matching offset, as in the exported video.
     readonly property bool songLeads: Store.media.audioURL.length > 0
@@ -24,6 +26,7 @@ ColumnLayout {
         if (Store.chunkCount === 0)
             return
         screen.playingSequence = true
+        screen.stoppedAt = -1
         if (screen.songLeads) {
             song.position = 0
             screen.follow(0)
@@ -34,7 +37,11 @@ ColumnLayout {
         }
     }
 
-    function stopSequence() {
+    // byPerson: the Stop button, not the end of the song or of the last clip.
+    function stopSequence(byPerson) {
+        if (byPerson && screen.playingSequence)
+            screen.stoppedAt = screen.songLeads ? song.position / 1000
+                                                : Store.media.clipStart(screen.currentId) + player.position / 1000
         screen.playingSequence = false
         song.pause()
         player.pause()
@@ -119,7 +126,8 @@ ColumnLayout {
         FrameImageView {
             objectName: "previewStill"
             anchors.fill: parent
-            visible: Store.chunkCount > 0 && !screen.hasClip
+            // The still stands in for its clip until the clip plays, so the area is never blank.
+            visible: Store.chunkCount > 0 && (!screen.hasClip || player.playbackState === MediaPlayer.StoppedState)
             source: screen.current.framePath ?? ""
             fallbackText: "Not generated"
             decodeWidth: 1280
@@ -128,7 +136,7 @@ ColumnLayout {
             id: video
             objectName: "previewVideo"
             anchors.fill: parent
-            visible: screen.hasClip
+            visible: screen.hasClip && player.playbackState !== MediaPlayer.StoppedState
             fillMode: VideoOutput.PreserveAspectFit
         }
     }
@@ -209,7 +217,7 @@ ColumnLayout {
             symbol: screen.playingSequence ? "pause.fill" : "play.fill"
             text: screen.playingSequence ? "Stop sequence" : "Play sequence"
             enabled: Store.chunkCount > 0
-            onClicked: screen.playingSequence ? screen.stopSequence() : screen.playSequence()
+            onClicked: screen.playingSequence ? screen.stopSequence(true) : screen.playSequence()
         }
     }
 
@@ -236,7 +244,9 @@ ColumnLayout {
         Layout.fillWidth: true
         Text {
             objectName: "sequenceLine"
-            text: Store.allAccepted ? "Sequence complete" : Store.acceptedCount + " accepted"
+            // After Stop the line says where the sequence stopped, not that it is complete.
+            text: screen.stoppedAt >= 0 ? "Stopped at " + Store.media.chunkTime(screen.stoppedAt)
+                  : Store.allAccepted ? "Sequence complete" : Store.acceptedCount + " accepted"
             font.pixelSize: 13
             color: Theme.cream
             Layout.fillWidth: true
