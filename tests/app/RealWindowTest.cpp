@@ -203,6 +203,28 @@ TEST_F(RealWindowTest, EveryChooserOpensAndClosesWithoutEndingTheApp)
     }
 }
 
+// The chooser starts in the user's Music folder; Return takes the file it has selected.
+TEST_F(RealWindowTest, ATrackChosenInTheChooserBecomesTheProjectsTrack)
+{
+    ASSERT_TRUE(QDir(home.path()).mkpath(QStringLiteral("Music")));
+    const QString tone = track(QStringLiteral("Music/tone.m4a"), 3);
+    const Project project;
+    save(project);
+    const QPointF button = centreOf(project, 0, QStringLiteral("chooserButton"));
+    launch();
+    x.click(button);
+    processEventsFor(1500ms);
+    x.key(QStringLiteral("Return"));
+    const bool imported = processEventsUntil(
+        [&] {
+            const std::optional<Project> saved = library().loadLastProject();
+            return saved && saved->audioPath == tone;
+        },
+        20s);
+    ASSERT_TRUE(x.appAlive()) << qPrintable(x.appOutput());
+    EXPECT_TRUE(imported) << "the chosen track did not become the project's";
+}
+
 TEST_F(RealWindowTest, CancelInTheBottomStripStopsARunningRender)
 {
     // Eight accepted frames of long clips: a render that runs well past the click on Cancel.
