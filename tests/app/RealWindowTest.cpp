@@ -143,7 +143,7 @@ protected:
 TEST_F(RealWindowTest, CtrlOneToNineShowNineDifferentScreens)
 {
     save(projectWithTrack());
-    launch();
+    ASSERT_NO_FATAL_FAILURE(launch());
     QList<QImage> screens;
     for (int stage = 1; stage <= 9; ++stage) {
         x.key(QStringLiteral("ctrl+%1").arg(stage));
@@ -182,7 +182,7 @@ TEST_F(RealWindowTest, EveryChooserOpensAndClosesWithoutEndingTheApp)
         save(project);
         const QPointF button = centreOf(project, chooser.stage, QString::fromLatin1(chooser.button));
         ASSERT_GE(button.x(), 0) << "no " << chooser.button << " on stage " << chooser.stage;
-        launch();
+        ASSERT_NO_FATAL_FAILURE(launch());
         x.key(QStringLiteral("ctrl+%1").arg(chooser.stage + 1));
         const QImage before = settledGrab();
         x.click(button);
@@ -211,7 +211,7 @@ TEST_F(RealWindowTest, ATrackChosenInTheChooserBecomesTheProjectsTrack)
     const Project project;
     save(project);
     const QPointF button = centreOf(project, 0, QStringLiteral("chooserButton"));
-    launch();
+    ASSERT_NO_FATAL_FAILURE(launch());
     x.click(button);
     processEventsFor(1500ms);
     x.key(QStringLiteral("Return"));
@@ -261,7 +261,7 @@ TEST_F(RealWindowTest, CancelInTheBottomStripStopsARunningRender)
     ASSERT_GE(render.x(), 0);
     ASSERT_GE(cancel.x(), 0);
 
-    launch();
+    ASSERT_NO_FATAL_FAILURE(launch());
     x.key(QStringLiteral("ctrl+7"));
     const QImage idle = settledGrab();
     x.click(render);
@@ -287,7 +287,7 @@ TEST_F(RealWindowTest, ARefusedTrackLeavesTheProjectAsItWas)
     const QString fake = home.filePath(QStringLiteral("cover.mp3"));
     ASSERT_TRUE(picture.save(fake, "PNG"));
 
-    launch({fake});
+    ASSERT_NO_FATAL_FAILURE(launch({fake}));
     processEventsFor(2s);
     ASSERT_TRUE(x.appAlive()) << qPrintable(x.appOutput());
     const QImage refused = settledGrab();

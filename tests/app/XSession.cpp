@@ -2,7 +2,6 @@
 
 #include "support/Fixtures.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -10,8 +9,6 @@
 
 #include <chrono>
 #include <cstdlib>
-
-#include <unistd.h>
 
 namespace quillvane::test {
 
@@ -43,30 +40,36 @@ XSession::XSession()
 {
     if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty())
         return;
-    // A display number of this process's own; a lock file says another server holds one.
-    for (int attempt = 0; attempt < 20; ++attempt) {
-        const int number = 200 + int((getpid() + attempt * 7) % 700);
-        if (QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number)))
-            continue;
-        const QString display = QStringLiteral(":%1").arg(number);
-        auto server = std::make_unique<QProcess>();
-        server->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        server->start(QStringLiteral("Xvfb"), {display, QStringLiteral("-screen"), QStringLiteral("0"),
-                                               QStringLiteral("1400x900x24"), QStringLiteral("-nolisten"),
-                                               QStringLiteral("tcp")});
-        if (!server->waitForStarted(5000))
-            continue;
-        const bool up = processEventsUntil(
-            [&] { return server->state() == QProcess::Running && run(QStringLiteral("xwininfo"), {QStringLiteral("-root")}, display); },
-            10s);
-        if (up) {
-            m_server = std::move(server);
-            m_display = display;
-            return;
-        }
-        server->kill();
-        server->waitForFinished();
+    // The server picks a free display itself and writes its number once it accepts clients:
+    // a number chosen here could be taken by a parallel test between the check and the start,
+    // and a probe of that number would then find the other test's server.
+    auto server = std::make_unique<QProcess>();
+    server->setProcessChannelMode(QProcess::SeparateChannels);
+    server->setStandardErrorFile(QProcess::nullDevice());
+    server->start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                                           QStringLiteral("0"), QStringLiteral("1400x900x24"), QStringLiteral("-nolisten"),
+                                           QStringLiteral("tcp")});
+    if (!server->waitForStarted(5000))
+        return;
+    QByteArray written;
+    const bool numbered = processEventsUntil(
+        [&] {
+            server->waitForReadyRead(50);
+            written += server->readAllStandardOutput();
+            return written.contains('\n') || server->state() != QProcess::Running;
+        },
+        15s);
+    bool isNumber = false;
+    const int number = written.trimmed().toInt(&isNumber);
+    const QString display = QStringLiteral(":%1").arg(number);
+    if (numbered && isNumber && server->state() == QProcess::Running
+        && run(QStringLiteral("xwininfo"), {QStringLiteral("-root")}, display)) {
+        m_server = std::move(server);
+        m_display = display;
+        return;
     }
+    server->kill();
+    server->waitForFinished();
 }
 
 XSession::~XSession()
