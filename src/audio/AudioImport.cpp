@@ -147,9 +147,10 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     });
 }
 
-QCoro::Task<> startImport(ProjectStore &store, QString path)
+QCoro::Task<Done> startImport(ProjectStore &store, QString path, CancelToken cancel)
 {
-    return store.run(importLabel, [&store, path](CancelToken cancel) { return importAudio(store, path, std::move(cancel)); });
+    return store.run(
+        importLabel, [&store, path](CancelToken token) { return importAudio(store, path, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

@@ -15,7 +15,7 @@ inline const QString verifyingLabel = QStringLiteral("Verifying lyrics (first & 
 QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel);
 
 // importAudio through the store's Run wrapper, under its label.
-QCoro::Task<> startImport(ProjectStore &store, QString path);
+QCoro::Task<Done> startImport(ProjectStore &store, QString path, CancelToken cancel = {});
 
 struct ClipRange {
     double start = 0;

@@ -100,9 +100,10 @@ QCoro::Task<QList<TranscriptSegment>> timeLyrics(LyricsAligner &aligner, QString
     co_return segmentsFromWords(lines, words);
 }
 
-QCoro::Task<> startTiming(ProjectStore &store)
+QCoro::Task<Done> startTiming(ProjectStore &store, CancelToken cancel)
 {
-    return store.run(timingLabel, [&store](CancelToken cancel) { return runTiming(store, std::move(cancel)); });
+    return store.run(
+        timingLabel, [&store](CancelToken token) { return runTiming(store, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

@@ -18,7 +18,7 @@ inline const QString proportionalFallbackNote
 QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel);
 
 // runTiming through the store's Run wrapper, under its label.
-QCoro::Task<> startTiming(ProjectStore &store);
+QCoro::Task<Done> startTiming(ProjectStore &store, CancelToken cancel = {});
 
 // One segment per line from its aligned words (`words` holds one list per line): from the
 // first word's start to the last word's end, with the words kept. Segments never start

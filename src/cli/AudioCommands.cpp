@@ -40,9 +40,9 @@ QCoro::Task<int> engine(CommandContext context)
 QCoro::Task<int> import(CommandContext context)
 {
     auto importing = startImport(context.store, context.args.positional.first());
-    co_await importing;
-    if (context.store.lastError())
-        co_return 1;
+    const Done imported = co_await importing;
+    if (!imported.isDone())
+        co_return stoppedStatus(context.out, imported);
     const auto source = context.store.project().lyricsSource;
     if (context.globals.json) {
         QJsonObject object;
@@ -137,9 +137,9 @@ QCoro::Task<int> segment(CommandContext context)
 QCoro::Task<int> timing(CommandContext context)
 {
     auto timing = startTiming(context.store);
-    co_await timing;
-    if (context.store.lastError())
-        co_return 1;
+    const Done timed = co_await timing;
+    if (!timed.isDone())
+        co_return stoppedStatus(context.out, timed);
     const auto &transcript = context.store.project().transcript;
     if (context.globals.json) {
         context.out.json({{QStringLiteral("segments"), transcript.size()}});

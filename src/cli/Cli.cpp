@@ -45,7 +45,6 @@ namespace {
 
 const QString program = QStringLiteral("quillvane-cli");
 // A command stopped by Ctrl+C exits as programs stopped by SIGINT do.
-constexpr int cancelledStatus = 130;
 
 QList<OptionSpec> globalOptions()
 {
@@ -150,13 +149,6 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         try {
             status = blockingWait(command.run(
                 CommandContext{store, globals, parsed, out, [&interrupt] { return interrupt.interrupted(); }}));
-            if (const auto failure = store.lastError()) {
-                out.error(*failure);
-                status = 1;
-            } else if (interrupt.interrupted()) {
-                out.note(QStringLiteral("Cancelled."));
-                status = cancelledStatus;
-            }
         } catch (const UsageError &) {
             throw; // nothing was changed; nothing to save
         } catch (const Error &error) {

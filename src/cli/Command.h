@@ -37,6 +37,22 @@ struct CommandContext {
     std::function<bool()> interrupted = [] { return false; };
 };
 
+// The exit status of a command the user stopped with Ctrl+C.
+inline constexpr int cancelledStatus = 130;
+
+// How a command ends when its store operation did not finish: a failure is written as
+// "error: SENTENCE" and exits 1, a cancellation says "Cancelled." and exits cancelledStatus.
+template <typename T>
+int stoppedStatus(const Output &out, const Outcome<T> &outcome)
+{
+    if (outcome.isCancelled()) {
+        out.note(QStringLiteral("Cancelled."));
+        return cancelledStatus;
+    }
+    out.error(outcome.failure());
+    return 1;
+}
+
 // One command of quillvane-cli. A command returns its exit status; it reports a failure the
 // user can act on by throwing quillvane::Error (exit 1) or UsageError (exit 2), and it
 // checks its input before changing anything, so a failed command changes nothing.

@@ -87,9 +87,9 @@ QCoro::Task<int> edit(CommandContext context)
     const QUuid chunkID = chunk.id;
     // A named task: g++ 12 destroys the temporaries of a co_await expression twice.
     auto editing = editFrame(context.store, chunkID, context.args.positional.at(1));
-    co_await editing;
-    if (context.store.lastError())
-        co_return 1;
+    const Done edited = co_await editing;
+    if (!edited.isDone())
+        co_return stoppedStatus(context.out, edited);
     printFrame(context, chunkNumbered(context.store, number));
     co_return 0;
 }

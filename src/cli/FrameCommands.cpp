@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "generation/FrameGeneration.h"
+#include "media/Road.h"
 
 #include <QJsonArray>
 
@@ -27,9 +28,10 @@ QString frameLine(const StoryboardChunk &chunk)
 
 QCoro::Task<int> elements(CommandContext context)
 {
-    co_await startRenderElements(context.store);
-    if (context.store.lastError())
-        co_return 1;
+    auto rendering = startRenderElements(context.store);
+    const Done outcome = co_await rendering;
+    if (!outcome.isDone())
+        co_return stoppedStatus(context.out, outcome);
     const auto &plan = context.store.project().plan;
     const QList<PlanElement> all = plan ? plan->elements : QList<PlanElement>();
     const auto rendered = std::count_if(all.begin(), all.end(),
@@ -60,14 +62,18 @@ QCoro::Task<int> frames(CommandContext context)
                             .arg(chunks.size()));
         }
         shown << chunk->id;
-        co_await startGenerateFrame(store, chunk->id);
+        auto generating = startGenerateFrame(store, chunk->id);
+        const Done generated = co_await generating;
+        if (!generated.isDone())
+            co_return stoppedStatus(context.out, generated);
     } else {
-        co_await startGenerateMissingFrames(store);
+        auto generating = runRoad(store, RoadStage::elements, RoadStage::frames);
+        const auto generated = co_await generating;
+        if (!generated.isDone())
+            co_return stoppedStatus(context.out, generated);
         for (const StoryboardChunk &chunk : store.project().chunks)
             shown << chunk.id;
     }
-    if (store.lastError())
-        co_return 1;
 
     const Project &project = store.project();
     if (context.globals.json) {

@@ -94,9 +94,10 @@ QCoro::Task<int> motionSettings(CommandContext context)
 
 QCoro::Task<int> motion(CommandContext context)
 {
-    co_await startRenderMotion(context.store);
-    if (context.store.lastError())
-        co_return 1;
+    auto rendering = startRenderMotion(context.store);
+    const Done rendered = co_await rendering;
+    if (!rendered.isDone())
+        co_return stoppedStatus(context.out, rendered);
     qsizetype clips = 0;
     for (const StoryboardChunk &chunk : context.store.project().chunks)
         clips += chunk.isAccepted() && chunk.frame->motionClipPath ? 1 : 0;
@@ -148,13 +149,14 @@ QCoro::Task<int> exportVideo(CommandContext context)
 {
     const ExportSettings settings = requestedExport(context.args, context.store.project().exportSettings);
     context.store.editProject([&settings](Project &project) { project.exportSettings = settings; });
-    const std::optional<QString> path = co_await startExportVideo(context.store);
-    if (!path || context.store.lastError())
-        co_return 1;
+    auto exporting = startExportVideo(context.store);
+    const Outcome<QString> exported = co_await exporting;
+    if (!exported.isDone())
+        co_return stoppedStatus(context.out, exported);
     if (context.globals.json)
-        context.out.json({{QStringLiteral("path"), *path}});
+        context.out.json({{QStringLiteral("path"), exported.value()}});
     else
-        context.out.line(*path);
+        context.out.line(exported.value());
     co_return 0;
 }
 

@@ -9,9 +9,10 @@ namespace {
 
 QCoro::Task<int> plan(CommandContext context)
 {
-    co_await startPlanning(context.store);
-    if (context.store.lastError())
-        co_return 1;
+    auto planning = startPlanning(context.store);
+    const Done planned = co_await planning;
+    if (!planned.isDone())
+        co_return stoppedStatus(context.out, planned);
     const Project &project = context.store.project();
     const qsizetype chunks = project.chunks.size();
     const qsizetype elements = project.plan ? project.plan->elements.size() : 0;

@@ -5,10 +5,8 @@
 #include "audio/AudioImport.h"
 #include "audio/TimingRun.h"
 #include "cli/Command.h"
-#include "generation/FrameGeneration.h"
 #include "generation/FrameReview.h"
-#include "generation/Planning.h"
-#include "media/MediaRuns.h"
+#include "media/Road.h"
 #include "model/PipelineConfig.h"
 #include "storage/Locations.h"
 #include "store/SampleProject.h"
@@ -53,13 +51,6 @@ void checkRun(const ParsedArgs &args)
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
 }
 
-// A stage that failed has left its sentence in lastError; one the user cancelled ends the
-// road quietly. Either way the project keeps what the finished stages made.
-bool stopped(const CommandContext &context)
-{
-    return context.store.lastError().has_value() || context.interrupted();
-}
-
 void cast(ProjectStore &store, const Character &character)
 {
     const auto id = store.addCharacter(character.name);
@@ -67,10 +58,8 @@ void cast(ProjectStore &store, const Character &character)
         return;
     if (!character.notes.isEmpty()) {
         store.editProject([&](Project &project) {
-            for (CharacterReference &profile : project.characters) {
-                if (profile.id == *id)
-                    profile.notes = character.notes;
-            }
+            if (CharacterReference *profile = project.characterWithID(*id))
+                profile->notes = character.notes;
         });
     }
     store.addReferenceImages(*id, {character.image});
@@ -87,34 +76,32 @@ void acceptEveryFrame(ProjectStore &store)
     }
 }
 
-// What the generation service makes, in the order each needs the one before.
-using GenerationStage = QCoro::Task<> (*)(ProjectStore &);
-constexpr GenerationStage generationStages[] = {&startPlanning, &startRenderElements, &startGenerateMissingFrames};
-
+// One token for the whole road: a Ctrl+C anywhere, also between two stages, ends it there,
+// and what the finished stages made stays in the project.
 QCoro::Task<int> travel(CommandContext context, Road road)
 {
     ProjectStore &store = context.store;
     store.setProject(road.start);
+    const CancelToken cancel;
+    const auto held = store.holdCancel(cancel);
 
-    auto importing = startImport(store, road.audio);
-    co_await importing;
-    if (stopped(context))
-        co_return 1;
-    auto timing = startTiming(store);
-    co_await timing;
-    if (stopped(context))
-        co_return 1;
+    auto importing = startImport(store, road.audio, cancel);
+    const Done imported = co_await importing;
+    if (!imported.isDone())
+        co_return stoppedStatus(context.out, imported);
+    auto timing = startTiming(store, cancel);
+    const Done timed = co_await timing;
+    if (!timed.isDone())
+        co_return stoppedStatus(context.out, timed);
     if (road.character)
         cast(store, *road.character);
     if (!store.project().hasReferencedCharacter())
         throw PipelineError(PipelineError::Case::missingCharacter);
 
-    for (const GenerationStage stage : generationStages) {
-        auto running = stage(store);
-        co_await running;
-        if (stopped(context))
-            co_return 1;
-    }
+    auto generating = runRoad(store, RoadStage::plan, RoadStage::frames, cancel);
+    const auto generated = co_await generating;
+    if (!generated.isDone())
+        co_return stoppedStatus(context.out, generated);
 
     if (!road.acceptAll) {
         context.out.note(QStringLiteral("%1 frames are ready for review: tick them with 'quillvane-cli review N --all' "
@@ -131,15 +118,11 @@ QCoro::Task<int> travel(CommandContext context, Road road)
         if (road.container)
             project.exportSettings.container = *road.container;
     });
-    auto motion = startRenderMotion(store);
-    co_await motion;
-    if (stopped(context))
-        co_return 1;
-    auto exporting = startExportVideo(store);
-    const std::optional<QString> path = co_await exporting;
-    if (!path || stopped(context))
-        co_return 1;
-    context.out.line(*path);
+    auto finishing = runRoad(store, RoadStage::motion, RoadStage::exportVideo, cancel);
+    const auto finished = co_await finishing;
+    if (!finished.isDone())
+        co_return stoppedStatus(context.out, finished);
+    context.out.line(finished.value().value_or(QString()));
     co_return 0;
 }
 

@@ -23,24 +23,13 @@ void step(StoryboardChunk &chunk, QList<GeneratedFrame> &from, QList<GeneratedFr
     chunk.frame = std::move(next);
 }
 
-const StoryboardChunk *findChunk(const Project &project, const QUuid &chunkID)
-{
-    const auto found = std::find_if(project.chunks.begin(), project.chunks.end(),
-                                    [&](const StoryboardChunk &chunk) { return chunk.id == chunkID; });
-    return found == project.chunks.end() ? nullptr : &*found;
-}
-
 // Applies `move` to the chunk on a copy of the project and hands the copy back whole, with
 // updatedAt touched even when nothing moved.
 void moveVersion(ProjectStore &store, const QUuid &chunkID, void (*move)(StoryboardChunk &))
 {
     Project changed = store.project();
-    for (StoryboardChunk &chunk : changed.chunks) {
-        if (chunk.id == chunkID) {
-            move(chunk);
-            break;
-        }
-    }
+    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID))
+        move(*chunk);
     changed.updatedAt = now();
     store.setProject(changed);
 }
@@ -84,17 +73,17 @@ QString versionLabel(const StoryboardChunk &chunk)
     return label;
 }
 
-QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request)
+QCoro::Task<Done> editFrame(ProjectStore &store, QUuid chunkID, QString request)
 {
     const QString trimmed = request.trimmed();
     if (trimmed.isEmpty())
-        co_return;
-    const StoryboardChunk *chunk = findChunk(store.project(), chunkID);
+        co_return Done::done();
+    const StoryboardChunk *chunk = store.project().chunkWithID(chunkID);
     if (!chunk)
-        co_return;
+        co_return Done::done();
     if (!chunk->frame || !chunk->frame->remoteURL || chunk->frame->remoteURL->isEmpty()) {
         store.setLastError(noEditSourceMessage);
-        co_return;
+        co_return Done::failed(noEditSourceMessage);
     }
     // Taken now, so the edit works on the picture the user saw when asking, even if an undo
     // changes the current frame while the job runs.
@@ -104,7 +93,7 @@ QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request)
     auto running = store.run(label, [&store, chunkID, sourceURL, prompt, trimmed](CancelToken cancel) {
         return runEdit(store, chunkID, sourceURL, prompt, trimmed, std::move(cancel));
     });
-    co_await running;
+    co_return co_await running;
 }
 
 void undoFrame(ProjectStore &store, QUuid chunkID)

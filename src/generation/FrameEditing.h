@@ -29,10 +29,10 @@ QString versionLabel(const StoryboardChunk &chunk);
 // Sends the chunk's current frame and the request to the edit workflow and makes the result
 // the new current frame (its prompt copied from the source frame, its editRequest the trimmed
 // request). A blank request or an unknown chunk does nothing; a chunk whose frame has no
-// remote URL gets noEditSourceMessage as lastError and no task starts. Runs in the store's Run
+// remote URL fails with noEditSourceMessage (also shown as lastError) and no task starts. Runs in the store's Run
 // wrapper, so a failure becomes lastError and leaves the chunk's history as it was. The edit
 // starts from the frame current when it is called, whatever is undone meanwhile.
-QCoro::Task<> editFrame(ProjectStore &store, QUuid chunkID, QString request);
+QCoro::Task<Done> editFrame(ProjectStore &store, QUuid chunkID, QString request);
 
 // undo or redo on the chunk with that id, then updatedAt is touched (also when no chunk
 // matched or there was nothing to move). All or nothing, like every project change.

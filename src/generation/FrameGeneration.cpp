@@ -23,13 +23,6 @@ bool hasPendingElements(const Project &project)
     return project.plan && std::any_of(project.plan->elements.begin(), project.plan->elements.end(), isPending);
 }
 
-const StoryboardChunk *findChunk(const Project &project, const QUuid &chunkID)
-{
-    const auto found = std::find_if(project.chunks.begin(), project.chunks.end(),
-                                    [&](const StoryboardChunk &chunk) { return chunk.id == chunkID; });
-    return found == project.chunks.end() ? nullptr : &*found;
-}
-
 QString noReferenceMessage(const StoryboardChunk &chunk)
 {
     return QStringLiteral("Frame %1 has no reference image yet. Render the storyboard elements first, or mark the "
@@ -59,7 +52,7 @@ QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString promp
         uploads->urls = co_await encoding;
         cancel.throwIfCancelled();
     }
-    const StoryboardChunk *chunk = findChunk(store.project(), chunkID);
+    const StoryboardChunk *chunk = store.project().chunkWithID(chunkID);
     if (!chunk)
         co_return;
     const QStringList references = referenceImageURLs(store.project(), *chunk, *uploads->urls);
@@ -167,13 +160,14 @@ QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel)
     store.setProject(changed);
 }
 
-QCoro::Task<> startRenderElements(ProjectStore &store)
+QCoro::Task<Done> startRenderElements(ProjectStore &store, CancelToken cancel)
 {
     if (!hasPendingElements(store.project()))
-        co_return;
-    auto running = store.run(renderElementsLabel,
-                             [&store](CancelToken cancel) { return runRenderElements(store, std::move(cancel)); });
-    co_await running;
+        co_return Done::done();
+    auto running = store.run(
+        renderElementsLabel, [&store](CancelToken token) { return runRenderElements(store, std::move(token)); },
+        cancel);
+    co_return co_await running;
 }
 
 namespace {
@@ -185,53 +179,55 @@ bool mayHaveReference(const Project &project, const StoryboardChunk &chunk)
     return !referenceImageURLs(project, chunk, {}).isEmpty() || !characterImagePaths(project).isEmpty();
 }
 
-QCoro::Task<> generateFrame(ProjectStore &store, QUuid chunkID, std::shared_ptr<CharacterUploads> uploads)
+QCoro::Task<Done> generateFrame(ProjectStore &store, QUuid chunkID, std::shared_ptr<CharacterUploads> uploads,
+                                CancelToken cancel)
 {
     const Project &project = store.project();
-    const StoryboardChunk *chunk = findChunk(project, chunkID);
+    const StoryboardChunk *chunk = project.chunkWithID(chunkID);
     if (!chunk)
-        co_return;
+        co_return Done::done();
     if (!mayHaveReference(project, *chunk)) {
         store.setLastError(noReferenceMessage(*chunk));
-        co_return;
+        co_return Done::failed(noReferenceMessage(*chunk));
     }
     const QString prompt = chunk->imagePrompt.isEmpty() ? composeFramePrompt(*chunk, project.style)
                                                         : chunk->imagePrompt;
     const QString preset = project.plan ? project.plan->ideogramStylePreset : QString();
     const QString label = frameLabel(*chunk);
-    auto running = store.run(label, [&store, chunkID, prompt, preset, uploads](CancelToken cancel) {
-        return runGenerateFrame(store, chunkID, prompt, preset, uploads, std::move(cancel));
-    });
-    co_await running;
+    auto running = store.run(
+        label,
+        [&store, chunkID, prompt, preset, uploads](CancelToken token) {
+            return runGenerateFrame(store, chunkID, prompt, preset, uploads, std::move(token));
+        },
+        cancel);
+    co_return co_await running;
 }
 
 } // namespace
 
-QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID)
+QCoro::Task<Done> startGenerateFrame(ProjectStore &store, QUuid chunkID, CancelToken cancel)
 {
-    auto generating = generateFrame(store, chunkID, std::make_shared<CharacterUploads>());
-    co_await generating;
+    auto generating = generateFrame(store, chunkID, std::make_shared<CharacterUploads>(), cancel);
+    co_return co_await generating;
 }
 
-QCoro::Task<> startGenerateMissingFrames(ProjectStore &store)
+QCoro::Task<Done> startGenerateMissingFrames(ProjectStore &store, CancelToken cancel)
 {
-    if (hasPendingElements(store.project())) {
-        auto rendering = startRenderElements(store);
-        co_await rendering;
-        if (store.lastError())
-            co_return;
-    }
+    const auto held = store.holdCancel(cancel);
     QList<QUuid> missing;
     for (const StoryboardChunk &chunk : store.project().chunks)
         if (!chunk.isFramed())
             missing << chunk.id;
     const auto uploads = std::make_shared<CharacterUploads>();
     for (const QUuid &chunkID : missing) {
-        auto generating = generateFrame(store, chunkID, uploads);
-        co_await generating;
-        if (store.lastError())
-            co_return;
+        if (cancel.isCancelled())
+            co_return Done::cancelled();
+        auto generating = generateFrame(store, chunkID, uploads, cancel);
+        const Done outcome = co_await generating;
+        if (!outcome.isDone())
+            co_return outcome;
     }
+    co_return Done::done();
 }
 
 QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString workflow, QJsonObject input,
@@ -266,14 +262,11 @@ QCoro::Task<> applyNewFrame(ProjectStore &store, FalClient &client, QUuid chunkI
 
     // Re-read: the user may have edited, or a parallel job replaced this frame, meanwhile.
     Project changed = store.project();
-    for (StoryboardChunk &chunk : changed.chunks) {
-        if (chunk.id != chunkID)
-            continue;
-        if (chunk.frame)
-            chunk.undoStack.append(*chunk.frame);
-        chunk.redoStack.clear();
-        chunk.frame = frame;
-        break;
+    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID)) {
+        if (chunk->frame)
+            chunk->undoStack.append(*chunk->frame);
+        chunk->redoStack.clear();
+        chunk->frame = frame;
     }
     changed.updatedAt = now();
     store.setProject(changed);

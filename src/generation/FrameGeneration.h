@@ -26,16 +26,20 @@ QStringList referenceImageURLs(const Project &project, const StoryboardChunk &ch
 // elements folder. Each finished element is kept at once, so a failure part-way leaves the
 // earlier ones rendered and the rest pending.
 QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel);
-// runRenderElements through the store's Run wrapper; no task starts when nothing is pending.
-QCoro::Task<> startRenderElements(ProjectStore &store);
+// runRenderElements through the store's Run wrapper; done at once, with no task shown, when
+// nothing is pending.
+QCoro::Task<Done> startRenderElements(ProjectStore &store, CancelToken cancel = {});
 
 // Generates (or regenerates) the frame of one chunk through the store's Run wrapper. An
-// unknown chunk does nothing; a chunk without any reference image sets lastError instead.
-QCoro::Task<> startGenerateFrame(ProjectStore &store, QUuid chunkID);
+// unknown chunk is done with nothing to do; a chunk without any reference image fails at once
+// (its sentence also becomes lastError) and no task starts.
+QCoro::Task<Done> startGenerateFrame(ProjectStore &store, QUuid chunkID, CancelToken cancel = {});
 
-// Renders pending elements, then generates the frame of every chunk without one, one after
-// another, stopping at the first operation that leaves lastError set.
-QCoro::Task<> startGenerateMissingFrames(ProjectStore &store);
+// Generates the frame of every chunk that has none, one after another under one token, and
+// stops at the first that does not finish: a failure or a cancel, also one made between two
+// frames, starts no later frame. Frames already made stay. Pending elements are a stage of
+// their own, run before this one by the stage sequence.
+QCoro::Task<Done> startGenerateMissingFrames(ProjectStore &store, CancelToken cancel = {});
 
 // Runs one image job on the service (submit, wait with the queue position shown, fetch the
 // result) and returns the URL of the image it made; no image fails with noImageInResponse.

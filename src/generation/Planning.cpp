@@ -112,9 +112,10 @@ QCoro::Task<> planStoryboard(ProjectStore &store, CancelToken cancel)
     store.setProject(changed);
 }
 
-QCoro::Task<> startPlanning(ProjectStore &store)
+QCoro::Task<Done> startPlanning(ProjectStore &store, CancelToken cancel)
 {
-    return store.run(planningLabel, [&store](CancelToken cancel) { return planStoryboard(store, std::move(cancel)); });
+    return store.run(
+        planningLabel, [&store](CancelToken token) { return planStoryboard(store, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

@@ -32,6 +32,6 @@ QList<StoryboardChunk> carryOverFrames(const QList<StoryboardChunk> &oldChunks, 
 QCoro::Task<> planStoryboard(ProjectStore &store, CancelToken cancel);
 
 // planStoryboard through the store's Run wrapper, under its label.
-QCoro::Task<> startPlanning(ProjectStore &store);
+QCoro::Task<Done> startPlanning(ProjectStore &store, CancelToken cancel = {});
 
 } // namespace quillvane

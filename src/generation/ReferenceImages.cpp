@@ -46,12 +46,11 @@ QCoro::Task<> addReferenceImages(ProjectStore &store, QUuid characterID, QString
     store.addReferenceImages(characterID, paths);
 }
 
-QCoro::Task<> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
+QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
 {
-    auto running = store.run(addImagesLabel, [&store, characterID, paths](CancelToken) {
+    return store.run(addImagesLabel, [&store, characterID, paths](CancelToken) {
         return addReferenceImages(store, characterID, paths);
     });
-    co_await running;
 }
 
 QCoro::Task<QStringList> characterReferenceURLs(QStringList paths)

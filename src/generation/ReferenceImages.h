@@ -31,7 +31,7 @@ void checkReadableImagesNow(const QStringList &paths);
 // character changes nothing.
 QCoro::Task<> addReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths);
 // addReferenceImages through the store's Run wrapper, so a refusal shows as the banner.
-QCoro::Task<> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths);
+QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths);
 
 // Every character's reference images as JPEG data URLs (the unreadable ones left out), made
 // on the thread pool.

@@ -76,24 +76,15 @@ QList<PlannedClip> plannedClips(const Project &project)
         return clips;
     }
     for (const ClipSlot &slot : clipSlots(project)) {
-        const auto chunk = std::find_if(project.chunks.begin(), project.chunks.end(),
-                                        [&](const StoryboardChunk &c) { return c.id == slot.chunkID; });
-        clips.append({slot.chunkID, clipOf(*chunk, slot.frameCount, slot.introFrames)});
+        clips.append({slot.chunkID, clipOf(*project.chunkWithID(slot.chunkID), slot.frameCount, slot.introFrames)});
     }
     return clips;
-}
-
-const StoryboardChunk *chunkWithID(const Project &project, const QUuid &id)
-{
-    const auto chunk = std::find_if(project.chunks.begin(), project.chunks.end(),
-                                    [&](const StoryboardChunk &c) { return c.id == id; });
-    return chunk == project.chunks.end() ? nullptr : &*chunk;
 }
 
 // Whether the chunk's clip file is whole and was made from exactly this request.
 bool isCurrent(const ProjectStore &store, const PlannedClip &planned)
 {
-    const StoryboardChunk *chunk = chunkWithID(store.project(), planned.chunkID);
+    const StoryboardChunk *chunk = store.project().chunkWithID(planned.chunkID);
     const QString path = store.media().clipPath(planned.chunkID);
     return chunk && chunk->frame && chunk->frame->motionClipPath == path && clipKey(path) == planned.clip.key;
 }
@@ -124,9 +115,8 @@ QCoro::Task<> renderClip(ProjectStore &store, PlannedClip planned, std::function
     co_await rendering;
     cancel.throwIfCancelled();
     Project changed = store.project();
-    const auto chunk = std::find_if(changed.chunks.begin(), changed.chunks.end(),
-                                    [&](const StoryboardChunk &candidate) { return candidate.id == planned.chunkID; });
-    if (chunk == changed.chunks.end() || !chunk->frame)
+    StoryboardChunk *chunk = changed.chunkWithID(planned.chunkID);
+    if (!chunk || !chunk->frame)
         co_return;
     chunk->frame->motionClipPath = clipPath;
     store.setProject(changed);
@@ -179,7 +169,7 @@ QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
     // What to render is taken now; the project may change while clips render.
     QList<PlannedClip> accepted;
     for (const PlannedClip &clip : plannedClips(store.project())) {
-        if (const StoryboardChunk *chunk = chunkWithID(store.project(), clip.chunkID); chunk && chunk->isAccepted())
+        if (const StoryboardChunk *chunk = store.project().chunkWithID(clip.chunkID); chunk && chunk->isAccepted())
             accepted.append(clip);
     }
     const auto sink = store.progressSink();
@@ -189,9 +179,10 @@ QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
     touch(store);
 }
 
-QCoro::Task<> startRenderMotion(ProjectStore &store)
+QCoro::Task<Done> startRenderMotion(ProjectStore &store, CancelToken cancel)
 {
-    return store.run(motionLabel, [&store](CancelToken cancel) { return runRenderMotion(store, std::move(cancel)); });
+    return store.run(
+        motionLabel, [&store](CancelToken token) { return runRenderMotion(store, std::move(token)); }, cancel);
 }
 
 QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
@@ -215,7 +206,7 @@ QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
 
     QStringList clips;
     for (const PlannedClip &clip : planned) {
-        const StoryboardChunk *chunk = chunkWithID(store.project(), clip.chunkID);
+        const StoryboardChunk *chunk = store.project().chunkWithID(clip.chunkID);
         if (chunk && chunk->frame && chunk->frame->motionClipPath)
             clips.append(*chunk->frame->motionClipPath);
     }
@@ -232,24 +223,10 @@ QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
     co_return written;
 }
 
-namespace {
-
-QCoro::Task<> exportInto(ProjectStore &store, std::shared_ptr<std::optional<QString>> result, CancelToken cancel)
+QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel)
 {
-    auto exporting = runExportVideo(store, std::move(cancel));
-    *result = co_await exporting;
-}
-
-} // namespace
-
-QCoro::Task<std::optional<QString>> startExportVideo(ProjectStore &store)
-{
-    auto result = std::make_shared<std::optional<QString>>();
-    auto running = store.run(exportLabel, [&store, result](CancelToken cancel) {
-        return exportInto(store, result, std::move(cancel));
-    });
-    co_await running;
-    co_return *result;
+    return store.run(
+        exportLabel, [&store](CancelToken token) { return runExportVideo(store, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

@@ -17,14 +17,14 @@ inline const QString exportLabel = QStringLiteral("Exporting video");
 // is kept at once, so a failure part-way leaves the earlier clips in place. Progress runs
 // from 0 to 1 across the frames rendered. No accepted chunk fails with notReviewed.
 QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel);
-QCoro::Task<> startRenderMotion(ProjectStore &store);
+QCoro::Task<Done> startRenderMotion(ProjectStore &store, CancelToken cancel = {});
 
 // Requires every chunk accepted (notReviewed otherwise), renders the clips that are missing
 // or out of date, then exports the clips in index order over the track's audio to the
 // export path and returns that path. Following the song, the video lasts as long as the
 // song and carries all of it; in fixed-length timing the audio ends with the last clip.
 QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel);
-// runExportVideo through Run; the written file's path, or nothing when the run failed.
-QCoro::Task<std::optional<QString>> startExportVideo(ProjectStore &store);
+// runExportVideo through Run; done with the written file's path.
+QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel = {});
 
 } // namespace quillvane

@@ -184,6 +184,37 @@ bool Project::hasReferencedCharacter() const
                        [](const CharacterReference &c) { return !c.referenceImagePaths.isEmpty(); });
 }
 
+namespace {
+
+template <typename List>
+auto *withID(List &list, const QUuid &id)
+{
+    const auto found = std::find_if(list.begin(), list.end(), [&id](const auto &item) { return item.id == id; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+StoryboardChunk *Project::chunkWithID(const QUuid &chunkID)
+{
+    return withID(chunks, chunkID);
+}
+
+const StoryboardChunk *Project::chunkWithID(const QUuid &chunkID) const
+{
+    return withID(chunks, chunkID);
+}
+
+CharacterReference *Project::characterWithID(const QUuid &characterID)
+{
+    return withID(characters, characterID);
+}
+
+const CharacterReference *Project::characterWithID(const QUuid &characterID) const
+{
+    return withID(characters, characterID);
+}
+
 bool Project::allChunksAccepted() const
 {
     return !chunks.isEmpty() && acceptedCount() == chunks.size();

@@ -208,6 +208,11 @@ struct Project {
     bool allChunksAccepted() const; // true only when there is at least one chunk
     // Whether some character has a reference image (what planning is built around).
     bool hasReferencedCharacter() const;
+    // The chunk or character with that id, or nullptr when the project has none.
+    StoryboardChunk *chunkWithID(const QUuid &chunkID);
+    const StoryboardChunk *chunkWithID(const QUuid &chunkID) const;
+    CharacterReference *characterWithID(const QUuid &characterID);
+    const CharacterReference *characterWithID(const QUuid &characterID) const;
     bool operator==(const Project &) const = default;
 };
 

@@ -190,30 +190,19 @@ QUrl ProjectStore::generationBaseURL() const
     return QUrl(QString::fromUtf8(deployment::defaultProxyURL));
 }
 
-QCoro::Task<> ProjectStore::run(QString label, Operation operation)
+void ProjectStore::beginRun(const QString &label, const CancelToken &cancel)
 {
-    const QPointer<ProjectStore> self(this);
-    const CancelToken token;
-    m_activeRuns.push_back(token);
+    m_activeRuns.push_back(cancel);
     setRunningTask(label);
     setTaskProgress(std::nullopt);
     setLastError(std::nullopt);
+}
 
-    std::optional<QString> failure;
-    try {
-        auto running = operation(token); // a named task: see the g++ 12 note in BlockingWait.h
-        co_await running;
-    } catch (const Cancelled &) {
-        // The user asked for this; nothing to report.
-    } catch (const std::exception &error) {
-        failure = userFacingDescription(error);
-    } catch (...) {
-        failure = userFacingDescription(std::runtime_error(""));
-    }
-
-    if (!self)
-        co_return;
-    std::erase(m_activeRuns, token);
+void ProjectStore::endRun(const CancelToken &cancel, const std::optional<QString> &failure)
+{
+    // One entry: a sequence may hold the same token for longer.
+    if (const auto entry = std::find(m_activeRuns.begin(), m_activeRuns.end(), cancel); entry != m_activeRuns.end())
+        m_activeRuns.erase(entry);
     if (failure)
         setLastError(failure);
     setRunningTask(std::nullopt);
@@ -224,6 +213,19 @@ void ProjectStore::cancelRunningTasks()
 {
     for (const CancelToken &token : m_activeRuns)
         token.cancel();
+}
+
+std::shared_ptr<void> ProjectStore::holdCancel(const CancelToken &cancel)
+{
+    m_activeRuns.push_back(cancel);
+    const QPointer<ProjectStore> self(this);
+    return std::shared_ptr<void>(nullptr, [self, cancel](void *) {
+        if (!self)
+            return;
+        if (const auto entry = std::find(self->m_activeRuns.begin(), self->m_activeRuns.end(), cancel);
+            entry != self->m_activeRuns.end())
+            self->m_activeRuns.erase(entry);
+    });
 }
 
 std::optional<QUuid> ProjectStore::addCharacter(const QString &name)
@@ -243,11 +245,10 @@ std::optional<QUuid> ProjectStore::addCharacter(const QString &name)
 void ProjectStore::addReferenceImages(const QUuid &characterID, const QStringList &paths)
 {
     Project changed = m_project;
-    const auto it = std::find_if(changed.characters.begin(), changed.characters.end(),
-                                 [&characterID](const auto &c) { return c.id == characterID; });
-    if (it == changed.characters.end())
+    CharacterReference *character = changed.characterWithID(characterID);
+    if (!character)
         return;
-    it->referenceImagePaths.append(paths);
+    character->referenceImagePaths.append(paths);
     setProject(changed);
 }
 
@@ -271,9 +272,8 @@ bool ProjectStore::removeCharacter(const QUuid &characterID)
 bool ProjectStore::removeReferenceImage(const QUuid &characterID, const QString &path)
 {
     Project changed = m_project;
-    const auto it = std::find_if(changed.characters.begin(), changed.characters.end(),
-                                 [&characterID](const auto &c) { return c.id == characterID; });
-    if (it == changed.characters.end() || !it->referenceImagePaths.removeOne(path))
+    CharacterReference *character = changed.characterWithID(characterID);
+    if (!character || !character->referenceImagePaths.removeOne(path))
         return false;
     changed.updatedAt = now();
     setProject(changed);

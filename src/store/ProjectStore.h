@@ -3,20 +3,42 @@
 #include "model/PipelineStage.h"
 #include "model/Records.h"
 #include "storage/ProjectLibrary.h"
+#include "model/Error.h"
 #include "store/Cancellation.h"
+#include "store/Outcome.h"
 #include "store/PipelineServices.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 #include <QUrl>
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 namespace quillvane {
+
+namespace detail {
+template <typename Task>
+struct TaskValue;
+template <typename T>
+struct TaskValue<QCoro::Task<T>> {
+    using type = T;
+};
+template <>
+struct TaskValue<QCoro::Task<void>> {
+    using type = std::monostate;
+};
+} // namespace detail
+
+// The value an operation's task ends with (std::monostate for a task of nothing).
+template <typename Operation>
+using RunValue = typename detail::TaskValue<std::invoke_result_t<Operation, CancelToken>>::type;
 
 struct StoreOptions {
     // Quiet time after the last change before the project is written.
@@ -42,8 +64,6 @@ class ProjectStore : public QObject {
     Q_OBJECT
 
 public:
-    using Operation = std::function<QCoro::Task<>(CancelToken)>;
-
     // Start-up: the given project, else the library's last saved project, else the sample;
     // then the three settings from the preferences (a stored proxy URL that normalises to
     // something else is written back), and a first save after saveDelay.
@@ -104,11 +124,17 @@ public:
     StageStatus status(PipelineStage stage) const { return stageStatus(m_project, stage); }
 
     // The wrapper of every long operation: shows label as the running task, clears progress
-    // and the last error, awaits the operation, and clears the task when it ends. A typed
-    // failure becomes lastError; a cancellation ends silently. Never throws.
-    QCoro::Task<> run(QString label, Operation operation);
-    // Asks every running operation to stop.
+    // and the last error, awaits operation(cancel), and clears the task when it ends. Returns
+    // what happened: done with the operation's value, failed with its sentence (which also
+    // becomes lastError for the banner) or cancelled (silently). Never throws. A sequence of
+    // runs passes its own token to each, so one cancel stops the run and the sequence.
+    template <typename Operation>
+    QCoro::Task<Outcome<RunValue<Operation>>> run(QString label, Operation operation, CancelToken cancel = {});
+    // Asks every running operation, and every sequence holding its token, to stop.
     void cancelRunningTasks();
+    // Keeps the token among those cancelRunningTasks reaches for as long as the returned guard
+    // lives: a sequence holds its token between its runs, so a cancel there is not lost.
+    [[nodiscard]] std::shared_ptr<void> holdCancel(const CancelToken &cancel);
 
     // Appends a character with a fresh id and the trimmed name and touches updatedAt; a blank
     // name adds nothing. Returns the new character's id.
@@ -152,6 +178,8 @@ Q_SIGNALS:
     void timingMethodChanged();
 
 private:
+    void beginRun(const QString &label, const CancelToken &cancel);
+    void endRun(const CancelToken &cancel, const std::optional<QString> &failure);
     void saveNow();
     // Writes a setting to the preferences and to its field, notifying when it changed.
     void storeSetting(const char *preferenceKey, QString &field, const QString &value, void (ProjectStore::*changed)());
@@ -174,5 +202,42 @@ private:
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;
 };
+
+template <typename Operation>
+QCoro::Task<Outcome<RunValue<Operation>>> ProjectStore::run(QString label, Operation operation, CancelToken cancel)
+{
+    using Value = RunValue<Operation>;
+    // A sequence cancelled before this run would start does not start it.
+    if (cancel.isCancelled())
+        co_return Outcome<Value>::cancelled();
+    const QPointer<ProjectStore> self(this);
+    beginRun(label, cancel);
+    std::optional<Value> value;
+    std::optional<QString> failure;
+    try {
+        auto running = operation(cancel); // a named task: see the g++ 12 note in BlockingWait.h
+        if constexpr (std::is_same_v<decltype(running), QCoro::Task<void>>) {
+            co_await running;
+            value.emplace();
+        } else {
+            value.emplace(co_await running);
+        }
+    } catch (const Cancelled &) {
+        // The user asked for this; nothing to report.
+    } catch (const std::exception &error) {
+        failure = userFacingDescription(error);
+    } catch (...) {
+        failure = userFacingDescription(std::runtime_error(""));
+    }
+
+    if (!self)
+        co_return Outcome<Value>::cancelled();
+    endRun(cancel, failure);
+    if (failure)
+        co_return Outcome<Value>::failed(*failure);
+    if (!value)
+        co_return Outcome<Value>::cancelled();
+    co_return Outcome<Value>::done(std::move(*value));
+}
 
 } // namespace quillvane

@@ -9,6 +9,7 @@
 #include "generation/ReferenceImages.h"
 #include "audio/Lyrics.h"
 #include "media/MediaRuns.h"
+#include "media/Road.h"
 #include "model/PipelineConfig.h"
 
 #include <QFileInfo>
@@ -24,33 +25,22 @@ QUuid idFrom(const QString &text)
     return QUuid::fromString(text);
 }
 
-// The run, then the next stage when it ended without an error.
-QCoro::Task<> thenSelect(ProjectStore &store, QCoro::Task<> run, PipelineStage next)
+// The run, then the next stage when it was done.
+template <typename T>
+QCoro::Task<> thenSelect(ProjectStore &store, QCoro::Task<T> run, PipelineStage next)
 {
-    QCoro::Task<> running = std::move(run);
-    co_await running;
-    if (!store.lastError())
+    QCoro::Task<T> running = std::move(run);
+    const auto outcome = co_await running;
+    if (outcome.isDone())
         store.setSelectedStage(next);
-}
-
-QCoro::Task<> planRenderAndContinue(ProjectStore &store)
-{
-    auto planning = startPlanning(store);
-    co_await planning;
-    if (store.lastError())
-        co_return;
-    auto rendering = startRenderElements(store);
-    co_await rendering;
-    if (!store.lastError())
-        store.setSelectedStage(PipelineStage::storyboard);
 }
 
 QCoro::Task<> exportAndTell(ProjectStore &store, QPointer<AppStore> bridge)
 {
     auto exporting = startExportVideo(store);
-    const std::optional<QString> path = co_await exporting;
-    if (path && bridge)
-        Q_EMIT bridge->exported(QUrl::fromLocalFile(*path));
+    const Outcome<QString> exported = co_await exporting;
+    if (exported.isDone() && bridge)
+        Q_EMIT bridge->exported(QUrl::fromLocalFile(exported.value()));
 }
 
 } // namespace
@@ -98,11 +88,6 @@ AppStore *AppStore::create(QQmlEngine *, QJSEngine *)
     Q_ASSERT(s_current);
     QJSEngine::setObjectOwnership(s_current, QJSEngine::CppOwnership);
     return s_current;
-}
-
-void AppStore::launch(QCoro::Task<> operation)
-{
-    QCoro::connect(std::move(operation), this, [] {});
 }
 
 void AppStore::setOfflineStudio(bool offline)
@@ -197,7 +182,7 @@ void AppStore::alignTimingAndContinue()
 void AppStore::startStoryboard()
 {
     if (m_store.project().chunks.isEmpty())
-        launch(planRenderAndContinue(m_store));
+        launch(thenSelect(m_store, runRoad(m_store, RoadStage::plan, RoadStage::elements), PipelineStage::storyboard));
     else
         m_store.setSelectedStage(PipelineStage::storyboard);
 }
@@ -387,7 +372,7 @@ void AppStore::generateFrame(const QString &chunkID)
 
 void AppStore::generateMissingFrames()
 {
-    launch(startGenerateMissingFrames(m_store));
+    launch(runRoad(m_store, RoadStage::elements, RoadStage::frames));
 }
 
 void AppStore::editFrame(const QString &chunkID, const QString &request)

@@ -216,8 +216,13 @@ Q_SIGNALS:
     void exported(const QUrl &file);
 
 private:
-    // Keeps the operation alive until it ends; its failures are already in lastError.
-    void launch(QCoro::Task<> operation);
+    // Keeps the operation alive until it ends: it reports through the store (task strip,
+    // banner), and nothing here waits for its outcome.
+    template <typename T>
+    void launch(QCoro::Task<T> operation)
+    {
+        QCoro::connect(std::move(operation), this, [](const auto &...) {});
+    }
     void editStyle(QString StyleGuidance::*field, const QString &text);
     // Starts or stops the studio to match the setting and points the client at it.
     void applyBackend();
