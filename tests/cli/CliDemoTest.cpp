@@ -75,22 +75,33 @@ TEST(CliDemo, AFreshMachineGetsAPlayableLyricVideo)
 
 // Ctrl+C in the middle of the road: the stage running stops, the ones after it never start,
 // and what was made so far is saved.
-TEST(CliDemo, CtrlCStopsTheRoadAndKeepsWhatWasMade)
+struct InterruptCase {
+    const char *name;
+    QByteArray interruptAt; // the task line on which Ctrl+C is pressed
+    QByteArray neverShown;  // a task that must not start after it
+    bool everyFramePainted;
+};
+
+class CliDemoInterrupt : public testing::TestWithParam<InterruptCase> {};
+
+TEST_P(CliDemoInterrupt, CtrlCStopsTheRoadAndKeepsWhatWasMade)
 {
+    const InterruptCase &c = GetParam();
     CliHome home;
     QProcess demo;
     demo.setProcessEnvironment(home.processEnvironment());
     demo.start(QStringLiteral(QUILLVANE_CLI_PATH), {QStringLiteral("demo"), QStringLiteral("--to"), home.path(QStringLiteral("out"))});
     QByteArray err;
-    while (!err.contains("Rendering motion") && demo.state() != QProcess::NotRunning) {
+    while (!err.contains(c.interruptAt) && demo.state() != QProcess::NotRunning) {
         demo.waitForReadyRead(1000);
         err += demo.readAllStandardError();
     }
-    ASSERT_TRUE(err.contains("Rendering motion")) << err.constData();
+    ASSERT_TRUE(err.contains(c.interruptAt)) << err.constData();
     ::kill(pid_t(demo.processId()), SIGINT);
     ASSERT_TRUE(demo.waitForFinished(60000));
     err += demo.readAllStandardError();
     EXPECT_EQ(demo.exitCode(), 130) << err.constData();
+    EXPECT_FALSE(err.contains(c.neverShown)) << c.neverShown.constData() << " started after the cancel";
     EXPECT_FALSE(err.contains("Exporting video")) << "export started after the cancel";
     EXPECT_TRUE(demo.readAllStandardOutput().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("out"))));
@@ -98,6 +109,14 @@ TEST(CliDemo, CtrlCStopsTheRoadAndKeepsWhatWasMade)
     const Project saved = home.savedProject();
     EXPECT_EQ(saved.title, QStringLiteral("Neon Overpass"));
     ASSERT_FALSE(saved.chunks.isEmpty());
-    for (const StoryboardChunk &chunk : saved.chunks)
-        EXPECT_TRUE(chunk.isAccepted()) << "chunk " << chunk.chunkNumber;
+    EXPECT_TRUE(saved.chunks.first().isFramed()) << "the first frame was made before the cancel and stays";
+    EXPECT_EQ(saved.framedCount() == saved.chunks.size(), c.everyFramePainted);
 }
+
+const InterruptCase interruptCases[] = {
+    {"while a frame is painted", "Generating frame 2", "Generating frame 3", false},
+    {"while motion renders", "Rendering motion", "Exporting video", true},
+};
+
+INSTANTIATE_TEST_SUITE_P(CliDemo, CliDemoInterrupt, testing::ValuesIn(interruptCases),
+                         [](const auto &info) { return test::testName(info.param.name); });

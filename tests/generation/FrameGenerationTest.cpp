@@ -3,6 +3,7 @@
 // history, and where a failure leaves the project.
 
 #include "generation/FrameGeneration.h"
+#include "media/Road.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
@@ -13,6 +14,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -352,8 +354,9 @@ TEST_P(FrameBatch, RendersPendingElementsThenFramesOneAtATime)
     const QStringList images = {QStringLiteral("sign"), QStringLiteral("f1"), QStringLiteral("f2"), QStringLiteral("f3")};
     server.script(QStringLiteral("GET"), resultPath, serveImages(images));
 
-    blockingWait(startGenerateMissingFrames(*store));
+    const auto outcome = blockingWait(runRoad(*store, RoadStage::elements, RoadStage::frames));
 
+    EXPECT_EQ(outcome.isFailed(), c.fails);
     EXPECT_EQ(planElement(0).imageRemoteURL, imageURL(QStringLiteral("sign")));
     EXPECT_EQ(server.count(QStringLiteral("POST"), framePath), c.jobs);
     const auto &chunks = store->project().chunks;
@@ -382,6 +385,34 @@ TEST_P(FrameBatch, RendersPendingElementsThenFramesOneAtATime)
 
 INSTANTIATE_TEST_SUITE_P(FrameGeneration, FrameBatch, testing::ValuesIn(batchCases),
                          [](const auto &info) { return testName(info.param.name); });
+
+// A cancel while frame 2 of 4 is painted ends the batch there: no third job is sent, and the
+// first frame stays made.
+TEST_F(FrameGenerationTest, ACancelDuringOneFrameStartsNoLaterFrame)
+{
+    open(projectWithPlan({element(QStringLiteral("sign"), imageURL(QStringLiteral("sign")))},
+                         {chunk(0), chunk(1), chunk(2), chunk(3)}));
+    server.script(QStringLiteral("POST"), framePath, {accepted});
+    // The first job is done at once; the second is still painting at every poll.
+    server.script(QStringLiteral("GET"), statusPath,
+                  {reply(R"({"status":"COMPLETED"})"), reply(R"({"status":"IN_PROGRESS"})", 200, 20ms)});
+    server.script(QStringLiteral("GET"), resultPath, serveImages({QStringLiteral("f1")}));
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (server.count(QStringLiteral("POST"), framePath) == 2 && server.count(QStringLiteral("GET"), statusPath) >= 3)
+            store->cancelRunningTasks();
+    });
+    watch.start(2ms);
+
+    const Done outcome = blockingWait(startGenerateMissingFrames(*store));
+
+    EXPECT_TRUE(outcome.isCancelled());
+    EXPECT_EQ(server.count(QStringLiteral("POST"), framePath), 2);
+    const auto &chunks = store->project().chunks;
+    EXPECT_TRUE(chunks[0].isFramed());
+    EXPECT_FALSE(chunks[1].isFramed() || chunks[2].isFramed() || chunks[3].isFramed());
+    EXPECT_FALSE(store->lastError() || store->runningTask());
+}
 
 } // namespace
 

@@ -19,6 +19,13 @@
 namespace quillvane {
 namespace {
 
+// The exported file's path, or nothing when the export did not finish.
+std::optional<QString> exportedPath(ProjectStore &store)
+{
+    const Outcome<QString> exported = blockingWait(startExportVideo(store));
+    return exported.isDone() ? std::optional(exported.value()) : std::nullopt;
+}
+
 using namespace test;
 
 const QString notReviewed = QStringLiteral("Every frame must pass the readability review before export.");
@@ -82,7 +89,7 @@ TEST(MediaRuns, NothingRendersOrExportsUntilTheFramesAreAccepted)
         Fixture f(row.chunks);
         const Project before = f.store.project();
         if (row.exporting)
-            EXPECT_EQ(blockingWait(startExportVideo(f.store)), std::nullopt);
+            EXPECT_EQ(exportedPath(f.store), std::nullopt);
         else
             blockingWait(startRenderMotion(f.store));
         EXPECT_EQ(f.store.lastError(), notReviewed);
@@ -128,7 +135,7 @@ TEST(MediaRuns, ExportRendersMissingClipsAndPlaysTheChunksInIndexOrder)
         project.chunks = {chunk(2, f.still(Qt::red), true), chunk(0, f.still(Qt::green), true),
                           chunk(1, f.still(Qt::blue), true)};
     });
-    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    const std::optional<QString> path = exportedPath(f.store);
 
     ASSERT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
     ASSERT_EQ(path, f.store.media().exportsFolder() + QStringLiteral("/Song.mp4"));
@@ -168,7 +175,7 @@ TEST(MediaRuns, TheExportIsNamedAfterTheTitleInsideItsFolder)
                 project.exportSettings.destinationFolder = destination.path();
         });
         const QString folder = row.ownFolder ? destination.path() : f.store.media().exportsFolder();
-        EXPECT_EQ(blockingWait(startExportVideo(f.store)), folder + QLatin1Char('/') + row.name);
+        EXPECT_EQ(exportedPath(f.store), folder + QLatin1Char('/') + row.name);
         EXPECT_TRUE(QFile::exists(folder + QLatin1Char('/') + row.name));
         EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{row.name});
     }
@@ -180,7 +187,7 @@ TEST(MediaRuns, TheTracksAudioGoesUnderTheVideo)
     Fixture f({chunk(0, solidStill(dir, QStringLiteral("s.png"), Qt::red), true)});
     const QString song = tone(dir, 3);
     f.store.editProject([&](Project &project) { project.audioPath = song; });
-    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    const std::optional<QString> path = exportedPath(f.store);
     ASSERT_TRUE(path);
     const VideoFacts facts = inspectVideo(*path);
     EXPECT_EQ(facts.audioStreams, 1);
@@ -194,7 +201,7 @@ TEST(MediaRuns, AClipDeletedAfterRenderingIsRenderedAgainAtExport)
     blockingWait(startRenderMotion(f.store));
     const QString clip = *f.at(0).frame->motionClipPath;
     QFile::remove(clip);
-    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    const std::optional<QString> path = exportedPath(f.store);
     ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 2);
     EXPECT_EQ(inspectVideo(*path).frameTimes.size(), 2);
@@ -230,7 +237,7 @@ struct SongFixture : Fixture {
 TEST(MediaRuns, TheExportFollowsTheSongFrameByFrame)
 {
     SongFixture f;
-    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    const std::optional<QString> path = exportedPath(f.store);
     ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
 
     const double songLength = probeAudioDuration(f.song);
@@ -273,7 +280,7 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrame)
 TEST(MediaRuns, ReExportingAfterOneFrameChangedRendersOnlyItsClip)
 {
     SongFixture f;
-    ASSERT_TRUE(blockingWait(startExportVideo(f.store)));
+    ASSERT_TRUE(exportedPath(f.store));
     QHash<QUuid, QDateTime> written;
     for (const StoryboardChunk &c : f.store.project().chunks)
         written.insert(c.id, QFileInfo(*c.frame->motionClipPath).lastModified());
@@ -284,7 +291,7 @@ TEST(MediaRuns, ReExportingAfterOneFrameChangedRendersOnlyItsClip)
         project.chunks[2].frame->localPath = f.still(Qt::yellow);
         project.chunks[2].frame->motionClipPath.reset();
     });
-    const std::optional<QString> path = blockingWait(startExportVideo(f.store));
+    const std::optional<QString> path = exportedPath(f.store);
     ASSERT_TRUE(path);
     for (const StoryboardChunk &c : f.store.project().chunks)
         EXPECT_EQ(QFileInfo(*c.frame->motionClipPath).lastModified() != written.value(c.id), c.id == edited);
@@ -305,7 +312,7 @@ TEST(MediaRuns, ASongEndingBeforeEveryChunkIsRefusedWithASentence)
         project.chunks[1].start = 6;
     });
     const Project before = f.store.project();
-    EXPECT_EQ(blockingWait(startExportVideo(f.store)), std::nullopt);
+    EXPECT_EQ(exportedPath(f.store), std::nullopt);
     EXPECT_EQ(f.store.lastError(), QStringLiteral("Every chunk starts after the end of the track, so no frame would "
                                                   "be on screen. Time the lyrics again against this track."));
     EXPECT_EQ(f.store.project(), before);

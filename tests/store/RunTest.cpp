@@ -23,6 +23,7 @@ struct RunCase {
     std::function<void(ProjectStore &, const CancelToken &)> body;
     std::optional<QString> expectedError;
     bool projectChanged;
+    bool cancelled = false;
 };
 
 const RunCase runCases[] = {
@@ -39,14 +40,14 @@ const RunCase runCases[] = {
      [](ProjectStore &, const CancelToken &) { throw std::runtime_error("disk on fire"); },
      QStringLiteral("The operation couldn’t be completed. (disk on fire)"), false},
     {"a cancellation ends silently",
-     [](ProjectStore &, const CancelToken &) { throw Cancelled(); }, std::nullopt, false},
+     [](ProjectStore &, const CancelToken &) { throw Cancelled(); }, std::nullopt, false, true},
 };
 
 class RunOutcome : public testing::TestWithParam<RunCase> {};
 
 } // namespace
 
-TEST_P(RunOutcome, EndsIdleWithTheRightErrorText)
+TEST_P(RunOutcome, EndsIdleAndSaysWhatHappened)
 {
     const RunCase &c = GetParam();
     test::TempLibrary temp;
@@ -56,12 +57,17 @@ TEST_P(RunOutcome, EndsIdleWithTheRightErrorText)
 
     std::optional<QString> labelWhileRunning;
     bool errorClearedWhileRunning = false;
-    blockingWait(store.run(QStringLiteral("Planning storyboard"), [&](CancelToken token) -> QCoro::Task<> {
+    const Done outcome = blockingWait(store.run(QStringLiteral("Planning storyboard"), [&](CancelToken token) -> QCoro::Task<> {
         co_await QCoro::sleepFor(10ms);
         labelWhileRunning = store.runningTask();
         errorClearedWhileRunning = !store.lastError().has_value();
         c.body(store, token);
     }));
+
+    EXPECT_EQ(outcome.isFailed(), c.expectedError.has_value());
+    EXPECT_EQ(outcome.failure(), c.expectedError.value_or(QString()));
+    EXPECT_EQ(outcome.isCancelled(), c.cancelled);
+    EXPECT_EQ(outcome.isDone(), !c.expectedError && !c.cancelled);
 
     EXPECT_EQ(labelWhileRunning, QStringLiteral("Planning storyboard"));
     EXPECT_TRUE(errorClearedWhileRunning);
@@ -82,7 +88,7 @@ TEST(Run, CancellingStopsAWaitingOperationSilentlyAndKeepsTheProject)
     bool reachedTheEnd = false;
 
     QTimer::singleShot(30ms, &store, [&store] { store.cancelRunningTasks(); });
-    blockingWait(store.run(QStringLiteral("Rendering motion"), [&](CancelToken token) -> QCoro::Task<> {
+    const Done outcome = blockingWait(store.run(QStringLiteral("Rendering motion"), [&](CancelToken token) -> QCoro::Task<> {
         // An engine's loop: one step at a time, checking between steps.
         for (int step = 0; step < 200; ++step) {
             co_await QCoro::sleepFor(5ms);
@@ -92,6 +98,7 @@ TEST(Run, CancellingStopsAWaitingOperationSilentlyAndKeepsTheProject)
         store.editProject([](Project &p) { p.title = QStringLiteral("rendered"); });
     }));
 
+    EXPECT_TRUE(outcome.isCancelled());
     EXPECT_FALSE(reachedTheEnd);
     EXPECT_EQ(store.project(), before);
     EXPECT_FALSE(store.runningTask() || store.taskProgress() || store.lastError());
@@ -130,6 +137,5 @@ TEST(Run, AStoreDestroyedWhileAnOperationWaitsIsNotTouchedAfterwards)
     auto running = store->run(QStringLiteral("Exporting video"),
                               [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(20ms); });
     store.reset();
-    blockingWait(std::move(running));
-    SUCCEED();
+    EXPECT_TRUE(blockingWait(std::move(running)).isCancelled());
 }
