@@ -62,8 +62,8 @@ void BM_ImportWithEmbeddedLyricsAndNoEngine(benchmark::State &state)
                                       Preferences(dir.filePath(QStringLiteral("Quillvane.conf")))),
                        std::nullopt, services);
     for (auto _ : state) {
-        blockingWait(startImport(store, track));
-        if (store.lastError() || store.project().lyricsSource != LyricsSource::embeddedUnverified)
+        const Done imported = blockingWait(startImport(store, track));
+        if (!imported.isDone() || store.project().lyricsSource != LyricsSource::embeddedUnverified)
             state.SkipWithError("the import did not take the embedded lyrics");
     }
 }

@@ -129,12 +129,12 @@ void timingAccuracy(const QString &folder)
 
     QElapsedTimer timer;
     timer.start();
-    blockingWait(startImport(store, song));
+    const Done imported = blockingWait(startImport(store, song));
     const double importSeconds = double(timer.restart()) / 1000.0;
-    blockingWait(startTiming(store));
+    const Done timed = imported.isDone() ? blockingWait(startTiming(store)) : imported;
     const double timingSeconds = double(timer.elapsed()) / 1000.0;
-    if (store.lastError()) {
-        std::printf("timing accuracy: %s\n", qPrintable(*store.lastError()));
+    if (!timed.isDone()) {
+        std::printf("timing accuracy: %s\n", timed.isCancelled() ? "cancelled" : qPrintable(timed.failure()));
         return;
     }
 

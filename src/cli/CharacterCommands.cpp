@@ -34,12 +34,6 @@ const CharacterReference &characterNamed(const Project &project, const QString &
     throw Error(QStringLiteral("No character named \"%1\".").arg(name));
 }
 
-const CharacterReference &characterWithID(const Project &project, const QUuid &id)
-{
-    return *std::find_if(project.characters.begin(), project.characters.end(),
-                         [&id](const auto &c) { return c.id == id; });
-}
-
 void report(const CommandContext &context, const CharacterReference &character, const QString &sentence)
 {
     if (context.globals.json)
@@ -62,16 +56,14 @@ QCoro::Task<int> addCharacter(CommandContext context)
     const QUuid id = *store.addCharacter(name);
     if (const auto notes = context.args.value(QStringLiteral("notes"))) {
         store.editProject([&](Project &project) {
-            for (auto &character : project.characters) {
-                if (character.id == id)
-                    character.notes = *notes;
-            }
+            if (CharacterReference *character = project.characterWithID(id))
+                character->notes = *notes;
         });
     }
     if (!images.isEmpty())
         store.addReferenceImages(id, images);
 
-    const CharacterReference &added = characterWithID(store.project(), id);
+    const CharacterReference &added = *store.project().characterWithID(id);
     report(context, added,
            QStringLiteral("Added character \"%1\" with %2.").arg(added.name, imagesPhrase(added.referenceImagePaths.size())));
     co_return 0;
@@ -105,7 +97,7 @@ QCoro::Task<int> addImages(CommandContext context)
     if (!images.isEmpty())
         context.store.addReferenceImages(id, images);
 
-    const CharacterReference &updated = characterWithID(context.store.project(), id);
+    const CharacterReference &updated = *context.store.project().characterWithID(id);
     report(context, updated,
            QStringLiteral("\"%1\" now has %2.").arg(updated.name, imagesPhrase(updated.referenceImagePaths.size())));
     co_return 0;

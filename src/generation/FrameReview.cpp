@@ -71,13 +71,8 @@ bool value(const ReviewChecklist &review, ReviewCheck check)
 void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value)
 {
     Project changed = store.project();
-    for (StoryboardChunk &chunk : changed.chunks) {
-        if (chunk.id == chunkID) {
-            if (chunk.frame)
-                field(chunk.frame->review, check) = value;
-            break;
-        }
-    }
+    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID); chunk && chunk->frame)
+        field(chunk->frame->review, check) = value;
     changed.updatedAt = now();
     store.setProject(changed);
 }
@@ -85,14 +80,9 @@ void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool 
 void passAllChecks(ProjectStore &store, QUuid chunkID)
 {
     Project changed = store.project();
-    for (StoryboardChunk &chunk : changed.chunks) {
-        if (chunk.id == chunkID) {
-            if (chunk.frame) {
-                for (const ReviewCheck check : allReviewChecks)
-                    field(chunk.frame->review, check) = true;
-            }
-            break;
-        }
+    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID); chunk && chunk->frame) {
+        for (const ReviewCheck check : allReviewChecks)
+            field(chunk->frame->review, check) = true;
     }
     changed.updatedAt = now();
     store.setProject(changed);

@@ -184,10 +184,8 @@ bool CharacterListModel::setData(const QModelIndex &index, const QVariant &value
     const QUuid id = row->character.id;
     const QString text = value.toString();
     m_store.editProject([&](Project &project) {
-        for (CharacterReference &character : project.characters) {
-            if (character.id == id)
-                (role == NameRole ? character.name : character.notes) = text;
-        }
+        if (CharacterReference *character = project.characterWithID(id))
+            (role == NameRole ? character->name : character->notes) = text;
     });
     return true;
 }
