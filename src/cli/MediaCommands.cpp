@@ -128,6 +128,12 @@ ExportSettings requestedExport(const ParsedArgs &args, ExportSettings settings)
     }
     if (args.has(QStringLiteral("no-audio")) && args.has(QStringLiteral("audio")))
         throw UsageError(QStringLiteral("give --audio or --no-audio, not both"));
+    if (args.has(QStringLiteral("no-subtitles")) && args.has(QStringLiteral("subtitles")))
+        throw UsageError(QStringLiteral("give --subtitles or --no-subtitles, not both"));
+    if (args.has(QStringLiteral("no-subtitles")))
+        settings.subtitles = false;
+    if (args.has(QStringLiteral("subtitles")))
+        settings.subtitles = true;
     if (args.has(QStringLiteral("no-audio")))
         settings.includeOriginalAudio = false;
     if (args.has(QStringLiteral("audio")))
@@ -160,6 +166,17 @@ QCoro::Task<int> exportVideo(CommandContext context)
     co_return 0;
 }
 
+QCoro::Task<int> lyricsFile(CommandContext context)
+{
+    const QString path = QDir::cleanPath(QFileInfo(context.args.positional.first()).absoluteFilePath());
+    writeLyricsFile(context.store.project(), path);
+    if (context.globals.json)
+        context.out.json({{QStringLiteral("path"), path}});
+    else
+        context.out.line(path);
+    co_return 0;
+}
+
 } // namespace
 
 QList<Command> mediaCommands()
@@ -177,14 +194,18 @@ QList<Command> mediaCommands()
           {QStringLiteral("loop"), QStringLiteral("true|false"), QStringLiteral("whether clips loop")}},
          0, 0, motionSettings, checkMotionSettings},
         {QStringLiteral("motion"), {}, QStringLiteral("render a motion clip for every accepted frame"), {}, 0, 0, motion},
-        {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--to DIR]"),
+        {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--no-subtitles] [--to DIR]"),
          QStringLiteral("export the video (renders clips still missing first) and print its path"),
          {{QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
           {QStringLiteral("no-audio"), {}, QStringLiteral("leave the track's audio out")},
           {QStringLiteral("audio"), {}, QStringLiteral("put the track's audio back in")},
+          {QStringLiteral("no-subtitles"), {}, QStringLiteral("write no NAME.srt and NAME.lrc beside the video")},
+          {QStringLiteral("subtitles"), {}, QStringLiteral("write NAME.srt and NAME.lrc beside the video again")},
           {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to write the video into")}},
          0, 0, exportVideo, checkExport},
+        {QStringLiteral("lyrics-file"), QStringLiteral("PATH.lrc|PATH.srt"),
+         QStringLiteral("write the timed lyrics alone, as LRC or SubRip by the file's suffix"), {}, 1, 1, lyricsFile},
     };
 }
 

@@ -4,6 +4,8 @@
 #include "media/ClipProbe.h"
 #include "model/ClipSpans.h"
 #include "model/PipelineConfig.h"
+#include "model/SyncedLyrics.h"
+#include "storage/AtomicFile.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -219,8 +221,27 @@ QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
                                                             exportProgress, cancel);
     const QString written = co_await exporting;
     cancel.throwIfCancelled();
+    if (store.project().exportSettings.subtitles && !store.project().transcript.isEmpty()) {
+        const QString base = written.left(written.size() - QFileInfo(written).suffix().size());
+        writeLyricsFile(store.project(), base + QStringLiteral("srt"));
+        writeLyricsFile(store.project(), base + QStringLiteral("lrc"));
+    }
     touch(store);
     co_return written;
+}
+
+void writeLyricsFile(const Project &project, const QString &path)
+{
+    const QString name = QFileInfo(path).fileName();
+    const QString format = syncedLyricsFormat(name);
+    if (format.isEmpty())
+        throw Error(QStringLiteral("%1 is not a lyrics file name Quillvane can write: end it in .srt or .lrc.").arg(name));
+    if (project.transcript.isEmpty())
+        throw Error(QStringLiteral("There are no timed lyrics to write yet. Time the lyrics first."));
+    const QString text = format == QLatin1String("srt") ? srtText(project.transcript)
+                                                        : lrcText(project.transcript, project.title, project.artist);
+    if (const auto failure = replaceFileAtomically(path, text.toUtf8()))
+        throw Error(QStringLiteral("Quillvane couldn’t write %1 (%2).").arg(name, *failure));
 }
 
 QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel)

@@ -22,8 +22,14 @@ QCoro::Task<Done> startRenderMotion(ProjectStore &store, CancelToken cancel = {}
 // Requires every chunk accepted (notReviewed otherwise), renders the clips that are missing
 // or out of date, then exports the clips in index order over the track's audio to the
 // export path and returns that path. Following the song, the video lasts as long as the
-// song and carries all of it; in fixed-length timing the audio ends with the last clip.
+// song and carries all of it; in fixed-length timing the audio ends with the last clip. With
+// subtitles on and a timed transcript, NAME.srt and NAME.lrc are written beside the video.
 QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel);
+// Writes the project's timed lyrics to path, as SubRip or LRC by its suffix (.srt, .lrc), whole
+// or not at all. Throws Error with a sentence naming the file when there are no timed lyrics,
+// the suffix is neither, or the file cannot be written.
+void writeLyricsFile(const Project &project, const QString &path);
+
 // runExportVideo through Run; done with the written file's path.
 QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel = {});
 

@@ -213,6 +213,7 @@ void encode(JsonWriter &w, const ExportSettings &exportSettings)
     w.key("destinationFolder").string(exportSettings.destinationFolder);
     w.key("includeOriginalAudio").boolean(exportSettings.includeOriginalAudio);
     w.key("resolution").string(textValue(exportSettings.resolution));
+    w.key("subtitles").boolean(exportSettings.subtitles);
     w.endObject();
 }
 
@@ -387,7 +388,9 @@ ExportSettings fromJson(const QJsonValue &value, const QString &path)
     const FieldReader r(value, path);
     return {enumeration(r, QStringLiteral("resolution"), &exportResolutionFromText),
             enumeration(r, QStringLiteral("container"), &exportContainerFromText),
-            r.boolean(QStringLiteral("includeOriginalAudio")), r.string(QStringLiteral("destinationFolder"))};
+            r.boolean(QStringLiteral("includeOriginalAudio")), r.string(QStringLiteral("destinationFolder")),
+            // Documents from before the setting write them.
+            r.boolean(QStringLiteral("subtitles"), true)};
 }
 
 template <>

@@ -180,6 +180,8 @@ struct ExportSettings {
     ExportContainer container = ExportContainer::mp4;
     bool includeOriginalAudio = true;
     QString destinationFolder;
+    // The timed lyrics written beside the video as NAME.srt and NAME.lrc.
+    bool subtitles = true;
 
     bool operator==(const ExportSettings &) const = default;
 };

@@ -125,6 +125,11 @@ void MediaSettings::setIncludeAudio(bool value)
     editExport([&](ExportSettings &e) { e.includeOriginalAudio = value; });
 }
 
+void MediaSettings::setSubtitles(bool value)
+{
+    editExport([&](ExportSettings &e) { e.subtitles = value; });
+}
+
 void MediaSettings::setDestination(const QString &folder)
 {
     const QUrl url(folder);

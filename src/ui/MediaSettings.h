@@ -25,6 +25,7 @@ class MediaSettings : public QObject {
     Q_PROPERTY(int resolution READ resolution WRITE setResolution NOTIFY changed)
     Q_PROPERTY(int container READ container WRITE setContainer NOTIFY changed)
     Q_PROPERTY(bool includeAudio READ includeAudio WRITE setIncludeAudio NOTIFY changed)
+    Q_PROPERTY(bool subtitles READ subtitles WRITE setSubtitles NOTIFY changed)
     Q_PROPERTY(QString destination READ destination WRITE setDestination NOTIFY changed)
     Q_PROPERTY(QStringList resolutionLabels READ resolutionLabels CONSTANT)
     Q_PROPERTY(QStringList containerLabels READ containerLabels CONSTANT)
@@ -53,6 +54,8 @@ public:
     int container() const { return int(exportSettings().container); }
     void setContainer(int index);
     bool includeAudio() const { return exportSettings().includeOriginalAudio; }
+    bool subtitles() const { return exportSettings().subtitles; }
+    void setSubtitles(bool value);
     void setIncludeAudio(bool value);
     QString destination() const { return exportSettings().destinationFolder; }
     void setDestination(const QString &folder);

@@ -1,6 +1,8 @@
 #include "CliHome.h"
+#include "model/SyncedLyrics.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 
@@ -16,6 +18,15 @@ Project framedProject(const CliHome &home, bool accepted)
 {
     Project project;
     project.title = QStringLiteral("Rain / Shine");
+    TranscriptSegment first;
+    first.text = QStringLiteral("Rain falls");
+    first.start = 0.25;
+    first.end = 1.9;
+    TranscriptSegment second;
+    second.text = QStringLiteral("Shine on");
+    second.start = 2.0;
+    second.end = 3.5;
+    project.transcript = {first, second};
     for (qint64 i = 0; i < 2; ++i) {
         StoryboardChunk chunk = chunkWithFrame(accepted);
         chunk.index = i;
@@ -108,6 +119,43 @@ TEST(CliMotionAndExport, RenderTheClipsThenWriteTheVideoWhereAsked)
     EXPECT_EQ(saved.container, ExportContainer::mov);
     EXPECT_EQ(saved.resolution, ExportResolution::p720);
     EXPECT_FALSE(saved.includeOriginalAudio);
+
+    // The timed lyrics go beside the video, named like it, unless turned off.
+    const QList<TranscriptSegment> transcript = home.savedProject().transcript;
+    const auto read = [](const QString &file) {
+        QFile f(file);
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+    };
+    const QList<TranscriptSegment> srt = parseSrt(read(folder + QStringLiteral("/Rain_-_Shine.srt")));
+    const QList<TranscriptSegment> lrc = parseLrc(read(folder + QStringLiteral("/Rain_-_Shine.lrc")));
+    ASSERT_EQ(srt.size(), 2);
+    ASSERT_EQ(lrc.size(), 2);
+    for (qsizetype i = 0; i < 2; ++i) {
+        EXPECT_EQ(srt[i].text, transcript[i].text);
+        EXPECT_NEAR(srt[i].start, transcript[i].start, 0.001);
+        EXPECT_NEAR(srt[i].end, transcript[i].end, 0.001);
+        EXPECT_EQ(lrc[i].text, transcript[i].text);
+        EXPECT_NEAR(lrc[i].start, transcript[i].start, 0.005);
+    }
+    const QString quiet = home.path(QStringLiteral("Quiet"));
+    ASSERT_EQ(home.run({QStringLiteral("export"), QStringLiteral("--to"), quiet, QStringLiteral("--no-subtitles")}).exitCode, 0);
+    EXPECT_EQ(QDir(quiet).entryList(QDir::Files), QStringList{QStringLiteral("Rain_-_Shine.mov")});
+    EXPECT_FALSE(home.savedProject().exportSettings.subtitles);
+}
+
+TEST(CliLyricsFile, WritesTheTimedLyricsAloneOrSaysWhyNot)
+{
+    const CliHome home;
+    framedProject(home, true);
+    const QString srt = home.path(QStringLiteral("lyrics.SRT"));
+    const CliResult written = home.run({QStringLiteral("lyrics-file"), srt});
+    ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
+    EXPECT_EQ(written.out.trimmed(), srt);
+    const CliResult wrongName = home.run({QStringLiteral("lyrics-file"), home.path(QStringLiteral("lyrics.txt"))});
+    EXPECT_EQ(wrongName.exitCode, 1);
+    EXPECT_TRUE(wrongName.err.contains(QStringLiteral("error: lyrics.txt is not a lyrics file name Quillvane can write")))
+        << wrongName.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("lyrics.txt"))));
 }
 
 TEST(CliMotionAndExport, UnreviewedFramesStopBothWithTheReviewSentence)

@@ -35,7 +35,7 @@ void expectDefaults(const Project &p)
     EXPECT_EQ(p.style, StyleGuidance{});
     EXPECT_EQ(p.style.paletteName, QStringLiteral("Acid & Coral"));
     EXPECT_EQ(p.motion, (DepthFlowSettings{0.5, 0.15, 4.0, 30, true}));
-    EXPECT_EQ(p.exportSettings, (ExportSettings{ExportResolution::p1080, ExportContainer::mp4, true, QString()}));
+    EXPECT_EQ(p.exportSettings, (ExportSettings{ExportResolution::p1080, ExportContainer::mp4, true, QString(), true}));
     EXPECT_LE(std::abs(p.createdAt.secsTo(QDateTime::currentDateTimeUtc())), 2);
     EXPECT_EQ(p.createdAt, p.updatedAt);
 }

@@ -88,6 +88,12 @@ ColumnLayout {
                 checked: screen.media.includeAudio
                 onToggled: value => screen.media.includeAudio = value
             }
+            Text { text: "Lyrics files (SRT, LRC)"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
+            ReviewToggle {
+                objectName: "subtitlesToggle"
+                checked: screen.media.subtitles
+                onToggled: value => screen.media.subtitles = value
+            }
             Text { text: "Destination"; font.pixelSize: 13; color: Theme.cream }
             RowLayout {
                 spacing: 10
