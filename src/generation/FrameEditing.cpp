@@ -3,6 +3,7 @@
 #include "generation/FrameGeneration.h"
 #include "generation/GenerationClient.h"
 #include "generation/GenerationProgress.h"
+#include "generation/ReferenceImages.h"
 
 #include <QJsonArray>
 
@@ -36,11 +37,15 @@ void moveVersion(ProjectStore &store, const QUuid &chunkID, void (*move)(Storybo
 
 // Every awaited task is a named local: g++ 12 destroys the temporaries of a full expression
 // that holds co_await twice (here the converted strings and the progress target).
-QCoro::Task<> runEdit(ProjectStore &store, QUuid chunkID, QString sourceURL, QString prompt, QString request,
-                      CancelToken cancel)
+QCoro::Task<> runEdit(ProjectStore &store, QUuid chunkID, QString sourceURL, QString sourcePath, QString prompt,
+                      QString request, CancelToken cancel)
 {
     FalClient client = makeGenerationClient(store);
-    const QJsonObject input{{QStringLiteral("frame_to_edit"), QJsonArray{sourceURL}},
+    // A frame the built-in studio of an earlier run painted is sent as its file.
+    auto reaching = reachableImageURL(sourceURL, sourcePath, 2048, store.generationBaseURL());
+    const QString source = co_await reaching;
+    cancel.throwIfCancelled();
+    const QJsonObject input{{QStringLiteral("frame_to_edit"), QJsonArray{source}},
                             {QStringLiteral("users_edit_request"), request}};
     auto job = runImageJob(store, client, store.editWorkflow(), input, cancel);
     const QString imageURL = co_await job;
@@ -88,10 +93,11 @@ QCoro::Task<Done> editFrame(ProjectStore &store, QUuid chunkID, QString request)
     // Taken now, so the edit works on the picture the user saw when asking, even if an undo
     // changes the current frame while the job runs.
     const QString sourceURL = *chunk->frame->remoteURL;
+    const QString sourcePath = chunk->frame->localPath;
     const QString prompt = chunk->frame->prompt;
     const QString label = editingLabel(chunk->index);
-    auto running = store.run(label, [&store, chunkID, sourceURL, prompt, trimmed](CancelToken cancel) {
-        return runEdit(store, chunkID, sourceURL, prompt, trimmed, std::move(cancel));
+    auto running = store.run(label, [&store, chunkID, sourceURL, sourcePath, prompt, trimmed](CancelToken cancel) {
+        return runEdit(store, chunkID, sourceURL, sourcePath, prompt, trimmed, std::move(cancel));
     });
     co_return co_await running;
 }

@@ -55,9 +55,20 @@ QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString promp
     const StoryboardChunk *chunk = store.project().chunkWithID(chunkID);
     if (!chunk)
         co_return;
-    const QStringList references = referenceImageURLs(store.project(), *chunk, *uploads->urls);
+    QStringList references = referenceImageURLs(store.project(), *chunk, *uploads->urls);
     if (references.isEmpty())
         throw Error(noReferenceMessage(*chunk));
+    // An element the built-in studio rendered has a loopback URL: its file goes instead.
+    const QList<PlanElement> elements = store.project().plan ? store.project().plan->elements : QList<PlanElement>();
+    for (QString &reference : references) {
+        const auto element = std::find_if(elements.begin(), elements.end(),
+                                          [&](const PlanElement &e) { return e.imageRemoteURL == reference; });
+        if (element == elements.end())
+            continue;
+        auto reaching = reachableImageURL(reference, element->imageLocalPath, 1024, store.generationBaseURL());
+        reference = co_await reaching;
+        cancel.throwIfCancelled();
+    }
     FalClient client = makeGenerationClient(store);
     auto job = runImageJob(store, client, store.services().config.frameWorkflow,
                            FalClient::frameInput(prompt, preset, references), cancel);

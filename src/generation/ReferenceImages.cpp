@@ -5,6 +5,7 @@
 #include <QCoro/QCoroFuture>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QUrl>
 #include <QtConcurrent/QtConcurrentRun>
 
 namespace quillvane {
@@ -51,6 +52,25 @@ QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID
     return store.run(addImagesLabel, [&store, characterID, paths](CancelToken) {
         return addReferenceImages(store, characterID, paths);
     });
+}
+
+bool isLoopbackURL(const QString &url)
+{
+    const QString host = QUrl(url).host().toLower();
+    return host == QLatin1String("127.0.0.1") || host == QLatin1String("::1") || host == QLatin1String("localhost");
+}
+
+QCoro::Task<QString> reachableImageURL(QString remoteURL, std::optional<QString> localPath, int maxDimension,
+                                       QUrl serviceBase)
+{
+    const QUrl url(remoteURL);
+    const bool sameServer = url.host() == serviceBase.host() && url.port() == serviceBase.port();
+    if (!isLoopbackURL(remoteURL) || sameServer || !localPath || !QFileInfo(*localPath).isFile())
+        co_return remoteURL;
+    QFuture<std::optional<QString>> encoding
+        = QtConcurrent::run([path = *localPath, maxDimension] { return imageDataURL(path, maxDimension); });
+    const std::optional<QString> data = co_await encoding;
+    co_return data.value_or(remoteURL);
 }
 
 QCoro::Task<QStringList> characterReferenceURLs(QStringList paths)

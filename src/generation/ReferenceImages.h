@@ -9,6 +9,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QStringList>
+#include <QUrl>
 
 namespace quillvane {
 
@@ -36,5 +37,16 @@ QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID
 // Every character's reference images as JPEG data URLs (the unreadable ones left out), made
 // on the thread pool.
 QCoro::Task<QStringList> characterReferenceURLs(QStringList paths);
+
+// Whether the URL names this computer (127.0.0.1, ::1, localhost): an address the service can
+// never fetch, and one the studio that made it no longer answers once its process has ended.
+bool isLoopbackURL(const QString &url);
+
+// The URL to send to the service at serviceBase for an image the project holds: its remote
+// URL, unless that is a loopback address of another server (a studio of an earlier run, or
+// the studio when generating with the service) and the project's own file is there, which is
+// then sent as a JPEG data URL of at most maxDimension pixels a side (made on the thread pool).
+QCoro::Task<QString> reachableImageURL(QString remoteURL, std::optional<QString> localPath, int maxDimension,
+                                       QUrl serviceBase);
 
 } // namespace quillvane

@@ -11,7 +11,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QFileInfo>
 #include <QMap>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QUuid>
 
@@ -69,13 +71,46 @@ struct OfflineStudio::State {
     std::thread thread;
     int port = 0;
     QTemporaryDir folder{QDir::tempPath() + QStringLiteral("/quillvane-studio-XXXXXX")};
+    // In every file URL, so a URL cannot be guessed by another user of this computer.
+    const QString token = QUuid::createUuid().toString(QUuid::Id128);
+    std::function<QStringList()> projectFolders;
     std::mutex mutex;
     QMap<QString, Job> jobs;
     QMap<QString, FrameSpec> frames; // file name -> what it shows, for edits
 
     QString imageURL(const QString &name) const
     {
-        return QStringLiteral("http://127.0.0.1:%1/files/%2").arg(port).arg(name);
+        return QStringLiteral("http://127.0.0.1:%1/files/%2/%3").arg(port).arg(token, name);
+    }
+
+    // The file of that name in the studio's folder or the open project's, or nothing. Only a
+    // plain file name is looked up, never a path.
+    std::optional<QString> find(const QString &name) const
+    {
+        static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_{}-][A-Za-z0-9_.{}-]*\\.(png|jpg|jpeg|webp)$"));
+        if (!plain.match(name).hasMatch() || name.contains(QLatin1String("..")))
+            return std::nullopt;
+        QStringList folders{folder.path()};
+        if (projectFolders)
+            folders << projectFolders();
+        for (const QString &candidate : folders) {
+            const QFileInfo file(QDir(candidate).filePath(name));
+            if (file.isFile())
+                return file.filePath();
+        }
+        return std::nullopt;
+    }
+
+    // An edit's source: a data URL as sent, else the file named by the URL's last segment.
+    std::optional<QImage> editSource(const QString &url) const
+    {
+        if (const auto image = imageFromDataURL(url))
+            return image;
+        const auto path = find(QUrl(url).fileName());
+        QImage image;
+        if (!path || !image.load(*path))
+            return std::nullopt;
+        return image;
     }
 
     QString save(const QImage &image, const QString &stem)
@@ -98,7 +133,10 @@ struct OfflineStudio::State {
             job.result = planResult(input);
         } else if (input.contains(QStringLiteral("element_id"))) {
             const QString id = input.value(QStringLiteral("element_id")).toString();
-            const QString plan = QString::fromUtf8(QJsonDocument(input.value(QStringLiteral("shot_plan")).toObject()).toJson());
+            // The client sends the plan as its JSON text.
+            const QJsonValue shotPlan = input.value(QStringLiteral("shot_plan"));
+            const QString plan = shotPlan.isString() ? shotPlan.toString()
+                                                     : QString::fromUtf8(QJsonDocument(shotPlan.toObject()).toJson());
             job.result = images(save(paintElement(id, plan), QStringLiteral("element")));
         } else if (input.contains(QStringLiteral("image_prompt"))) {
             const FrameSpec scene = frameSpecFromPrompt(input.value(QStringLiteral("image_prompt")).toString());
@@ -111,14 +149,15 @@ struct OfflineStudio::State {
             frames.insert(name, scene);
             job.result = images(name);
         } else if (input.contains(QStringLiteral("frame_to_edit"))) {
-            const QString source = input.value(QStringLiteral("frame_to_edit")).toArray().first().toString().section(QLatin1Char('/'), -1);
-            QImage image;
-            if (source.isEmpty() || !image.load(folder.filePath(source))) {
+            const QString url = input.value(QStringLiteral("frame_to_edit")).toArray().first().toString();
+            const std::optional<QImage> image = editSource(url);
+            if (!image) {
                 job.failure = QStringLiteral("FAILED");
                 return;
             }
+            const QString source = QUrl(url).fileName();
             const std::optional<FrameSpec> scene = frames.contains(source) ? std::optional(frames.value(source)) : std::nullopt;
-            const QImage edited = editFrame(image, scene, input.value(QStringLiteral("users_edit_request")).toString());
+            const QImage edited = editFrame(*image, scene, input.value(QStringLiteral("users_edit_request")).toString());
             const QString name = save(edited, QStringLiteral("edit"));
             if (scene)
                 frames.insert(name, *scene);
@@ -183,20 +222,24 @@ struct OfflineStudio::State {
             }
             res.set_content(toStd(compact(*jobs[id].result)), "application/json");
         });
-        server.Get(R"(/files/([A-Za-z0-9-]+\.png))", [this](const httplib::Request &req, httplib::Response &res) {
-            QFile file(folder.filePath(QString::fromStdString(req.matches[1])));
-            if (!file.open(QIODevice::ReadOnly)) {
-                res.status = 404;
+        server.Get(R"(/files/([^/]*)/([^/]+))", [this](const httplib::Request &req, httplib::Response &res) {
+            res.status = 404;
+            if (QString::fromStdString(req.matches[1]) != token)
                 return;
-            }
+            const auto path = find(QString::fromStdString(req.matches[2]));
+            QFile file(path.value_or(QString()));
+            if (!path || !file.open(QIODevice::ReadOnly))
+                return;
+            res.status = 200;
             res.set_content(toStd(file.readAll()), "image/png");
         });
     }
 };
 
-OfflineStudio::OfflineStudio()
+OfflineStudio::OfflineStudio(std::function<QStringList()> projectFolders)
     : m_state(std::make_unique<State>())
 {
+    m_state->projectFolders = std::move(projectFolders);
     // Registers the lettering face on this thread before any job paints.
     paintElement(QStringLiteral("warm-up"), QString());
     m_state->routes();

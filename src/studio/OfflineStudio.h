@@ -8,10 +8,18 @@
 // input cannot be used); its result is {"images":[{"url": ...png}]} or, for the planner, the
 // plan as JSON text. Images live in a folder of the studio's own under the temporary
 // directory and go when the studio stops.
+//
+// It listens on loopback only and serves, by file name and never by path, only its own images
+// and those in the open project's frames and elements folders, under a random token of this
+// process, so another local user cannot read a project's pictures through it. An edit whose
+// source an earlier process made is found by its name in those folders, or taken from the
+// data URL the client sends for it.
 
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 namespace quillvane::studio {
@@ -19,8 +27,9 @@ namespace quillvane::studio {
 class OfflineStudio {
 public:
     // Starts serving on a free port. Throws Error when no port can be had. Construct it on
-    // the application's thread (it registers the lettering face there).
-    OfflineStudio();
+    // the application's thread (it registers the lettering face there). projectFolders gives,
+    // at each request, the folders of the open project whose images it may serve.
+    explicit OfflineStudio(std::function<QStringList()> projectFolders = {});
     ~OfflineStudio();
     OfflineStudio(const OfflineStudio &) = delete;
     OfflineStudio &operator=(const OfflineStudio &) = delete;

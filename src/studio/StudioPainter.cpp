@@ -128,7 +128,51 @@ void paintPortrait(QPainter &painter, const QImage &character)
 {
     const QRectF frame(frameWidth * 0.70, frameHeight * 0.20, 420, 520);
     painter.fillRect(frame.adjusted(-14, -14, 14, 14), QColor(40, 30, 20));
-    painter.drawImage(frame, character.scaled(frame.size().toSize(), Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation));
+    // Filled without squashing: scaled to cover the frame, then its middle cut out.
+    const QSize size = frame.size().toSize();
+    const QImage covering = character.scaled(size, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+    painter.drawImage(frame.topLeft(), covering.copy((covering.width() - size.width()) / 2,
+                                                     (covering.height() - size.height()) / 2, size.width(), size.height()));
+}
+
+// Whether the request names the word on its own ("red", not the "red" of "centred").
+bool names(const QString &request, const QString &pattern)
+{
+    return QRegularExpression(QStringLiteral("\\b(") + pattern + QStringLiteral(")\\b"),
+                              QRegularExpression::CaseInsensitiveOption)
+        .match(request)
+        .hasMatch();
+}
+
+// The surface, in perspective (its far edge shorter, as if seen from the left), with the
+// scene's words lettered on it.
+void paintSurface(QPainter &painter, const FrameSpec &scene)
+{
+    const QColor accent(scene.palette.value(1));
+    const QColor light(scene.palette.value(3));
+    const QRectF area = textArea(scene);
+    QPolygonF flat; // four corners (a polygon made from a rectangle closes itself with a fifth)
+    flat << QPointF(0, 0) << QPointF(area.width(), 0) << QPointF(area.width(), area.height()) << QPointF(0, area.height());
+    QPolygonF seen;
+    seen << area.topLeft() << QPointF(area.right(), area.top() + area.height() * 0.08)
+         << QPointF(area.right(), area.bottom() - area.height() * 0.08) << area.bottomLeft();
+    QTransform perspective = QTransform::fromTranslate(area.left(), area.top());
+    QTransform::quadToQuad(flat, seen, perspective);
+    painter.setTransform(perspective);
+    painter.setPen(QPen(light.darker(140), 10));
+    painter.setBrush(accent.darker(170));
+    painter.drawRoundedRect(QRectF(0, 0, area.width(), area.height()), 18, 18);
+    QFont font(markerFamily());
+    font.setPixelSize(int(area.height() * 0.26));
+    const QRectF inside(30, 20, area.width() - 60, area.height() - 40);
+    // Shrink until the words fit the surface.
+    while (font.pixelSize() > 18
+           && QFontMetricsF(font).boundingRect(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text).height() > inside.height())
+        font.setPixelSize(font.pixelSize() - 4);
+    painter.setFont(font);
+    painter.setPen(light);
+    painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text);
+    painter.resetTransform();
 }
 
 } // namespace
@@ -166,8 +210,6 @@ QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character
     painter.setRenderHint(QPainter::TextAntialiasing);
     QRandomGenerator random(scene.variation);
     const QColor base(scene.palette.value(0));
-    const QColor accent(scene.palette.value(1));
-    const QColor light(scene.palette.value(3));
 
     paintSky(painter, scene, base);
     if (!has(scene.prompt, "forest"))
@@ -185,30 +227,7 @@ QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character
     if (character)
         paintPortrait(painter, *character);
 
-    // The surface, in perspective: its far edge shorter, as if seen from the left.
-    const QRectF area = textArea(scene);
-    QPolygonF flat; // four corners (a polygon made from a rectangle closes itself with a fifth)
-    flat << QPointF(0, 0) << QPointF(area.width(), 0) << QPointF(area.width(), area.height()) << QPointF(0, area.height());
-    QPolygonF seen;
-    seen << area.topLeft() << QPointF(area.right(), area.top() + area.height() * 0.08)
-         << QPointF(area.right(), area.bottom() - area.height() * 0.08) << area.bottomLeft();
-    QTransform perspective = QTransform::fromTranslate(area.left(), area.top());
-    QTransform::quadToQuad(flat, seen, perspective);
-    painter.setTransform(perspective);
-    painter.setPen(QPen(light.darker(140), 10));
-    painter.setBrush(accent.darker(170));
-    painter.drawRoundedRect(QRectF(0, 0, area.width(), area.height()), 18, 18);
-    QFont font(markerFamily());
-    font.setPixelSize(int(area.height() * 0.26));
-    const QRectF inside(30, 20, area.width() - 60, area.height() - 40);
-    // Shrink until the words fit the surface.
-    while (font.pixelSize() > 18
-           && QFontMetricsF(font).boundingRect(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text).height() > inside.height())
-        font.setPixelSize(font.pixelSize() - 4);
-    painter.setFont(font);
-    painter.setPen(light);
-    painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, scene.text);
-    painter.resetTransform();
+    paintSurface(painter, scene);
 
     if (has(scene.prompt, "snow") || has(scene.prompt, "winter"))
         paintSnow(painter, random);
@@ -253,10 +272,14 @@ QImage paintElement(const QString &elementID, const QString &prompt)
 
 QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, const QString &request)
 {
-    const QString words = request.toLower();
-    if (scene && (words.contains(QLatin1String("text")) || words.contains(QLatin1String("spell"))
-                 || words.contains(QLatin1String("word")))) {
-        return paintFrame(*scene);
+    QImage edited = source.convertToFormat(QImage::Format_RGB32);
+    if (scene && names(request, QStringLiteral("text|spell\\w*|words?|letter\\w*"))) {
+        // Only the lettering is done again; the portrait and earlier edits stay.
+        QPainter painter(&edited);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setRenderHint(QPainter::TextAntialiasing);
+        paintSurface(painter, *scene);
+        return edited;
     }
     struct Tint {
         const char *word;
@@ -269,22 +292,21 @@ QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, co
         {"red", QColor(220, 40, 40), 0.3},      {"green", QColor(40, 180, 90), 0.3},   {"purple", QColor(140, 60, 200), 0.3},
         {"pink", QColor(255, 90, 170), 0.3},    {"gold", QColor(240, 190, 60), 0.3},
     };
-    QImage edited = source.convertToFormat(QImage::Format_RGB32);
     QPainter painter(&edited);
     bool changed = false;
     for (const Tint &tint : tints) {
-        if (words.contains(QLatin1String(tint.word))) {
+        if (names(request, QString::fromLatin1(tint.word))) {
             painter.setOpacity(tint.strength);
             painter.fillRect(edited.rect(), tint.colour);
             changed = true;
         }
     }
-    if (words.contains(QLatin1String("brighter")) || words.contains(QLatin1String("lighter"))) {
+    if (names(request, QStringLiteral("brighter|lighter"))) {
         painter.setOpacity(0.25);
         painter.fillRect(edited.rect(), Qt::white);
         changed = true;
     }
-    if (words.contains(QLatin1String("darker")) || words.contains(QLatin1String("dim"))) {
+    if (names(request, QStringLiteral("darker|dim\\w*"))) {
         painter.setOpacity(0.35);
         painter.fillRect(edited.rect(), Qt::black);
         changed = true;

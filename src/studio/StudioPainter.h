@@ -31,9 +31,10 @@ QImage paintElement(const QString &elementID, const QString &prompt);
 // words on their surface in perspective.
 QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character = std::nullopt);
 
-// The source changed as the request says: colour and light words tint it; a request about
-// the text or spelling repaints the frame (when its scene is known); anything else re-rolls
-// the scene's variation (when its scene is known) or warms it slightly.
+// The source changed as the request says: colour and light words (whole words only) tint it;
+// a request about the text, words, lettering or spelling letters the scene's words again over
+// the source, keeping everything else (when its scene is known); anything else re-rolls the
+// scene's variation (when its scene is known) or warms it slightly.
 QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, const QString &request);
 
 // The rectangle of the frame where the words are lettered (for tests and reviews).

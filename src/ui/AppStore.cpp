@@ -55,6 +55,7 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_chunks(new ChunkListModel(store, this))
     , m_media(new MediaSettings(store, this))
     , m_choosers(new Choosers(store.library().preferences(), qmlImportPaths(), this))
+    , m_generation(store)
 {
     connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
     connect(&store, &ProjectStore::generationBackendChanged, this, [this] {
@@ -97,17 +98,8 @@ void AppStore::setOfflineStudio(bool offline)
 
 void AppStore::applyBackend()
 {
-    if (!m_store.generatesOffline()) {
-        m_store.setServiceURLOverride(std::nullopt);
-        m_store.setGenerationPollInterval(StoreOptions{}.generationPollInterval);
-        m_studio.reset();
-        return;
-    }
     try {
-        if (!m_studio)
-            m_studio = std::make_unique<studio::OfflineStudio>();
-        m_store.setServiceURLOverride(m_studio->baseURL());
-        m_store.setGenerationPollInterval(std::chrono::milliseconds(100));
+        m_generation.use(m_store.generatesOffline());
     } catch (const Error &error) {
         m_store.setLastError(error.description());
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "store/ProjectStore.h"
-#include "studio/OfflineStudio.h"
+#include "studio/GenerationBackend.h"
 #include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
@@ -236,7 +236,7 @@ private:
     ChunkListModel *m_chunks;
     MediaSettings *m_media;
     Choosers *m_choosers;
-    std::unique_ptr<studio::OfflineStudio> m_studio;
+    studio::GenerationBackend m_generation;
     static inline AppStore *s_current = nullptr;
 };
 

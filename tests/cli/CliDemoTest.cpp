@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSize>
 
 #include <gtest/gtest.h>
@@ -78,7 +79,6 @@ TEST(CliDemo, AFreshMachineGetsAPlayableLyricVideo)
 struct InterruptCase {
     const char *name;
     QByteArray interruptAt; // the task line on which Ctrl+C is pressed
-    QByteArray neverShown;  // a task that must not start after it
     bool everyFramePainted;
 };
 
@@ -101,7 +101,17 @@ TEST_P(CliDemoInterrupt, CtrlCStopsTheRoadAndKeepsWhatWasMade)
     ASSERT_TRUE(demo.waitForFinished(60000));
     err += demo.readAllStandardError();
     EXPECT_EQ(demo.exitCode(), 130) << err.constData();
-    EXPECT_FALSE(err.contains(c.neverShown)) << c.neverShown.constData() << " started after the cancel";
+    // Nothing starts once the cancel is taken: after it, no task but the one under way shows.
+    const qsizetype cancelAt = err.indexOf("Cancelling");
+    ASSERT_GE(cancelAt, 0) << err.constData();
+    const QString before = QString::fromUtf8(err.left(cancelAt));
+    const QString after = QString::fromUtf8(err.mid(cancelAt));
+    static const QRegularExpression task(QStringLiteral("(Generating frame \\d+|Rendering motion|Exporting video)"));
+    QString underWay;
+    for (auto found = task.globalMatch(before); found.hasNext();)
+        underWay = found.next().captured(1);
+    for (auto found = task.globalMatch(after); found.hasNext();)
+        EXPECT_EQ(found.next().captured(1), underWay) << "started after the cancel";
     EXPECT_FALSE(err.contains("Exporting video")) << "export started after the cancel";
     EXPECT_TRUE(demo.readAllStandardOutput().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("out"))));
@@ -114,8 +124,8 @@ TEST_P(CliDemoInterrupt, CtrlCStopsTheRoadAndKeepsWhatWasMade)
 }
 
 const InterruptCase interruptCases[] = {
-    {"while a frame is painted", "Generating frame 2", "Generating frame 3", false},
-    {"while motion renders", "Rendering motion", "Exporting video", true},
+    {"while a frame is painted", "Generating frame 2", false},
+    {"while motion renders", "Rendering motion", true},
 };
 
 INSTANTIATE_TEST_SUITE_P(CliDemo, CliDemoInterrupt, testing::ValuesIn(interruptCases),

@@ -51,6 +51,20 @@ TEST(CliOffline, PlansRendersAndPaintsWithNoNetwork)
         ASSERT_TRUE(chunk.frame);
         EXPECT_EQ(QImage(chunk.frame->localPath).size(), QSize(1920, 1080));
     }
+
+    // Each command is a new process with a new studio: a frame painted by the last one can
+    // still be edited, from the file the project holds.
+    const CliResult edited = home.run({QStringLiteral("--offline"), QStringLiteral("edit"), QStringLiteral("1"),
+                                       QStringLiteral("make the sky sunset orange")});
+    ASSERT_EQ(edited.exitCode, 0) << edited.err.toStdString();
+    const StoryboardChunk first = home.savedProject().chunks.first();
+    ASSERT_EQ(first.undoStack.size(), 1);
+    const QImage before(first.undoStack.first().localPath);
+    const QImage after(first.frame->localPath);
+    ASSERT_EQ(after.size(), before.size());
+    const QColor was = before.pixelColor(40, 40);
+    const QColor now = after.pixelColor(40, 40);
+    EXPECT_GT(now.red() - now.blue(), was.red() - was.blue()) << "the sunset tint warms the picture";
 }
 
 } // namespace

@@ -142,13 +142,6 @@ TEST_F(FrameEditingHistory, UndoAndRedoOfAnUnknownChunkOnlyTouchUpdatedAt)
     EXPECT_GT(store->project().updatedAt, longAgo);
 }
 
-TEST(FrameEditingLabel, CountsEarlierVersionsAndWaitingRedos)
-{
-    EXPECT_EQ(versionLabel(chunkFrom("||")), QStringLiteral("Version 1"));
-    EXPECT_EQ(versionLabel(chunkFrom("a b | c |")), QStringLiteral("Version 3"));
-    EXPECT_EQ(versionLabel(chunkFrom("| a | c b")), QStringLiteral("Version 1 · 2 redo"));
-}
-
 struct CheckCase {
     friend void PrintTo(const CheckCase &c, std::ostream *os) { *os << c.name; }
     const char *name;

@@ -4,18 +4,23 @@
 #include "studio/OfflineStudio.h"
 #include "support/Fixtures.h"
 
+#include <QDir>
 #include <QImage>
 #include <QJsonArray>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace quillvane {
 namespace {
 
-// The real client against the studio, polling fast.
+// The real client against the studio, polling fast; the open project's pictures are in
+// projectFolder.
 struct Session {
-    studio::OfflineStudio studio;
+    QTemporaryDir projectFolder;
+    studio::OfflineStudio studio{[this] { return QStringList{projectFolder.path()}; }};
     QNetworkAccessManager network;
     FalClient client{studio.baseURL(), &network, std::chrono::milliseconds(5)};
 
@@ -68,10 +73,19 @@ TEST(OfflineStudio, ServesAllFourWorkflowsThroughTheQueue)
     const PlanParser::Parsed plan = PlanParser::parse(planned);
     EXPECT_EQ(plan.chunks.size(), 3);
 
-    const QJsonObject element = session.job(QStringLiteral("workflows/brackenfold/element-image"),
-                                            {{QStringLiteral("shot_plan"), QJsonObject{}},
-                                             {QStringLiteral("element_id"), QStringLiteral("lantern")}});
-    EXPECT_EQ(session.image(element, temp, QStringLiteral("element.png")).size(), QSize(1024, 1024));
+    // The element job as the client sends it: the plan as its JSON text, whose palette the
+    // emblem is painted in.
+    QObject requester;
+    auto rendering = session.client.renderElement(QStringLiteral("workflows/brackenfold/element-image"),
+                                                  QJsonValue(plan.plan.rawJSON), QStringLiteral("lantern"),
+                                                  {&requester, {}}, {});
+    const FalClient::RenderedElement element = blockingWait(std::move(rendering));
+    const QString elementPath = temp.path(QStringLiteral("element.png"));
+    blockingWait(session.client.download(element.imageURL, elementPath));
+    const QImage emblem(elementPath);
+    EXPECT_EQ(emblem.size(), QSize(1024, 1024));
+    ASSERT_FALSE(plan.plan.palette.isEmpty());
+    EXPECT_EQ(emblem.pixelColor(0, 0), QColor(plan.plan.palette.first()));
 
     QImage face(64, 64, QImage::Format_RGB32);
     face.fill(Qt::magenta);
@@ -108,6 +122,54 @@ TEST(OfflineStudio, RefusesWhatItCannotUseWithAReadableAnswer)
     const SubmitResponse edit = blockingWait(std::move(editing));
     auto failing = session.client.awaitCompletion(edit, {&requester, {}}, {});
     EXPECT_THROW(blockingWait(std::move(failing)), FalError);
+}
+
+// Pictures are served by name, under this process's token, from the studio's own folder and
+// the open project's; nothing else is, and a refusal carries no bytes.
+TEST(OfflineStudio, ServesOnlyItsOwnAndTheOpenProjectsPicturesUnderItsToken)
+{
+    Session session;
+    QTemporaryDir otherProject;
+    QImage picture(8, 8, QImage::Format_RGB32);
+    picture.fill(Qt::green);
+    picture.save(QDir(session.projectFolder.path()).filePath(QStringLiteral("held.png")));
+    picture.save(QDir(otherProject.path()).filePath(QStringLiteral("other.png")));
+    const QJsonObject frame = session.job(
+        QStringLiteral("workflows/brackenfold/lyric-video-frames-character"),
+        FalClient::frameInput(QStringLiteral("The exact text \"Hi\" is physically present on a sign."), QString(), {}));
+    const QUrl own(*FalClient::findImageURL(frame));
+    const QString token = own.path().section(QLatin1Char('/'), 2, 2);
+    const QString base = own.adjusted(QUrl::RemovePath).toString();
+
+    const auto fetch = [&session](const QString &url) {
+        QNetworkReply *reply = session.network.get(QNetworkRequest(QUrl(url)));
+        test::processEventsUntil([reply] { return reply->isFinished(); }, std::chrono::seconds(10));
+        const std::pair result{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll()};
+        reply->deleteLater();
+        return result;
+    };
+    struct Case {
+        const char *name;
+        QString path;
+        int status;
+    };
+    const Case cases[] = {
+        {"its own picture", own.path(), 200},
+        {"a picture of the open project, by name", QStringLiteral("/files/%1/held.png").arg(token), 200},
+        {"without the token", QStringLiteral("/files/held.png"), 404},
+        {"with another token", QStringLiteral("/files/0123456789abcdef0123456789abcdef/held.png"), 404},
+        {"a name from another project", QStringLiteral("/files/%1/other.png").arg(token), 404},
+        {"a path out of the folder", QStringLiteral("/files/%1/..%2F..%2Fetc%2Fpasswd").arg(token), 404},
+        {"a path into another project",
+         QStringLiteral("/files/%1/%2").arg(token, QString::fromLatin1(QUrl::toPercentEncoding(otherProject.filePath(QStringLiteral("other.png"))))),
+         404},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto [status, bytes] = fetch(base + c.path);
+        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(bytes.isEmpty(), c.status == 404);
+    }
 }
 
 TEST(OfflineStudio, RemovesItsPicturesWhenItStops)

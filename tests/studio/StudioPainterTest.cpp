@@ -1,6 +1,7 @@
 #include "studio/StudioPainter.h"
 
 #include <QDir>
+#include <QPainter>
 
 #include <gtest/gtest.h>
 
@@ -87,12 +88,69 @@ TEST(StudioPainter, EditsApplyTheColourAndLightTheyName)
     EXPECT_LT(meanOf(studio::editFrame(frame, scene, QStringLiteral("darker please")), all).luma(), before.luma() - 10);
     EXPECT_GT(meanOf(studio::editFrame(frame, scene, QStringLiteral("brighter")), all).luma(), before.luma() + 10);
 
-    studio::FrameSpec fixed = scene;
-    fixed.text = QStringLiteral("We are letters in the snow!");
-    EXPECT_EQ(studio::editFrame(frame, fixed, QStringLiteral("fix the sign spelling")), studio::paintFrame(fixed));
+    // Colour words count only on their own: "centred", "covered" and "redo" hold no red.
+    EXPECT_EQ(studio::editFrame(frame, std::nullopt, QStringLiteral("keep it centred, covered; redo")),
+              studio::editFrame(frame, std::nullopt, QStringLiteral("keep it as it is")));
     const QImage rerolled = studio::editFrame(frame, scene, QStringLiteral("add a cat"));
     EXPECT_NE(rerolled, frame);
     EXPECT_EQ(rerolled, studio::editFrame(frame, scene, QStringLiteral("add a cat")));
+}
+
+// A request about the words letters them again over the picture as it is: the portrait and
+// the earlier edits stay.
+TEST(StudioPainter, ARequestAboutTheWordsKeepsEverythingElse)
+{
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
+    QImage face(300, 400, QImage::Format_RGB32);
+    face.fill(Qt::magenta);
+    const QImage darker = studio::editFrame(studio::paintFrame(scene, face), scene, QStringLiteral("darker"));
+    studio::FrameSpec fixed = scene;
+    fixed.text = QStringLiteral("We are letters in the snow!");
+
+    for (const char *request : {"fix the sign spelling", "the words are wrong", "redo the lettering", "Text: bigger"}) {
+        SCOPED_TRACE(request);
+        const QImage relettered = studio::editFrame(darker, fixed, QString::fromLatin1(request));
+        const QRect surface = studio::textArea(fixed).toAlignedRect();
+        const QRect inside = surface.adjusted(40, 40, -40, -40);
+        // (The fresh frame's snow falls over its sign too, hence a little difference.)
+        EXPECT_LT(difference(relettered, studio::paintFrame(fixed), inside), 4.0) << "the new words are lettered";
+        EXPECT_GT(difference(relettered, darker, inside), 10.0) << "the sign is painted afresh";
+        const QRect portrait(1400, 300, 300, 300);
+        ASSERT_FALSE(portrait.intersects(surface));
+        EXPECT_EQ(difference(relettered, darker, portrait), 0.0) << "the portrait and the darkening stay";
+    }
+}
+
+// A reference of any shape fills the portrait's frame without being squashed: a round mark
+// stays round.
+TEST(StudioPainter, APortraitKeepsItsShape)
+{
+    const studio::FrameSpec scene = studio::frameSpecFromPrompt(QStringLiteral("The exact text \"Hi\" is on a sign."));
+    for (const QSize size : {QSize(400, 200), QSize(200, 400), QSize(300, 300)}) {
+        SCOPED_TRACE(size.width());
+        QImage face(size, QImage::Format_RGB32);
+        face.fill(Qt::white);
+        QPainter painter(&face);
+        painter.setBrush(Qt::magenta);
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(QPointF(size.width() / 2.0, size.height() / 2.0), 30, 30);
+        painter.end();
+        const QImage frame = studio::paintFrame(scene, face);
+        // The portrait's middle, where the mark lands.
+        const QPoint centre(1344 + 210, 216 + 260);
+        const auto run = [&](QPoint step) {
+            int length = 0;
+            for (QPoint p = centre; frame.rect().contains(p) && qRed(frame.pixel(p)) > 200 && qGreen(frame.pixel(p)) < 60; p += step)
+                ++length;
+            for (QPoint p = centre - step; frame.rect().contains(p) && qRed(frame.pixel(p)) > 200 && qGreen(frame.pixel(p)) < 60; p -= step)
+                ++length;
+            return length;
+        };
+        const int wide = run(QPoint(1, 0));
+        const int high = run(QPoint(0, 1));
+        ASSERT_GT(high, 20);
+        EXPECT_NEAR(double(wide) / high, 1.0, 0.1);
+    }
 }
 
 TEST(StudioPainter, ElementsAreSquareEmblems)
