@@ -38,6 +38,8 @@ struct Road {
     std::optional<QString> destination;
     std::optional<ExportResolution> resolution;
     std::optional<ExportContainer> container;
+    // The road hands over the video alone unless the lyrics files are asked for.
+    bool subtitles = false;
 };
 
 void checkRun(const ParsedArgs &args)
@@ -110,7 +112,9 @@ QCoro::Task<int> travel(CommandContext context, Road road)
         co_return 0;
     }
     acceptEveryFrame(store);
+    const bool subtitlesSetting = store.project().exportSettings.subtitles;
     store.editProject([&road](Project &project) {
+        project.exportSettings.subtitles = road.subtitles;
         if (road.destination)
             project.exportSettings.destinationFolder = *road.destination;
         if (road.resolution)
@@ -120,6 +124,7 @@ QCoro::Task<int> travel(CommandContext context, Road road)
     });
     auto finishing = runRoad(store, RoadStage::motion, RoadStage::exportVideo, cancel);
     const auto finished = co_await finishing;
+    store.editProject([subtitlesSetting](Project &project) { project.exportSettings.subtitles = subtitlesSetting; });
     if (!finished.isDone())
         co_return stoppedStatus(context.out, finished);
     context.out.line(finished.value().value_or(QString()));
@@ -134,6 +139,7 @@ QCoro::Task<int> runTrack(CommandContext context)
     if (const auto name = args.value(QStringLiteral("character")))
         road.character = Character{*name, {}, absolute(*args.value(QStringLiteral("image")))};
     road.acceptAll = args.has(QStringLiteral("accept-all"));
+    road.subtitles = args.has(QStringLiteral("subtitles"));
     if (const auto folder = args.value(QStringLiteral("to")))
         road.destination = absolute(*folder);
     if (const auto text = args.value(QStringLiteral("resolution")))
@@ -171,14 +177,16 @@ QList<Command> runCommands()
     demo.alwaysOffline = true;
     return {
         {QStringLiteral("run"),
-         QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C]"),
+         QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C] "
+                        "[--subtitles]"),
          QStringLiteral("the whole road of one track, from import to frames (and with --accept-all to the video)"),
          {{QStringLiteral("character"), QStringLiteral("NAME"), QStringLiteral("cast a character for this track")},
           {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("the character's reference image")},
           {QStringLiteral("accept-all"), {}, QStringLiteral("accept every frame unseen, then render and export")},
           {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to export into")},
           {QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
-          {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")}},
+          {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
+          {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")}},
          1, 1, runTrack, checkRun},
         demo,
     };
