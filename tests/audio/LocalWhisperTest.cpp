@@ -120,43 +120,6 @@ TEST_P(WhisperDiscovery, FindsTheFirstExecutableInSearchOrder)
 INSTANTIATE_TEST_SUITE_P(Places, WhisperDiscovery, testing::ValuesIn(discoveryCases),
                          [](const auto &info) { return test::testName(info.param.name); });
 
-TEST(WhisperDiscovery, CandidatesFollowTheFixedOrder)
-{
-    const test::WhisperMachine machine;
-    machine.writePlain(QStringLiteral("runtime/resolved-runtime.txt"), " /srv/whisper/bin/whisper \n");
-    QDir().mkpath(machine.path(QStringLiteral("home/anaconda3/envs/asr")));
-    QDir().mkpath(machine.path(QStringLiteral("home/mambaforge/envs/.hidden")));
-    const LocalWhisperTranscriber engine(QStringLiteral("base"), machine.places());
-
-    QStringList expected = {machine.path(QStringLiteral("runtime/venv/bin/whisper")),
-                            QStringLiteral("/srv/whisper/bin/whisper")};
-    for (const char *relative : {"opt/homebrew/bin/whisper", "usr/local/bin/whisper", "usr/bin/whisper",
-                                 "opt/homebrew/opt/openai-whisper/bin/whisper", "home/.local/bin/whisper",
-                                 "home/.local/pipx/venvs/openai-whisper/bin/whisper", "home/.pyenv/shims/whisper",
-                                 "home/miniconda3/bin/whisper", "home/anaconda3/bin/whisper",
-                                 "home/anaconda3/envs/asr/bin/whisper", "home/miniforge3/bin/whisper",
-                                 "home/mambaforge/bin/whisper", "home/mambaforge/envs/.hidden/bin/whisper"})
-        expected << machine.path(QString::fromUtf8(relative));
-    EXPECT_EQ(engine.candidatePaths(), expected);
-}
-
-TEST(WhisperDiscovery, TheLookupSearchesTheUsualFoldersBeforeTheApplicationsPath)
-{
-    test::WhisperMachine machine;
-    const QString record = machine.path(QStringLiteral("lookup.txt"));
-    machine.setWhichProgram(machine.install(QStringLiteral("bin/recording-which"),
-                                            "#!/bin/sh\nprintf '%s\\n' \"$PATH\" \"$@\" > '" + record.toUtf8()
-                                                + "'\nexit 1\n"));
-    const QString home = machine.places().home;
-
-    EXPECT_EQ(LocalWhisperTranscriber(QStringLiteral("base"), machine.places()).resolveExecutable(), std::nullopt);
-    EXPECT_EQ(QString::fromUtf8(test::readFile(record)).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-              QStringList({home + QStringLiteral("/.pyenv/shims:") + home
-                               + QStringLiteral("/.local/bin:/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin:")
-                               + machine.places().path,
-                           QStringLiteral("whisper")}));
-}
-
 TEST(WhisperDiscovery, TheLookupsAnswerCountsOnlyWhenItIsAnExecutableFile)
 {
     const struct {

@@ -131,33 +131,3 @@ TEST_P(StageStatusTable, DerivesEveryStageFromTheProject)
 INSTANTIATE_TEST_SUITE_P(Projects, StageStatusTable, testing::ValuesIn(statusCases),
                          [](const auto &info) { return test::testName(info.param.name); });
 
-TEST(PipelineStage, NineStagesInOrderWithTitlesSymbolsAndRawValues)
-{
-    const struct {
-        const char *title;
-        const char *symbol;
-        const char *caseName;
-    } expected[] = {
-        {"Project", "square.and.arrow.down.on.square", "intake"},
-        {"Timing", "waveform", "timing"},
-        {"Characters", "person.crop.rectangle.stack", "characters"},
-        {"Storyboard", "rectangle.grid.1x2", "storyboard"},
-        {"Frames", "photo.on.rectangle.angled", "frames"},
-        {"Style", "paintpalette", "style"},
-        {"Motion", "cube.transparent", "motion"},
-        {"Preview", "play.rectangle", "preview"},
-        {"Export", "square.and.arrow.up", "export"},
-    };
-    const QList<PipelineStage> stages = allPipelineStages();
-    ASSERT_EQ(stages.size(), 9);
-    for (int raw = 0; raw < 9; ++raw) {
-        const PipelineStage stage = stages.at(raw);
-        EXPECT_EQ(int(stage), raw);
-        EXPECT_EQ(pipelineStageFromRaw(raw), stage);
-        EXPECT_EQ(title(stage), QString::fromUtf8(expected[raw].title));
-        EXPECT_EQ(symbolName(stage), QString::fromUtf8(expected[raw].symbol));
-        EXPECT_EQ(caseName(stage), QString::fromUtf8(expected[raw].caseName));
-    }
-    EXPECT_FALSE(pipelineStageFromRaw(-1).has_value());
-    EXPECT_FALSE(pipelineStageFromRaw(9).has_value());
-}
