@@ -115,11 +115,13 @@ TEST_P(StageSequence, StopsAtTheFirstStageThatDoesNotFinish)
     EXPECT_EQ(outcome.isDone(), c.ending == Ending::done);
     EXPECT_EQ(outcome.isCancelled(), c.ending == Ending::cancelled);
     EXPECT_EQ(outcome.isFailed(), c.ending == Ending::failed);
-    if (c.ending == Ending::failed)
+    if (c.ending == Ending::failed) {
         EXPECT_EQ(outcome.failure(), QStringLiteral("The %1 stage broke.").arg(expected.last()));
-    if (c.ending == Ending::done)
+    }
+    if (c.ending == Ending::done) {
         EXPECT_EQ(outcome.value(), c.last == RoadStage::exportVideo ? std::optional(QStringLiteral("/videos/song.mp4"))
                                                                     : std::nullopt);
+    }
     // What the finished stages made stays in the project.
     EXPECT_EQ(store.project().conceptPrompt, finished.isEmpty() ? QString() : finished.join(u' ') + u' ');
     EXPECT_FALSE(store.runningTask());
