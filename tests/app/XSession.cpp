@@ -42,13 +42,15 @@ XSession::XSession()
         return;
     // The server picks a free display itself and writes its number once it accepts clients:
     // a number chosen here could be taken by a parallel test between the check and the start,
-    // and a probe of that number would then find the other test's server.
+    // and a probe of that number would then find the other test's server. It never resets:
+    // by default the server starts afresh whenever its last client leaves (the probe below,
+    // or an app closed between two launches) and refuses the next client while it does.
     auto server = std::make_unique<QProcess>();
     server->setProcessChannelMode(QProcess::SeparateChannels);
     server->setStandardErrorFile(QProcess::nullDevice());
     server->start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                                            QStringLiteral("0"), QStringLiteral("1400x900x24"), QStringLiteral("-nolisten"),
-                                           QStringLiteral("tcp")});
+                                           QStringLiteral("tcp"), QStringLiteral("-noreset")});
     if (!server->waitForStarted(5000))
         return;
     QByteArray written;
