@@ -3,9 +3,12 @@
 #include "audio/AudioTools.h"
 #include "audio/Lyrics.h"
 #include "audio/TranscriptionError.h"
+#include "model/SyncedLyrics.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUuid>
 
 #include <algorithm>
 
@@ -86,6 +89,44 @@ QCoro::Task<LyricsCheck> verifyLyrics(Transcriber &transcriber, QString path, QS
     co_return compareLyrics(lyrics, headHeard.text, tailHeard.text);
 }
 
+QList<TranscriptSegment> syncedTranscript(const QString &lrc, double duration)
+{
+    QList<TranscriptSegment> segments = parseLrc(lrc);
+    if (duration > 0) {
+        segments.removeIf([duration](const TranscriptSegment &segment) { return segment.start >= duration; });
+        if (!segments.isEmpty()) {
+            TranscriptSegment &last = segments.last();
+            last.end = duration;
+            for (TimedWord &word : last.words)
+                word.end = std::min(word.end, duration);
+            if (!last.words.isEmpty())
+                last.words.last().end = duration;
+        }
+    }
+    for (TranscriptSegment &segment : segments)
+        segment.id = QUuid::createUuid();
+    return segments;
+}
+
+namespace {
+
+// The .lrc file beside the track with its base name (any case of the suffix), as text.
+std::optional<QString> lrcBeside(const QString &audioPath)
+{
+    const QFileInfo track(audioPath);
+    const QDir folder = track.dir();
+    for (const QString &name : folder.entryList({track.completeBaseName() + QStringLiteral(".*")}, QDir::Files)) {
+        if (syncedLyricsFormat(name) != QLatin1String("lrc") || QFileInfo(name).completeBaseName() != track.completeBaseName())
+            continue;
+        QFile file(folder.filePath(name));
+        if (file.open(QIODevice::ReadOnly))
+            return QString::fromUtf8(file.readAll());
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
 QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
 {
     const QString audioPath = QFileInfo(path).absoluteFilePath();
@@ -108,6 +149,25 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
         project.transcript.clear();
         project.chunks.clear();
     });
+
+    // Lyrics that come with their times are the transcript as they stand: nothing to hear.
+    for (const auto &[text, source] : {std::pair{lrcBeside(audioPath), LyricsSource::syncedFile},
+                                       std::pair{metadata.syncedLyrics, LyricsSource::syncedTag}}) {
+        const QList<TranscriptSegment> timed = text ? syncedTranscript(*text, metadata.duration) : QList<TranscriptSegment>{};
+        if (timed.isEmpty())
+            continue;
+        QStringList lines;
+        for (const TranscriptSegment &segment : timed)
+            lines << segment.text;
+        apply(store, [&](Project &project) {
+            project.transcript = timed;
+            project.rawLyrics = lines.join(QLatin1Char('\n'));
+            project.lyricsSource = source;
+            project.updatedAt = now();
+        });
+        co_return;
+    }
+
     Transcriber &transcriber = transcriberOf(store);
 
     if (!metadata.lyrics) {

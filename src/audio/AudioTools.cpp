@@ -12,6 +12,7 @@ extern "C" {
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QUuid>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -24,6 +25,7 @@ extern "C" {
 #include <taglib/infotag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpegfile.h>
+#include <taglib/synchronizedlyricsframe.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/unsynchronizedlyricsframe.h>
 #include <taglib/wavfile.h>
@@ -68,6 +70,7 @@ std::optional<QString> firstValue(const TagLib::PropertyMap &properties, const c
 struct FormatTags {
     TagLib::PropertyMap properties;
     std::vector<QString> lyrics;
+    std::optional<QString> syncedLyrics; // a SYLT frame as LRC text
 };
 
 bool mentionsLyrics(const TagLib::String &key)
@@ -89,7 +92,7 @@ void addLyricKeyedValues(const TagLib::PropertyMap &properties, std::vector<QStr
 
 FormatTags plainTags(TagLib::PropertyMap properties)
 {
-    FormatTags tags{std::move(properties), {}};
+    FormatTags tags{std::move(properties), {}, {}};
     addLyricKeyedValues(tags.properties, tags.lyrics);
     return tags;
 }
@@ -98,7 +101,29 @@ FormatTags plainTags(TagLib::PropertyMap properties)
 // (TagLib files them under LYRICS); a second look at a rejected text rejects it again.
 FormatTags id3v2Tags(const TagLib::ID3v2::Tag &tag)
 {
-    FormatTags tags{tag.properties(), {}};
+    FormatTags tags{tag.properties(), {}, {}};
+    for (const TagLib::ID3v2::Frame *found : tag.frameList("SYLT")) {
+        const auto *frame = dynamic_cast<const TagLib::ID3v2::SynchronizedLyricsFrame *>(found);
+        if (!frame || frame->timestampFormat() != TagLib::ID3v2::SynchronizedLyricsFrame::AbsoluteMilliseconds)
+            continue;
+        // Each entry becomes a stamped line; an entry of several lines keeps its first stamp.
+        QString text;
+        for (const auto &entry : frame->synchedText()) {
+            const QString words = fromTagLib(entry.text).simplified();
+            if (words.isEmpty())
+                continue;
+            const unsigned centiseconds = entry.time / 10;
+            text += QStringLiteral("[%1:%2.%3]%4\n")
+                        .arg(centiseconds / 6000, 2, 10, QLatin1Char('0'))
+                        .arg(centiseconds / 100 % 60, 2, 10, QLatin1Char('0'))
+                        .arg(centiseconds % 100, 2, 10, QLatin1Char('0'))
+                        .arg(words);
+        }
+        if (!text.isEmpty()) {
+            tags.syncedLyrics = text;
+            break;
+        }
+    }
     const TagLib::ID3v2::FrameList &frames = tag.frameList("USLT");
     if (!frames.isEmpty()) {
         if (const auto *frame = dynamic_cast<const TagLib::ID3v2::UnsynchronizedLyricsFrame *>(frames.front()))
@@ -113,7 +138,7 @@ FormatTags id3v2Tags(const TagLib::ID3v2::Tag &tag)
 // scanned themselves.
 FormatTags mp4Tags(const TagLib::MP4::Tag &tag)
 {
-    FormatTags tags{tag.properties(), {}};
+    FormatTags tags{tag.properties(), {}, {}};
     const TagLib::String lyricsAtom("\251lyr", TagLib::String::Latin1);
     const auto addValues = [&](const TagLib::MP4::Item &item) {
         for (const TagLib::String &value : item.toStringList())
@@ -192,6 +217,22 @@ std::optional<QString> findLyrics(const FormatTags &tags)
     return std::nullopt;
 }
 
+// A lyrics tag written as LRC: most of its lines carry a time stamp.
+std::optional<QString> findSyncedLyrics(const FormatTags &tags)
+{
+    if (tags.syncedLyrics)
+        return tags.syncedLyrics;
+    static const QRegularExpression stamped(QStringLiteral("^\\s*\\[\\d{1,3}:\\d{1,2}([.:]\\d{1,3})?\\]"));
+    for (const QString &candidate : tags.lyrics) {
+        const QStringList lines = candidate.split(QRegularExpression(QStringLiteral("\\r\\n|\\r|\\n")), Qt::SkipEmptyParts);
+        const auto stampedLines = std::count_if(lines.begin(), lines.end(),
+                                                [](const QString &line) { return stamped.match(line).hasMatch(); });
+        if (stampedLines > 0 && 2 * stampedLines >= lines.size())
+            return candidate;
+    }
+    return std::nullopt;
+}
+
 std::optional<QString> trimmedOrAbsent(const std::optional<QString> &text)
 {
     if (!text)
@@ -214,15 +255,18 @@ AudioMetadata readTags(const QString &path)
     std::optional<QString> title = firstValue(unified, "TITLE");
     std::optional<QString> artist = firstValue(unified, "ARTIST");
     std::optional<QString> lyrics;
+    std::optional<QString> synced;
     for (const FormatTags &format : formatTagsOf(ref.file())) {
         if (!lyrics)
             lyrics = findLyrics(format);
+        if (!synced)
+            synced = findSyncedLyrics(format);
         if (!title)
             title = firstValue(format.properties, "TITLE");
         if (!artist)
             artist = firstValue(format.properties, "ARTIST");
     }
-    return {trimmedOrAbsent(title), trimmedOrAbsent(artist), trimmedOrAbsent(lyrics), 0};
+    return {trimmedOrAbsent(title), trimmedOrAbsent(artist), trimmedOrAbsent(lyrics), 0, synced};
 }
 
 } // namespace

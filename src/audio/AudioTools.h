@@ -17,6 +17,9 @@ struct AudioMetadata {
     std::optional<QString> artist; // trimmed; absent when missing or blank
     std::optional<QString> lyrics; // after cleanLyrics, trimmed; absent when none are left
     double duration = 0;           // seconds; 0 when unreadable
+    // Lyrics that carry their own times, as LRC text: an ID3v2 SYLT frame, or a lyrics tag
+    // written as LRC (most of its lines stamped [mm:ss.xx]).
+    std::optional<QString> syncedLyrics;
 
     bool operator==(const AudioMetadata &) const = default;
 };

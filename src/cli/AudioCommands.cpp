@@ -108,24 +108,56 @@ qsizetype segmentIndex(const ParsedArgs &args)
     return countingNumber(args.positional.first(), QStringLiteral("INDEX must be a segment number from 1")) - 1;
 }
 
-std::optional<double> segmentEnd(const ParsedArgs &args)
+// The value of --NAME as seconds, when given.
+std::optional<double> secondsOption(const ParsedArgs &args, const QString &name)
 {
-    const auto text = args.value(QStringLiteral("end"));
+    const auto text = args.value(name);
     if (!text)
         return std::nullopt;
     bool ok = false;
-    const double end = text->toDouble(&ok);
-    if (!ok || !std::isfinite(end))
-        throw UsageError(QStringLiteral("--end needs a time in seconds"));
-    return end;
+    const double seconds = text->toDouble(&ok);
+    if (!ok || !std::isfinite(seconds))
+        throw UsageError(QStringLiteral("--%1 needs a time in seconds").arg(name));
+    return seconds;
+}
+
+double shiftSeconds(const ParsedArgs &args)
+{
+    bool ok = false;
+    const double seconds = args.positional.first().toDouble(&ok);
+    if (!ok || !std::isfinite(seconds))
+        throw UsageError(QStringLiteral("SECONDS must be a number of seconds, such as -0.5"));
+    return seconds;
+}
+
+QCoro::Task<int> shift(CommandContext context)
+{
+    const Done shifted = context.store.shiftTranscript(shiftSeconds(context.args));
+    if (shifted.isFailed())
+        throw Error(shifted.failure());
+    const QList<TranscriptSegment> &lines = context.store.project().transcript;
+    if (context.globals.json) {
+        QJsonArray array;
+        for (const TranscriptSegment &line : lines)
+            array.append(toJson(line));
+        context.out.json(QJsonObject{{QStringLiteral("transcript"), array}});
+    } else {
+        for (qsizetype i = 0; i < lines.size(); ++i)
+            context.out.line(segmentLine(i + 1, lines.at(i)));
+    }
+    co_return 0;
 }
 
 QCoro::Task<int> segment(CommandContext context)
 {
     const qsizetype index = segmentIndex(context.args);
     const qsizetype count = context.store.project().transcript.size();
-    if (!context.store.editSegment(index, context.args.value(QStringLiteral("text")), segmentEnd(context.args)))
-        throw Error(QStringLiteral("There is no segment %1; the transcript has %2.").arg(index + 1).arg(count));
+    Q_UNUSED(count)
+    const Done edit = context.store.editSegment(index, context.args.value(QStringLiteral("text")),
+                                                secondsOption(context.args, QStringLiteral("start")),
+                                                secondsOption(context.args, QStringLiteral("end")));
+    if (edit.isFailed())
+        throw Error(edit.failure());
     const TranscriptSegment &edited = context.store.project().transcript.at(index);
     if (context.globals.json)
         context.out.json(toJson(edited));
@@ -163,15 +195,20 @@ QList<Command> audioCommands()
          {{QStringLiteral("file"), QStringLiteral("F"), QStringLiteral("read the lyrics from a UTF-8 file")},
           {QStringLiteral("text"), QStringLiteral("T"), QStringLiteral("the lyrics as one argument")}},
          0, 1, lyrics, checkLyricsSource},
-        {QStringLiteral("segment"), QStringLiteral("INDEX [--text T] [--end SECONDS]"),
-         QStringLiteral("show or correct one timed line (INDEX counts from 1)"),
+        {QStringLiteral("segment"), QStringLiteral("INDEX [--text T] [--start SECONDS] [--end SECONDS]"),
+         QStringLiteral("show or correct one timed line (INDEX counts from 1; lines stay in time order)"),
          {{QStringLiteral("text"), QStringLiteral("T"), QStringLiteral("the line's text")},
+          {QStringLiteral("start"), QStringLiteral("SECONDS"), QStringLiteral("the line's start time")},
           {QStringLiteral("end"), QStringLiteral("SECONDS"), QStringLiteral("the line's end time")}},
          1, 1, segment,
          [](const ParsedArgs &args) {
              segmentIndex(args);
-             segmentEnd(args);
+             secondsOption(args, QStringLiteral("start"));
+             secondsOption(args, QStringLiteral("end"));
          }},
+        {QStringLiteral("shift"), QStringLiteral("SECONDS"),
+         QStringLiteral("move every timed line by SECONDS (negative: sooner)"), {}, 1, 1, shift,
+         [](const ParsedArgs &args) { shiftSeconds(args); }},
         {QStringLiteral("timing"), {}, QStringLiteral("time every lyric line against the track"), {}, 0, 0, timing},
     };
 }

@@ -24,12 +24,14 @@ struct LyricsSourceInfo {
     ChipIntent intent;
 };
 
-constexpr std::array<LyricsSourceInfo, 5> lyricsSources{{
+constexpr std::array<LyricsSourceInfo, 7> lyricsSources{{
     {LyricsSource::embeddedVerified, "embeddedVerified", "Lyrics from file · verified", ChipIntent::good},
     {LyricsSource::embeddedUnverified, "embeddedUnverified", "Lyrics from file", ChipIntent::neutral},
     {LyricsSource::embeddedMismatch, "embeddedMismatch", "Lyrics may not match audio", ChipIntent::bad},
     {LyricsSource::transcribed, "transcribed", "Transcribed with Whisper", ChipIntent::accent},
     {LyricsSource::manual, "manual", "Edited manually", ChipIntent::neutral},
+    {LyricsSource::syncedFile, "syncedFile", "Timed lyrics from .lrc file", ChipIntent::good},
+    {LyricsSource::syncedTag, "syncedTag", "Timed lyrics from file", ChipIntent::good},
 }};
 
 const LyricsSourceInfo &info(LyricsSource source)

@@ -41,7 +41,9 @@ struct TranscriptSegment {
     bool operator==(const TranscriptSegment &) const = default;
 };
 
-enum class LyricsSource { embeddedVerified, embeddedUnverified, embeddedMismatch, transcribed, manual };
+// syncedFile: an .lrc file beside the track; syncedTag: the track's own timed lyrics (a SYLT
+// frame or a lyrics tag written as LRC). Both come with their times.
+enum class LyricsSource { embeddedVerified, embeddedUnverified, embeddedMismatch, transcribed, manual, syncedFile, syncedTag };
 
 // Visual intent of a status chip; the component kit draws one colour per intent.
 enum class ChipIntent { neutral, good, bad, accent, pending };

@@ -291,18 +291,60 @@ void ProjectStore::setLyrics(const QString &text)
     });
 }
 
-bool ProjectStore::editSegment(qsizetype index, const std::optional<QString> &text, const std::optional<double> &end)
+Done ProjectStore::editSegment(qsizetype index, const std::optional<QString> &text,
+                               const std::optional<double> &start, const std::optional<double> &end)
 {
-    if (index < 0 || index >= m_project.transcript.size())
-        return false;
+    const QList<TranscriptSegment> &lines = m_project.transcript;
+    if (index < 0 || index >= lines.size())
+        return Done::failed(QStringLiteral("There is no line %1; the transcript has %2.").arg(index + 1).arg(lines.size()));
+    const TranscriptSegment &line = lines.at(index);
+    const double newStart = start.value_or(line.start);
+    const double newEnd = end.value_or(line.end);
+    const auto seconds = [](double value) { return QString::number(value, 'f', 2); };
+    if (!std::isfinite(newStart) || !std::isfinite(newEnd) || newStart < 0)
+        return Done::failed(QStringLiteral("Line %1 cannot start before the song.").arg(index + 1));
+    if (start && index > 0 && newStart < lines.at(index - 1).start)
+        return Done::failed(QStringLiteral("Line %1 cannot start before line %2 (at %3 s).")
+                                .arg(index + 1)
+                                .arg(index)
+                                .arg(seconds(lines.at(index - 1).start)));
+    if (start && index + 1 < lines.size() && newStart > lines.at(index + 1).start)
+        return Done::failed(QStringLiteral("Line %1 cannot start after line %2 (at %3 s).")
+                                .arg(index + 1)
+                                .arg(index + 2)
+                                .arg(seconds(lines.at(index + 1).start)));
+    if (newEnd < newStart)
+        return Done::failed(QStringLiteral("Line %1 cannot end (%2 s) before it starts (%3 s).")
+                                .arg(index + 1)
+                                .arg(seconds(newEnd), seconds(newStart)));
     editProject([&](Project &project) {
         TranscriptSegment &segment = project.transcript[index];
         if (text)
             segment.text = *text;
-        if (end)
-            segment.end = *end;
+        segment.start = newStart;
+        segment.end = newEnd;
     });
-    return true;
+    return Done::done();
+}
+
+Done ProjectStore::shiftTranscript(double seconds)
+{
+    if (m_project.transcript.isEmpty())
+        return Done::failed(QStringLiteral("There are no timed lines to shift; align the timing first."));
+    if (!std::isfinite(seconds) || m_project.transcript.first().start + seconds < 0)
+        return Done::failed(QStringLiteral("Shifting by %1 s would move the first line before the start of the song.")
+                                .arg(QString::number(seconds, 'f', 2)));
+    editProject([seconds](Project &project) {
+        for (TranscriptSegment &segment : project.transcript) {
+            segment.start += seconds;
+            segment.end += seconds;
+            for (TimedWord &word : segment.words) {
+                word.start = std::max(0.0, word.start + seconds);
+                word.end = std::max(0.0, word.end + seconds);
+            }
+        }
+    });
+    return Done::done();
 }
 
 std::function<void(double)> ProjectStore::progressSink()

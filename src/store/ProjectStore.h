@@ -151,9 +151,15 @@ public:
     // The lyrics editor's write rule: changed text replaces the lyrics, marks them as edited by
     // hand and throws the transcript away (it no longer matches); the same text changes nothing.
     void setLyrics(const QString &text);
-    // Corrects one transcript segment in place (index from 0); nothing else changes and
-    // updatedAt stays. False when there is no such segment.
-    bool editSegment(qsizetype index, const std::optional<QString> &text, const std::optional<double> &end);
+    // Corrects one transcript segment in place (index from 0): its text, start or end. Lines
+    // stay in time order, so a start before the line before's start or after the next one's,
+    // an end before the start, or a time before the song are refused with a sentence and
+    // change nothing; otherwise nothing else changes and updatedAt stays.
+    Done editSegment(qsizetype index, const std::optional<QString> &text, const std::optional<double> &start,
+                     const std::optional<double> &end);
+    // Moves every line (and its words) by `seconds`; refused with a sentence, changing
+    // nothing, when there is no transcript or the first line would start before the song.
+    Done shiftTranscript(double seconds);
 
     // Callbacks for engines, safe to call from any thread: each posts its value to the UI
     // thread without waiting and drops it if the store is gone by then.

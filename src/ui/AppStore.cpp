@@ -192,6 +192,31 @@ QString AppStore::formatTenths(double seconds)
                              (tenths / 10) % 60, tenths % 10);
 }
 
+QString AppStore::formatHundredths(double seconds)
+{
+    const long long hundredths = std::llround(std::abs(seconds) * 100);
+    return QString::asprintf("%s%lld:%02lld.%02lld", seconds < 0 && hundredths > 0 ? "-" : "", hundredths / 6000,
+                             (hundredths / 100) % 60, hundredths % 100);
+}
+
+double AppStore::parseTime(const QString &text)
+{
+    double seconds = 0;
+    const QStringList parts = text.trimmed().split(QLatin1Char(':'));
+    if (parts.size() > 3)
+        return std::nan("");
+    for (qsizetype i = 0; i < parts.size(); ++i) {
+        bool ok = false;
+        const double value = parts[i].toDouble(&ok);
+        // Only the last part has a fraction; minutes and seconds after a colon stay under 60.
+        if (!ok || value < 0 || !std::isfinite(value) || (i + 1 < parts.size() && value != std::floor(value))
+            || (i > 0 && value >= 60))
+            return std::nan("");
+        seconds = seconds * 60 + value;
+    }
+    return seconds;
+}
+
 QString AppStore::audioFileName() const
 {
     return QFileInfo(m_store.project().audioPath).fileName();

@@ -112,11 +112,19 @@ bool TranscriptModel::setData(const QModelIndex &index, const QVariant &value, i
 {
     if (!rowAt(m_rows, index))
         return false;
+    Done edited = Done::failed({});
     if (role == TextRole)
-        return m_store.editSegment(index.row(), value.toString(), std::nullopt);
-    if (role == EndRole)
-        return m_store.editSegment(index.row(), std::nullopt, value.toDouble());
-    return false;
+        edited = m_store.editSegment(index.row(), value.toString(), std::nullopt, std::nullopt);
+    else if (role == StartRole)
+        edited = m_store.editSegment(index.row(), std::nullopt, value.toDouble(), std::nullopt);
+    else if (role == EndRole)
+        edited = m_store.editSegment(index.row(), std::nullopt, std::nullopt, value.toDouble());
+    else
+        return false;
+    // A refused time says why in the banner; the row keeps its time.
+    if (edited.isFailed())
+        m_store.setLastError(edited.failure());
+    return edited.isDone();
 }
 
 QHash<int, QByteArray> TranscriptModel::roleNames() const

@@ -12,6 +12,10 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <taglib/synchronizedlyricsframe.h>
+
+#include <functional>
+
 #include <gtest/gtest.h>
 
 using namespace quillvane;
@@ -231,4 +235,85 @@ TEST_F(AudioImport, AFailedClipTranscriptionStillDeletesBothClips)
     EXPECT_EQ(s.project().rawLyrics, lyrics);
     EXPECT_EQ(s.project().lyricsSource, LyricsSource::manual) << "the earlier source stays";
     EXPECT_TRUE(leftoverClips().isEmpty());
+}
+
+// Timed lyrics written the ways players and taggers write them: each becomes the transcript
+// exactly, with no transcription, and the chip says where it came from.
+TEST_F(AudioImport, TimedLyricsBecomeTheTranscriptAsTheyStand)
+{
+    const QString lrc = QStringLiteral("[ar:The Band]\n[offset:+500]\n[00:04.50]Down the road\n"
+                                       "[00:01.50][00:09.00]City lights\nno stamp here\n[00:07.25]Hold my hand\n");
+    // After the offset (half a second sooner), in time order, the chorus at both its stamps.
+    const QList<std::pair<double, QString>> lrcLines{{1.0, QStringLiteral("City lights")},
+                                                     {4.0, QStringLiteral("Down the road")},
+                                                     {6.75, QStringLiteral("Hold my hand")},
+                                                     {8.5, QStringLiteral("City lights")}};
+    const auto withSylt = [](TagLib::ID3v2::Tag &tag) {
+        auto *frame = new TagLib::ID3v2::SynchronizedLyricsFrame(TagLib::String::UTF8);
+        frame->setTimestampFormat(TagLib::ID3v2::SynchronizedLyricsFrame::AbsoluteMilliseconds);
+        TagLib::ID3v2::SynchronizedLyricsFrame::SynchedTextList entries;
+        for (const auto &[time, text] : {std::pair{1000u, "City lights"}, std::pair{4000u, "Down the road"},
+                                          std::pair{6750u, "Hold my hand"}, std::pair{8500u, "City lights"}})
+            entries.append(TagLib::ID3v2::SynchronizedLyricsFrame::SynchedText(time, TagLib::String(text)));
+        frame->setSynchedText(entries);
+        tag.addFrame(frame);
+    };
+    const QString plain = QStringLiteral("City lights\nDown the road");
+    const struct {
+        const char *name;
+        std::optional<QString> lyricsTag;
+        std::function<void(TagLib::ID3v2::Tag &)> moreTags;
+        std::optional<QString> lrcFile; // written beside the track as NAME.lrc
+        LyricsSource expected;
+        QList<std::pair<double, QString>> lines; // empty: not timed, the usual import
+        QList<double> firstLineWords;
+    } cases[] = {
+        {"an .lrc file beside the track", plain, {}, lrc, LyricsSource::syncedFile, lrcLines, {}},
+        {"a lyrics tag written as LRC", lrc, {}, {}, LyricsSource::syncedTag, lrcLines, {}},
+        {"a SYLT frame", plain, withSylt, {}, LyricsSource::syncedTag, lrcLines, {}},
+        {"enhanced LRC gives word times", {}, {},
+         QStringLiteral("[00:02.00]<00:02.00>City <00:02.60>lights\n[00:05.00]<00:05.10>Down <00:05.40>the <00:05.90>road"),
+         LyricsSource::syncedFile,
+         {{2.0, QStringLiteral("City lights")}, {5.0, QStringLiteral("Down the road")}},
+         {2.0, 2.6}},
+        {"an .lrc file without usable times", plain, {}, QStringLiteral("[ar:x]\njust words\n[99:xx]bad"),
+         LyricsSource::embeddedUnverified, {}, {}},
+    };
+    int round = 0;
+    for (const auto &c : cases) {
+        const QString track = folder->filePath(QStringLiteral("timed %1.mp3").arg(++round));
+        ASSERT_FALSE(test::makeTaggedMp3(track, 12, c.lyricsTag).isEmpty()) << c.name;
+        if (c.moreTags) {
+            TagLib::MPEG::File file(QFile::encodeName(track).constData());
+            c.moreTags(*file.ID3v2Tag(true));
+            file.save();
+        }
+        if (c.lrcFile)
+            test::writeFile(folder->filePath(QStringLiteral("timed %1.LRC").arg(round)), c.lrcFile->toUtf8());
+        auto engine = std::make_shared<test::ScriptedTranscriber>();
+        engine->available = false;
+        ProjectStore &s = storeWith(std::make_shared<SystemTranscriber>(engine, engine));
+        blockingWait(startImport(s, track));
+
+        EXPECT_FALSE(s.lastError()) << c.name << ": " << s.lastError().value_or(QString()).toStdString();
+        EXPECT_EQ(s.project().lyricsSource, c.expected) << c.name;
+        EXPECT_TRUE(engine->calls.isEmpty()) << c.name << ": nothing is transcribed";
+        const QList<TranscriptSegment> &transcript = s.project().transcript;
+        ASSERT_EQ(transcript.size(), c.lines.size()) << c.name;
+        QStringList texts;
+        for (qsizetype i = 0; i < transcript.size(); ++i) {
+            EXPECT_NEAR(transcript[i].start, c.lines[i].first, 0.001) << c.name << " line " << i;
+            EXPECT_EQ(transcript[i].text, c.lines[i].second) << c.name << " line " << i;
+            const double end = i + 1 < transcript.size() ? c.lines[i + 1].first : s.project().audioDuration;
+            EXPECT_NEAR(transcript[i].end, end, 0.05) << c.name << " line " << i << " ends where the next begins";
+            texts << transcript[i].text;
+        }
+        if (!c.lines.isEmpty()) {
+            EXPECT_EQ(s.project().rawLyrics, texts.join(u'\n')) << c.name << ": the lyrics are the timed lines";
+            QList<double> wordStarts;
+            for (const TimedWord &word : transcript.first().words)
+                wordStarts << word.start;
+            EXPECT_EQ(wordStarts, c.firstLineWords) << c.name;
+        }
+    }
 }

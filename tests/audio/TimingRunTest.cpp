@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 using namespace quillvane;
 
 namespace {
@@ -192,21 +194,68 @@ TEST(Lyrics, EditingTheTextThrowsTheTranscriptAwayButTheSameTextChangesNothing)
     EXPECT_EQ(f.store.project().updatedAt, timed.updatedAt);
 }
 
-TEST(Lyrics, ASegmentIsCorrectedInPlaceAndNothingElseMoves)
+TEST(Lyrics, ALineIsRetimedInPlaceAndLinesStayInTimeOrder)
 {
-    Project timed = withLyrics(QStringLiteral("a\nb"));
+    Project timed = withLyrics(QStringLiteral("a\nb\nc"));
     timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a"), 0, 4, {}},
-                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("b"), 4, 8, {}}};
+                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("b"), 4, 8, {}},
+                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("c"), 8, 12, {}}};
+    const struct {
+        const char *name;
+        qsizetype index;
+        std::optional<QString> text;
+        std::optional<double> start, end;
+        const char *refusal; // nullptr: done
+        std::function<void(Project &)> expected;
+    } cases[] = {
+        {"new text", 1, QStringLiteral("B!"), {}, {}, nullptr, [](Project &p) { p.transcript[1].text = QStringLiteral("B!"); }},
+        {"a later start", 1, {}, 5.25, {}, nullptr, [](Project &p) { p.transcript[1].start = 5.25; }},
+        {"a start on the next line's", 1, {}, 8.0, {}, nullptr, [](Project &p) { p.transcript[1].start = 8; }},
+        {"start and end together", 2, {}, 9.0, 15.5, nullptr,
+         [](Project &p) {
+             p.transcript[2].start = 9;
+             p.transcript[2].end = 15.5;
+         }},
+        {"an end that overlaps the next line", 0, {}, {}, 6.0, nullptr, [](Project &p) { p.transcript[0].end = 6; }},
+        {"a start inside the line before", 1, {}, 3.9, {}, nullptr, [](Project &p) { p.transcript[1].start = 3.9; }},
+        {"a start before the line before", 2, {}, 3.5, {}, "Line 3 cannot start before line 2 (at 4.00 s).", {}},
+        {"a start after the next line", 1, {}, 8.5, {}, "Line 2 cannot start after line 3 (at 8.00 s).", {}},
+        {"a start past its own end", 2, {}, 12.5, {}, "Line 3 cannot end (12.00 s) before it starts (12.50 s).", {}},
+        {"an end before the start", 1, QStringLiteral("B!"), {}, 3.0, "Line 2 cannot end (3.00 s) before it starts (4.00 s).", {}},
+        {"a start before the song", 0, {}, -0.5, {}, "Line 1 cannot start before the song.", {}},
+        {"no such line", 3, QStringLiteral("none"), {}, {}, "There is no line 4; the transcript has 3.", {}},
+        {"a negative index", -1, QStringLiteral("none"), {}, {}, "There is no line 0; the transcript has 3.", {}},
+    };
+    for (const auto &c : cases) {
+        Fixture f(timed);
+        const Done outcome = f.store.editSegment(c.index, c.text, c.start, c.end);
+        Project expected = timed;
+        if (c.expected)
+            c.expected(expected);
+        EXPECT_EQ(outcome, c.refusal ? Done::failed(QString::fromUtf8(c.refusal)) : Done::done()) << c.name;
+        EXPECT_EQ(f.store.project(), expected) << c.name << ": only the line changes, and only when done";
+    }
+}
+
+TEST(Lyrics, ShiftMovesEveryLineAndItsWordsOrNothing)
+{
+    Project timed = withLyrics(QStringLiteral("a b\nc"));
+    timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a b"), 1.5, 4, {{QStringLiteral("a"), 1.5, 2}, {QStringLiteral("b"), 2, 4}}},
+                        TranscriptSegment{QUuid::createUuid(), QStringLiteral("c"), 4, 8, {}}};
+    for (const double seconds : {2.25, -1.5}) {
+        Fixture f(timed);
+        EXPECT_TRUE(f.store.shiftTranscript(seconds).isDone()) << seconds;
+        const QList<TranscriptSegment> &lines = f.store.project().transcript;
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            EXPECT_DOUBLE_EQ(lines[i].start, timed.transcript[i].start + seconds) << seconds;
+            EXPECT_DOUBLE_EQ(lines[i].end, timed.transcript[i].end + seconds) << seconds;
+        }
+        EXPECT_DOUBLE_EQ(lines[0].words[1].start, 2 + seconds) << seconds;
+    }
     Fixture f(timed);
-
-    EXPECT_TRUE(f.store.editSegment(1, QStringLiteral("B!"), 2.5)); // an end before the start is kept
-    EXPECT_TRUE(f.store.editSegment(0, std::nullopt, 9.0));
-    EXPECT_FALSE(f.store.editSegment(2, QStringLiteral("none"), std::nullopt));
-    EXPECT_FALSE(f.store.editSegment(-1, QStringLiteral("none"), std::nullopt));
-
-    Project expected = timed;
-    expected.transcript[1].text = QStringLiteral("B!");
-    expected.transcript[1].end = 2.5;
-    expected.transcript[0].end = 9.0;
-    EXPECT_EQ(f.store.project(), expected);
+    EXPECT_EQ(f.store.shiftTranscript(-1.6),
+              Done::failed(QStringLiteral("Shifting by -1.60 s would move the first line before the start of the song.")));
+    EXPECT_EQ(f.store.project(), timed);
+    Fixture empty(withLyrics(QStringLiteral("a")));
+    EXPECT_TRUE(empty.store.shiftTranscript(1).isFailed());
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace quillvane {
 namespace {
 
@@ -122,9 +124,9 @@ TEST(TimingScreen, TheStepperKeepsTheEndWithinThirtySecondsOfTheStart)
     UiHarness ui(imported(true));
     ui.store.setSelectedStage(PipelineStage::timing);
     ui.settle();
-    const QList<QQuickItem *> ups = ui.findAll(QStringLiteral("stepUp"));
-    ASSERT_EQ(ups.size(), 4);
-    QQuickItem *stepper = ups[2]->parentItem();
+    const QList<QQuickItem *> ends = ui.findAll(QStringLiteral("endStepper"));
+    ASSERT_EQ(ends.size(), 4);
+    QQuickItem *stepper = ends[2];
     for (int i = 0; i < 400; ++i)
         QMetaObject::invokeMethod(stepper, "step", Q_ARG(double, 0.1));
     ui.settle();
@@ -134,6 +136,44 @@ TEST(TimingScreen, TheStepperKeepsTheEndWithinThirtySecondsOfTheStart)
     ui.settle();
     EXPECT_NEAR(ui.store.project().transcript[2].end, 61.4, 1e-9);
     EXPECT_NEAR(ui.store.project().transcript[1].end, 9.8, 1e-9);
+}
+
+TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
+{
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.settle();
+    const QList<QQuickItem *> starts = ui.findAll(QStringLiteral("startStepper"));
+    const QList<QQuickItem *> fields = ui.findAll(QStringLiteral("segmentStart"));
+    ASSERT_EQ(starts.size(), 4);
+    ASSERT_EQ(fields.size(), 4);
+    const double second = ui.store.project().transcript[1].start;
+    QMetaObject::invokeMethod(starts[1], "step", Q_ARG(double, 0.1));
+    ui.settle();
+    EXPECT_NEAR(ui.store.project().transcript[1].start, second + 0.1, 1e-9);
+    EXPECT_EQ(fields[1]->property("text").toString(), ui::AppStore::formatHundredths(second + 0.1));
+
+    // Typed past the next line's start: refused with a sentence, the line keeps its time.
+    const Project before = ui.store.project();
+    fields[1]->setProperty("text", ui::AppStore::formatHundredths(before.transcript[2].start + 1));
+    QMetaObject::invokeMethod(fields[1], "editingFinished");
+    ui.settle();
+    EXPECT_EQ(ui.store.project(), before);
+    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
+    EXPECT_EQ(fields[1]->property("text").toString(), ui::AppStore::formatHundredths(second + 0.1));
+    ui.screenshot(QStringLiteral("timing-refused-start"));
+}
+
+TEST(TimeFormat, TypedTimesReadBackAsWritten)
+{
+    const std::pair<const char *, double> rows[] = {{"1:02.35", 62.35}, {"62.35", 62.35}, {"0:00.00", 0},
+                                                    {"1:00:01.5", 3601.5}, {" 3:07 ", 187}};
+    for (const auto &[text, seconds] : rows)
+        EXPECT_NEAR(ui::AppStore::parseTime(QString::fromLatin1(text)), seconds, 1e-9) << text;
+    for (const char *bad : {"", "x", "1:75", "-3", "1.5:20", "1:2:3:4"})
+        EXPECT_TRUE(std::isnan(ui::AppStore::parseTime(QString::fromLatin1(bad)))) << bad;
+    for (const double seconds : {0.0, 9.99, 61.4, 600.05})
+        EXPECT_NEAR(ui::AppStore::parseTime(ui::AppStore::formatHundredths(seconds)), seconds, 1e-9) << seconds;
 }
 
 TEST(TimeFormat, RoundsToWholeSecondsHalvesUp)

@@ -2,7 +2,9 @@ import QtQuick
 import QtQuick.Layouts
 import Quillvane
 
-// One timed line: its start, its text, a stepper for its end, and the end.
+// One timed line: its start and end, each typed or nudged by a tenth of a second, and its
+// text. A time the store refuses (out of order, end before start) leaves the row as it was
+// and says why in the banner.
 RowLayout {
     id: row
     required property var model
@@ -11,15 +13,36 @@ RowLayout {
     required property real start
     required property real end
 
-    spacing: 12
+    spacing: 10
 
-    Text {
-        text: Store.formatTenths(row.start)
+    component TimeField: KitTextField {
+        id: field
+        required property real seconds
+        signal typed(real seconds)
+        text: Store.formatHundredths(seconds)
         font.family: "monospace"
         font.pixelSize: 12
-        color: Theme.muted
-        horizontalAlignment: Text.AlignLeft
-        Layout.preferredWidth: 62
+        horizontalAlignment: Text.AlignRight
+        Layout.preferredWidth: 84
+        onEditingFinished: {
+            const parsed = Store.parseTime(text)
+            if (!isNaN(parsed) && Math.abs(parsed - seconds) >= 0.005)
+                field.typed(parsed)
+            text = Qt.binding(() => Store.formatHundredths(field.seconds))
+        }
+    }
+
+    TimeStepper {
+        objectName: "startStepper"
+        value: row.start
+        minimum: 0
+        maximum: row.end
+        onStepped: value => row.model.start = value
+    }
+    TimeField {
+        objectName: "segmentStart"
+        seconds: row.start
+        onTyped: seconds => row.model.start = seconds
     }
     KitTextField {
         objectName: "segmentText"
@@ -28,19 +51,16 @@ RowLayout {
         onTextEdited: row.model.text = text
         Layout.fillWidth: true
     }
+    TimeField {
+        objectName: "segmentEnd"
+        seconds: row.end
+        onTyped: seconds => row.model.end = seconds
+    }
     TimeStepper {
+        objectName: "endStepper"
         value: row.end
         minimum: row.start
         maximum: row.start + 30
         onStepped: value => row.model.end = value
-    }
-    Text {
-        objectName: "segmentEnd"
-        text: Store.formatTenths(row.end)
-        font.family: "monospace"
-        font.pixelSize: 12
-        color: Theme.cream
-        horizontalAlignment: Text.AlignRight
-        Layout.preferredWidth: 62
     }
 }
