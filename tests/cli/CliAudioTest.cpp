@@ -125,7 +125,24 @@ TEST(CliAudio, TimingProducesTheTranscriptAndSegmentsCanBeCorrected)
 
     const CliResult missing = home.run({QStringLiteral("segment"), QStringLiteral("9")});
     EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_EQ(missing.err.trimmed(), QStringLiteral("error: There is no segment 9; the transcript has 4."));
+    EXPECT_EQ(missing.err.trimmed(), QStringLiteral("error: There is no line 9; the transcript has 4."));
+
+    // Starts move within their neighbours, and every line moves with shift, or nothing does.
+    const Project before = home.savedProject();
+    const CliResult late = home.run({QStringLiteral("segment"), QStringLiteral("3"), QStringLiteral("--start"),
+                                       QString::number(before.transcript.at(3).start + 0.5)});
+    EXPECT_EQ(late.exitCode, 1);
+    EXPECT_TRUE(late.err.startsWith(QStringLiteral("error: Line 3 cannot start after line 4"))) << late.err.toStdString();
+    EXPECT_EQ(home.savedProject(), before);
+    const double third = (before.transcript.at(1).start + before.transcript.at(2).start) / 2;
+    ASSERT_EQ(home.run({QStringLiteral("segment"), QStringLiteral("3"), QStringLiteral("--start"), QString::number(third)}).exitCode, 0);
+    EXPECT_DOUBLE_EQ(home.savedProject().transcript.at(2).start, third);
+    const CliResult shifted = home.run({QStringLiteral("shift"), QStringLiteral("0.5")});
+    EXPECT_EQ(shifted.exitCode, 0) << shifted.err.toStdString();
+    EXPECT_EQ(shifted.out.trimmed().split(QLatin1Char('\n')).size(), 4) << "every line, as it now stands";
+    EXPECT_DOUBLE_EQ(home.savedProject().transcript.at(0).start, before.transcript.at(0).start + 0.5);
+    EXPECT_DOUBLE_EQ(home.savedProject().transcript.at(2).start, third + 0.5);
+    EXPECT_EQ(home.run({QStringLiteral("shift"), QStringLiteral("soon")}).exitCode, 2);
 
     const CliResult edited = home.run({QStringLiteral("lyrics"), QStringLiteral("-")}, "New line one\n\nNew line two\n");
     EXPECT_EQ(edited.out.trimmed(), QStringLiteral("2 lines"));
