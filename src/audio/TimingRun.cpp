@@ -6,6 +6,9 @@
 #include "model/PipelineConfig.h"
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
+#include <optional>
 
 namespace quillvane {
 
@@ -42,17 +45,56 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
     QList<TranscriptSegment> segments;
     const std::shared_ptr<LyricsAligner> aligner = store.services().aligner;
     if (store.timingMethod() == QLatin1String("words") && aligner && aligner->isAvailable()) {
+        // The track is heard beside the alignment, each on a core of its own, so that the
+        // proportional layout has its chunks at once when the lyrics cannot be placed; when
+        // they can, the hearing is stopped. Both are awaited on every path.
+        const CancelToken hearing = cancel.child();
+        // The hearing's progress is told only once it is what the run waits for.
+        const auto fellBack = std::make_shared<std::atomic_bool>(false);
+        const auto hearingStatus = [sink = store.statusSink(), fellBack](QString status) {
+            if (fellBack->load())
+                sink(std::move(status));
+        };
+        const auto fallBack = [&store, fellBack] {
+            fellBack->store(true);
+            store.setRunningTask(proportionalFallbackNote);
+        };
+        const std::shared_ptr<Transcriber> transcriber = store.services().transcriber;
+        std::optional<QCoro::Task<TranscriptionResult>> transcription;
+        if (transcriber && transcriber->isAvailable())
+            transcription.emplace(transcriber->transcribe(audioPath, hearingStatus, hearing));
+        std::exception_ptr stopped;
         try {
             auto aligning = timeLyrics(*aligner, audioPath, lines, store.statusSink(), cancel);
             segments = co_await aligning;
         } catch (const AlignmentError &) {
-            store.statusSink()(proportionalFallbackNote);
+            fallBack();
         } catch (const TranscriptionError &) {
-            store.statusSink()(proportionalFallbackNote);
+            fallBack();
+        } catch (...) {
+            stopped = std::current_exception();
         }
+        if (stopped || !segments.isEmpty())
+            hearing.cancel();
+        std::optional<TranscriptionResult> heard;
+        std::exception_ptr unheard;
+        try {
+            if (transcription)
+                heard = co_await *transcription;
+        } catch (...) {
+            unheard = std::current_exception();
+        }
+        if (stopped)
+            std::rethrow_exception(stopped);
         cancel.throwIfCancelled();
-    }
-    if (segments.isEmpty()) {
+        if (segments.isEmpty()) {
+            if (unheard)
+                std::rethrow_exception(unheard);
+            if (!heard)
+                throw TranscriptionError::noEngineAvailable();
+            segments = alignLines(lines, heard->chunks, metadata.duration);
+        }
+    } else {
         auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
         const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();

@@ -9,6 +9,13 @@ CancelToken::CancelToken()
 {
 }
 
+CancelToken CancelToken::child() const
+{
+    CancelToken part;
+    part.m_parent = m_flag;
+    return part;
+}
+
 void CancelToken::throwIfCancelled() const
 {
     if (isCancelled())

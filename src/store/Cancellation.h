@@ -13,8 +13,14 @@ class CancelToken {
 public:
     CancelToken();
 
-    bool isCancelled() const { return m_flag->load(std::memory_order_acquire); }
+    bool isCancelled() const
+    {
+        return m_flag->load(std::memory_order_acquire) || (m_parent && m_parent->load(std::memory_order_acquire));
+    }
     void cancel() const { m_flag->store(true, std::memory_order_release); }
+    // A token for a part of the operation: cancelled with this one, or on its own without
+    // stopping the rest.
+    CancelToken child() const;
     // Throws Cancelled when the flag is set.
     void throwIfCancelled() const;
 
@@ -22,6 +28,7 @@ public:
 
 private:
     std::shared_ptr<std::atomic_bool> m_flag;
+    std::shared_ptr<std::atomic_bool> m_parent;
 };
 
 } // namespace quillvane

@@ -304,7 +304,7 @@ TEST(AudioToolsMetadata, TagsWithoutAudioGiveTheirTextAndZeroDuration)
     addToID3v2(&tag, {In::id3v2, "USLT", "words"});
     const TagLib::ByteVector bytes = tag.render();
     const QString path = fileWith(QStringLiteral("tag-only.mp3"), QByteArray(bytes.data(), int(bytes.size())));
-    EXPECT_EQ(AudioTools::readMetadataNow(path), (AudioMetadata{QStringLiteral("Only Tags"), {}, QStringLiteral("words"), 0}));
+    EXPECT_EQ(AudioTools::readMetadataNow(path), (AudioMetadata{QStringLiteral("Only Tags"), {}, QStringLiteral("words"), 0, {}}));
 }
 
 TEST(AudioToolsMetadata, TheCoroutineGivesTheSameAndResumesOnTheCallersThread)
