@@ -28,6 +28,10 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     if (!project)
         project = m_library.loadLastProject();
     m_project = project ? std::move(*project) : sampleProject();
+    // A project saved before its clips followed the song, or whose times were edited outside
+    // the app, opens with the spans its storyboard, preview, motion and export all read.
+    if (m_project.motion.clipTiming == ClipTiming::followSong)
+        followSong(m_project);
 
     const Preferences &prefs = m_library.preferences();
     m_generationModel = prefs.string(key(preferenceKeys::generationModel)).value_or(m_services.config.generationModel);
