@@ -192,13 +192,6 @@ QString AppStore::formatTenths(double seconds)
                              (tenths / 10) % 60, tenths % 10);
 }
 
-QString AppStore::formatHundredths(double seconds)
-{
-    const long long hundredths = std::llround(std::abs(seconds) * 100);
-    return QString::asprintf("%s%lld:%02lld.%02lld", seconds < 0 && hundredths > 0 ? "-" : "", hundredths / 6000,
-                             (hundredths / 100) % 60, hundredths % 100);
-}
-
 double AppStore::parseTime(const QString &text)
 {
     double seconds = 0;

@@ -172,8 +172,6 @@ public:
     Q_INVOKABLE static QString formatTime(double seconds);
     // "m:ss.t", to the nearest tenth: the step of the timing screen's − and + buttons.
     Q_INVOKABLE static QString formatTenths(double seconds);
-    // "m:ss.cc", the timing screen's times.
-    Q_INVOKABLE static QString formatHundredths(double seconds);
     // A time typed as "m:ss.cc", "ss.cc" or "h:mm:ss.cc"; NaN when it is none.
     Q_INVOKABLE static double parseTime(const QString &text);
     Q_INVOKABLE bool addCharacter(const QString &name);

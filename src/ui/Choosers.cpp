@@ -6,6 +6,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
+#include <QProcess>
 #include <QGuiApplication>
 #include <QLibraryInfo>
 #include <QQuickItem>
@@ -95,6 +96,12 @@ bool Choosers::showInFolder(const QUrl &file) const
         if (bus.call(call, QDBus::Block, 3000).type() == QDBusMessage::ReplyMessage)
             return true;
     }
+    // xdg-open starts (and QDesktopServices says yes) even with nothing to open a folder with,
+    // so the desktop is asked first whether any program opens folders.
+    QProcess query;
+    query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"), QStringLiteral("inode/directory")});
+    if (!query.waitForFinished(3000) || query.exitCode() != 0 || query.readAllStandardOutput().trimmed().isEmpty())
+        return false;
     return QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file.toLocalFile()).absolutePath()));
 }
 

@@ -1,5 +1,7 @@
 #include "ui/MediaSettings.h"
 
+#include "model/Text.h"
+
 #include "model/ClipSpans.h"
 
 #include <QFileInfo>
@@ -182,8 +184,7 @@ QString MediaSettings::audioURL() const
 
 QString MediaSettings::chunkTime(double seconds)
 {
-    const int minutes = int(std::floor(seconds / 60));
-    return QString::asprintf("%d:%05.2f", minutes, seconds - 60.0 * minutes);
+    return hundredthsClock(seconds);
 }
 
 QString MediaSettings::durationTime(double seconds)

@@ -151,16 +151,16 @@ TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
     QMetaObject::invokeMethod(starts[1], "step", Q_ARG(double, 0.1));
     ui.settle();
     EXPECT_NEAR(ui.store.project().transcript[1].start, second + 0.1, 1e-9);
-    EXPECT_EQ(fields[1]->property("text").toString(), ui::AppStore::formatHundredths(second + 0.1));
+    EXPECT_EQ(fields[1]->property("text").toString(), ui::MediaSettings::chunkTime(second + 0.1));
 
     // Typed past the next line's start: refused with a sentence, the line keeps its time.
     const Project before = ui.store.project();
-    fields[1]->setProperty("text", ui::AppStore::formatHundredths(before.transcript[2].start + 1));
+    fields[1]->setProperty("text", ui::MediaSettings::chunkTime(before.transcript[2].start + 1));
     QMetaObject::invokeMethod(fields[1], "editingFinished");
     ui.settle();
     EXPECT_EQ(ui.store.project(), before);
     EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
-    EXPECT_EQ(fields[1]->property("text").toString(), ui::AppStore::formatHundredths(second + 0.1));
+    EXPECT_EQ(fields[1]->property("text").toString(), ui::MediaSettings::chunkTime(second + 0.1));
     ui.screenshot(QStringLiteral("timing-refused-start"));
 }
 
@@ -173,7 +173,7 @@ TEST(TimeFormat, TypedTimesReadBackAsWritten)
     for (const char *bad : {"", "x", "1:75", "-3", "1.5:20", "1:2:3:4"})
         EXPECT_TRUE(std::isnan(ui::AppStore::parseTime(QString::fromLatin1(bad)))) << bad;
     for (const double seconds : {0.0, 9.99, 61.4, 600.05})
-        EXPECT_NEAR(ui::AppStore::parseTime(ui::AppStore::formatHundredths(seconds)), seconds, 1e-9) << seconds;
+        EXPECT_NEAR(ui::AppStore::parseTime(ui::MediaSettings::chunkTime(seconds)), seconds, 1e-9) << seconds;
 }
 
 TEST(TimeFormat, RoundsToWholeSecondsHalvesUp)

@@ -227,8 +227,23 @@ TEST(MediaFormats, ChunkTimesAndDurations)
     EXPECT_EQ(ui::MediaSettings::chunkTime(65.3), QStringLiteral("1:05.30"));
     EXPECT_EQ(ui::MediaSettings::chunkTime(0), QStringLiteral("0:00.00"));
     EXPECT_EQ(ui::MediaSettings::chunkTime(8.5), QStringLiteral("0:08.50"));
+    EXPECT_EQ(ui::MediaSettings::chunkTime(59.999), QStringLiteral("1:00.00"));
     EXPECT_EQ(ui::MediaSettings::durationTime(187.9), QStringLiteral("3:07"));
     EXPECT_EQ(ui::MediaSettings::durationTime(59.99), QStringLiteral("0:59"));
+}
+
+TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
+{
+    UiHarness ui(project(2, 2));
+    ui.store.setSelectedStage(PipelineStage::exportStage);
+    ui.settle();
+    EXPECT_FALSE(ui.shown(QStringLiteral("revealFallback")));
+    // The test machine has no session bus and no program registered for folders.
+    Q_EMIT ui.bridge.exported(QUrl::fromLocalFile(QStringLiteral("/videos/Song.mp4")));
+    ui.settle();
+    EXPECT_TRUE(ui.shown(QStringLiteral("revealFallback")));
+    EXPECT_TRUE(ui.shown(QStringLiteral("copyPathButton")));
+    ui.screenshot(QStringLiteral("export-reveal-fallback"));
 }
 
 } // namespace

@@ -116,6 +116,10 @@ TEST(StoryboardScreen, SaysWhatIsMissingBeforeThereIsAPlan)
     ui.store.addReferenceImages(project.characters[0].id, {QStringLiteral("/refs/mia.png")});
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No storyboard yet"));
+    EXPECT_TRUE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool());
+    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
+    ui.settle();
+    EXPECT_FALSE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool()) << "no plan while a task runs";
 }
 
 TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)

@@ -8,6 +8,8 @@ Panel {
     property string title
     property string message
     property string action
+    // False while the action cannot start (a task is running).
+    property bool actionEnabled: true
     signal actionTriggered()
 
     implicitHeight: column.implicitHeight + 2 * padding + 24
@@ -39,8 +41,10 @@ Panel {
             Layout.fillWidth: true
         }
         SecondaryButton {
+            objectName: "emptyAction"
             visible: empty.action.length > 0
             text: empty.action
+            enabled: empty.actionEnabled
             onClicked: empty.actionTriggered()
             Layout.alignment: Qt.AlignHCenter
         }

@@ -19,7 +19,7 @@ RowLayout {
         id: field
         required property real seconds
         signal typed(real seconds)
-        text: Store.formatHundredths(seconds)
+        text: Store.media.chunkTime(seconds)
         font.family: "monospace"
         font.pixelSize: 12
         horizontalAlignment: Text.AlignRight
@@ -28,7 +28,7 @@ RowLayout {
             const parsed = Store.parseTime(text)
             if (!isNaN(parsed) && Math.abs(parsed - seconds) >= 0.005)
                 field.typed(parsed)
-            text = Qt.binding(() => Store.formatHundredths(field.seconds))
+            text = Qt.binding(() => Store.media.chunkTime(field.seconds))
         }
     }
 

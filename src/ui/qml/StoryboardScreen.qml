@@ -25,6 +25,7 @@ ColumnLayout {
         title: Store.hasReferencedCharacter ? "No storyboard yet" : "Set up a character first"
         message: Store.hasReferencedCharacter ? "" : "The plan is generated from your character's reference image."
         action: Store.hasReferencedCharacter ? "Plan storyboard" : "Go to Characters"
+        actionEnabled: !Store.hasReferencedCharacter || !Store.busy
         onActionTriggered: Store.hasReferencedCharacter ? Store.planStoryboard() : Store.selectedStage = 2
         Layout.fillWidth: true
     }
