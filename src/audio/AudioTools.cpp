@@ -7,14 +7,13 @@ extern "C" {
 #include "audio/FfmpegClip.h"
 #include "audio/Lyrics.h"
 #include "audio/PcmDecoder.h"
+#include "av/OffThread.h"
 
-#include <QCoro/QCoroFuture>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QUuid>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <taglib/aifffile.h>
 #include <taglib/apetag.h>
@@ -282,9 +281,7 @@ AudioMetadata readMetadataNow(const QString &path)
 
 QCoro::Task<AudioMetadata> readMetadata(QString path)
 {
-    // The future is a named local: g++ 12 destroys temporaries of a full expression that
-    // holds co_await twice, which would drop the captured path's reference twice.
-    QFuture<AudioMetadata> reading = QtConcurrent::run([path] { return readMetadataNow(path); });
+    auto reading = onWorkerThread([path] { return readMetadataNow(path); });
     co_return co_await reading;
 }
 
@@ -299,16 +296,8 @@ void probeAudioNow(const QString &path)
 
 QCoro::Task<> probeAudio(QString path)
 {
-    QFuture<bool> probing = QtConcurrent::run([path] {
-        try {
-            probeAudioNow(path);
-            return true;
-        } catch (const AudioToolError &) {
-            return false;
-        }
-    });
-    if (!co_await probing)
-        throw AudioToolError::notAudio(QFileInfo(path).fileName());
+    auto probing = onWorkerThread([path] { probeAudioNow(path); });
+    co_await probing;
 }
 
 QString trimClipNow(const QString &path, double start, double duration)
@@ -327,20 +316,8 @@ QString trimClipNow(const QString &path, double start, double duration)
 
 QCoro::Task<QString> trimClip(QString path, double start, double duration)
 {
-    // A QFuture hands only QException subclasses over between threads, so the worker
-    // reports the failure as an empty result and it is thrown again on the caller's thread.
-    // (A named future for the same reason as in readMetadata.)
-    QFuture<std::optional<QString>> trimming = QtConcurrent::run([path, start, duration]() -> std::optional<QString> {
-        try {
-            return trimClipNow(path, start, duration);
-        } catch (const AudioToolError &) {
-            return std::nullopt;
-        }
-    });
-    const std::optional<QString> clip = co_await trimming;
-    if (!clip)
-        throw AudioToolError::trimFailed();
-    co_return *clip;
+    auto trimming = onWorkerThread([path, start, duration] { return trimClipNow(path, start, duration); });
+    co_return co_await trimming;
 }
 
 void silenceMediaLibraryLogs()

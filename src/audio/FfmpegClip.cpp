@@ -1,16 +1,11 @@
 #include "audio/FfmpegClip.h"
 
-#include "audio/FfmpegHandles.h"
-
-#include <QFile>
-#include <QFileInfo>
+#include "av/Encoding.h"
+#include "av/FfmpegHandles.h"
+#include "av/InputFiles.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
-#include <libswresample/swresample.h>
 }
 
 #include <algorithm>
@@ -23,30 +18,6 @@ namespace quillvane {
 namespace {
 
 using namespace ffmpeg;
-
-// An absolute path, so that FFmpeg never reads a name such as "http:x.mp3" as a protocol.
-QByteArray ffmpegName(const QString &path)
-{
-    return QFile::encodeName(QFileInfo(path).absoluteFilePath());
-}
-
-InputFile openInput(const QString &path)
-{
-    AVFormatContext *raw = nullptr;
-    // On failure avformat_open_input frees the context itself.
-    if (avformat_open_input(&raw, ffmpegName(path).constData(), nullptr, nullptr) < 0)
-        return {};
-    InputFile input(raw);
-    if (avformat_find_stream_info(raw, nullptr) < 0)
-        return {};
-    return input;
-}
-
-AVStream *bestAudioStream(AVFormatContext *input)
-{
-    const int index = av_find_best_stream(input, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    return index < 0 ? nullptr : input->streams[index];
-}
 
 // AAC only knows the MPEG-4 rates; anything else is resampled to 48 kHz.
 int clipSampleRate(const AVCodec *encoder, int sourceRate)
@@ -121,7 +92,7 @@ private:
 bool ClipWriter::open(const QString &input, const QString &output)
 {
     m_input = openInput(input);
-    if (!m_input || !(m_source = bestAudioStream(m_input.get())) || !openDecoder() || !openEncoder(output))
+    if (!m_input || !(m_source = bestStream(m_input.get(), AVMEDIA_TYPE_AUDIO)) || !openDecoder() || !openEncoder(output))
         return false;
     m_decoded.reset(av_frame_alloc());
     m_encoded.reset(av_packet_alloc());
@@ -144,7 +115,7 @@ bool ClipWriter::openDecoder()
 
 bool ClipWriter::openEncoder(const QString &output)
 {
-    const QByteArray name = ffmpegName(output);
+    const QByteArray name = fileName(output);
     AVFormatContext *raw = nullptr;
     // "ipod" is FFmpeg's M4A flavour of the MP4 muxer.
     if (avformat_alloc_output_context2(&raw, nullptr, "ipod", name.constData()) < 0)
@@ -320,20 +291,7 @@ bool ClipWriter::encodeBuffered(bool final)
 // A null frame drains the encoder.
 bool ClipWriter::encode(const AVFrame *frame)
 {
-    if (avcodec_send_frame(m_encoder.get(), frame) < 0)
-        return false;
-    for (;;) {
-        const int status = avcodec_receive_packet(m_encoder.get(), m_encoded.get());
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-            return true;
-        if (status < 0)
-            return false;
-        av_packet_rescale_ts(m_encoded.get(), m_encoder->time_base, m_clip->time_base);
-        m_encoded->stream_index = m_clip->index;
-        // Takes the packet's data over and leaves the packet blank for the next round.
-        if (av_interleaved_write_frame(m_output.get(), m_encoded.get()) < 0)
-            return false;
-    }
+    return encodeFrame(m_encoder.get(), frame, m_encoded.get(), m_output.get(), m_clip) >= 0;
 }
 
 } // namespace
@@ -341,7 +299,7 @@ bool ClipWriter::encode(const AVFrame *frame)
 double probeAudioDuration(const QString &path)
 {
     const InputFile input = openInput(path);
-    const AVStream *audio = input ? bestAudioStream(input.get()) : nullptr;
+    const AVStream *audio = input ? bestStream(input.get(), AVMEDIA_TYPE_AUDIO) : nullptr;
     if (!audio)
         return 0;
     // The container's length covers every stream; a stream's own is the fallback.

@@ -1,15 +1,10 @@
 #include "audio/PcmDecoder.h"
 
-#include "audio/FfmpegHandles.h"
-
-#include <QFile>
-#include <QFileInfo>
+#include "av/FfmpegHandles.h"
+#include "av/InputFiles.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
-#include <libswresample/swresample.h>
 }
 
 #include <algorithm>
@@ -42,19 +37,12 @@ struct PcmDecoder::Stream {
 
 bool PcmDecoder::Stream::open(const QString &path)
 {
-    // An absolute path, so that FFmpeg never reads a name such as "http:x.mp3" as a protocol.
-    const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
-    AVFormatContext *raw = nullptr;
-    // On failure avformat_open_input frees the context itself.
-    if (!frame || !packet || avformat_open_input(&raw, name.constData(), nullptr, nullptr) < 0)
+    if (!frame || !packet || !(input = ffmpeg::openInput(path)))
         return false;
-    input.reset(raw);
-    if (avformat_find_stream_info(raw, nullptr) < 0)
+    const AVStream *stream = ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_AUDIO);
+    if (!stream)
         return false;
-    streamIndex = av_find_best_stream(raw, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    if (streamIndex < 0)
-        return false;
-    const AVStream *stream = raw->streams[streamIndex];
+    streamIndex = stream->index;
     const AVCodec *decoder = avcodec_find_decoder(stream->codecpar->codec_id);
     if (!decoder)
         return false;

@@ -3,12 +3,11 @@
 #include "audio/PcmDecoder.h"
 #include "audio/Pronunciation.h"
 #include "audio/TranscriptionError.h"
+#include "av/OffThread.h"
 
-#include <QCoro/QCoroFuture>
 #include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <pocketsphinx.h>
 #include <sphinxbase/err.h>
@@ -17,7 +16,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -234,20 +232,6 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     return SpeechAligner::fillUnplaced(lines, duration);
 }
 
-struct Alignment {
-    QList<QList<AlignedWord>> lines;
-    std::exception_ptr failure;
-};
-
-Alignment alignCaught(const Work &work)
-{
-    try {
-        return {alignWords(work), nullptr};
-    } catch (...) {
-        return {{}, std::current_exception()};
-    }
-}
-
 } // namespace
 
 SpeechAligner::SpeechAligner(SpeechModel model)
@@ -267,14 +251,9 @@ QCoro::Task<QList<QList<AlignedWord>>> SpeechAligner::align(QString audioPath, Q
     if (!m_model.filesExist())
         throw TranscriptionError::noEngineAvailable();
     cancel.throwIfCancelled();
-    // The future is a named local: g++ 12 destroys temporaries of a full expression that
-    // holds co_await twice.
-    QFuture<Alignment> aligning = QtConcurrent::run(
-        [work = Work{m_model, audioPath, lines, onProgress, cancel}] { return alignCaught(work); });
-    const Alignment alignment = co_await aligning;
-    if (alignment.failure)
-        std::rethrow_exception(alignment.failure);
-    co_return alignment.lines;
+    auto aligning
+        = onWorkerThread([work = Work{m_model, audioPath, lines, onProgress, cancel}] { return alignWords(work); });
+    co_return co_await aligning;
 }
 
 QList<QList<AlignedWord>> SpeechAligner::fillUnplaced(QList<QList<AlignedWord>> lines, double duration,

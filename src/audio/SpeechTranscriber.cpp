@@ -2,20 +2,18 @@
 
 #include "audio/PcmDecoder.h"
 #include "audio/TranscriptionError.h"
+#include "av/OffThread.h"
 
-#include <QCoro/QCoroFuture>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QStringList>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <pocketsphinx.h>
 #include <sphinxbase/err.h>
 
 #include <algorithm>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -170,22 +168,6 @@ QList<TimedChunk> recognizeWords(const SpeechModel &model, const QString &audioP
     return words;
 }
 
-// What the worker hands back. A QFuture only carries QException subclasses between threads,
-// so the worker's failure travels as a value and is thrown again on the caller's thread.
-struct Recognition {
-    QList<TimedChunk> words;
-    std::exception_ptr failure;
-};
-
-Recognition recognize(const SpeechModel &model, const QString &audioPath, const CancelToken &cancel)
-{
-    try {
-        return {recognizeWords(model, audioPath, cancel), nullptr};
-    } catch (...) {
-        return {{}, std::current_exception()};
-    }
-}
-
 QString joinedTexts(const QList<TimedChunk> &words)
 {
     QStringList texts;
@@ -232,14 +214,10 @@ QCoro::Task<TranscriptionResult> SpeechTranscriber::transcribe(QString audioPath
     if (!m_model.filesExist())
         throw TranscriptionError::noEngineAvailable();
     cancel.throwIfCancelled();
-    // The future is a named local: g++ 12 destroys temporaries of a full expression that
-    // holds co_await twice, which would drop the captured path's reference twice.
-    QFuture<Recognition> recognizing
-        = QtConcurrent::run([model = m_model, audioPath, cancel] { return recognize(model, audioPath, cancel); });
-    const Recognition recognition = co_await recognizing;
-    if (recognition.failure)
-        std::rethrow_exception(recognition.failure);
-    co_return TranscriptionResult{joinedTexts(recognition.words), groupWords(recognition.words, wordsPerChunk)};
+    auto recognizing
+        = onWorkerThread([model = m_model, audioPath, cancel] { return recognizeWords(model, audioPath, cancel); });
+    const QList<TimedChunk> words = co_await recognizing;
+    co_return TranscriptionResult{joinedTexts(words), groupWords(words, wordsPerChunk)};
 }
 
 QList<TimedChunk> SpeechTranscriber::groupWords(const QList<TimedChunk> &words, int size)

@@ -1,8 +1,7 @@
 #include "media/ClipProbe.h"
 
-#include "audio/FfmpegHandles.h"
+#include "av/InputFiles.h"
 #include "media/MediaErrors.h"
-#include "media/VideoEncoding.h"
 
 #include <QFileInfo>
 
@@ -13,17 +12,16 @@ namespace quillvane {
 
 ffmpeg::InputFile openMediaFile(const QString &path, bool readStreams)
 {
-    AVFormatContext *raw = nullptr;
-    if (avformat_open_input(&raw, encoding::fileName(path).constData(), nullptr, nullptr) < 0)
+    ffmpeg::InputFile input = ffmpeg::openInput(path, ffmpeg::Probe::header);
+    if (!input)
         return {};
-    ffmpeg::InputFile input(raw);
     // QuickTime and MP4 headers say all the exporter needs; reading the streams to find out
     // more would decode frames, which costs more than copying a clip.
-    const int video = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    const bool described = video >= 0 && raw->streams[video]->codecpar->width > 0
-        && raw->streams[video]->time_base.num > 0 && raw->streams[video]->codecpar->extradata_size > 0;
-    const bool audioOnly = video < 0 && av_find_best_stream(raw, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
-    if ((readStreams || (!described && !audioOnly)) && avformat_find_stream_info(raw, nullptr) < 0)
+    const AVStream *video = ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_VIDEO);
+    const bool described = video && video->codecpar->width > 0 && video->time_base.num > 0
+        && video->codecpar->extradata_size > 0;
+    const bool audioOnly = !video && ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_AUDIO);
+    if ((readStreams || (!described && !audioOnly)) && avformat_find_stream_info(input.get(), nullptr) < 0)
         return {};
     return input;
 }
@@ -31,7 +29,7 @@ ffmpeg::InputFile openMediaFile(const QString &path, bool readStreams)
 std::optional<QString> clipKey(const QString &path)
 {
     const ffmpeg::InputFile input = openMediaFile(path);
-    if (!input || av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) < 0)
+    if (!input || !ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_VIDEO))
         return std::nullopt;
     const AVDictionaryEntry *entry = av_dict_get(input->metadata, "comment", nullptr, 0);
     if (!entry)
@@ -45,10 +43,10 @@ std::optional<ClipInfo> probeClip(const QString &path, bool readStreams)
     if (!input)
         throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
     AVFormatContext *raw = input.get();
-    const int index = av_find_best_stream(raw, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (index < 0)
+    const AVStream *stream = ffmpeg::bestStream(raw, AVMEDIA_TYPE_VIDEO);
+    if (!stream)
         return std::nullopt;
-    const AVStream *stream = raw->streams[index];
+    const int index = stream->index;
     const AVCodecParameters *codec = stream->codecpar;
 
     ClipInfo clip;

@@ -4,7 +4,7 @@
 // it has video at all, its size, codec, time scale and real duration, and so the output's
 // size and time scale and whether the clips can be copied instead of re-encoded.
 
-#include "audio/FfmpegHandles.h"
+#include "av/FfmpegHandles.h"
 #include "model/Records.h"
 
 extern "C" {

@@ -1,7 +1,8 @@
 #include "media/ExportMuxer.h"
 
+#include "av/Encoding.h"
+#include "av/InputFiles.h"
 #include "media/MediaErrors.h"
-#include "media/VideoEncoding.h"
 
 #include <QDir>
 #include <QFile>
@@ -25,7 +26,7 @@ ExportMuxer::ExportMuxer(const QString &outputPath, ExportContainer container)
         + QUuid::createUuid().toString(QUuid::Id128).left(8) + QStringLiteral(".partial");
     AVFormatContext *raw = nullptr;
     const char *format = container == ExportContainer::mov ? "mov" : "mp4";
-    if (avformat_alloc_output_context2(&raw, nullptr, format, encoding::fileName(m_temporaryPath).constData()) < 0)
+    if (avformat_alloc_output_context2(&raw, nullptr, format, ffmpeg::fileName(m_temporaryPath).constData()) < 0)
         throw ExportError::sessionSetupFailed();
     m_output.reset(raw);
     m_audioPacket.reset(av_packet_alloc());
@@ -44,11 +45,11 @@ ExportMuxer::~ExportMuxer()
 void ExportMuxer::addCopiedVideo(const ClipInfo &first, AVRational timeBase)
 {
     const ffmpeg::InputFile input = openMediaFile(first.path);
-    const int index = input ? av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0) : -1;
-    if (index < 0)
+    const AVStream *source = input ? ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_VIDEO) : nullptr;
+    if (!source)
         throw ExportError::trackSetupFailed();
     m_video = avformat_new_stream(m_output.get(), nullptr);
-    if (!m_video || avcodec_parameters_copy(m_video->codecpar, input->streams[index]->codecpar) < 0)
+    if (!m_video || avcodec_parameters_copy(m_video->codecpar, source->codecpar) < 0)
         throw ExportError::trackSetupFailed();
     m_video->codecpar->codec_tag = 0;
     m_video->time_base = timeBase;
@@ -68,29 +69,24 @@ void ExportMuxer::addEncodedVideo(const AVCodecContext *encoder)
 
 void ExportMuxer::addAudio(const QString &aacFile)
 {
-    AVFormatContext *raw = nullptr;
     // An audio track that cannot be added leaves the video silent, as when there is none.
-    if (avformat_open_input(&raw, encoding::fileName(aacFile).constData(), nullptr, nullptr) < 0)
-        return;
-    ffmpeg::InputFile input(raw);
-    const int index = avformat_find_stream_info(raw, nullptr) < 0
-        ? -1
-        : av_find_best_stream(raw, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    if (index < 0)
+    ffmpeg::InputFile input = ffmpeg::openInput(aacFile);
+    const AVStream *source = input ? ffmpeg::bestStream(input.get(), AVMEDIA_TYPE_AUDIO) : nullptr;
+    if (!source)
         return;
     AVStream *audio = avformat_new_stream(m_output.get(), nullptr);
-    if (!audio || avcodec_parameters_copy(audio->codecpar, raw->streams[index]->codecpar) < 0)
+    if (!audio || avcodec_parameters_copy(audio->codecpar, source->codecpar) < 0)
         return;
     audio->codecpar->codec_tag = 0;
-    audio->time_base = raw->streams[index]->time_base;
+    audio->time_base = source->time_base;
     m_audio = audio;
-    m_audioIndex = index;
+    m_audioIndex = source->index;
     m_audioInput = std::move(input);
 }
 
 void ExportMuxer::start()
 {
-    if (avio_open(&m_output->pb, encoding::fileName(m_temporaryPath).constData(), AVIO_FLAG_WRITE) < 0)
+    if (avio_open(&m_output->pb, ffmpeg::fileName(m_temporaryPath).constData(), AVIO_FLAG_WRITE) < 0)
         throw ExportError::exportFailed(
             QStringLiteral("could not write to %1.").arg(QDir::toNativeSeparators(QFileInfo(m_outputPath).absolutePath())));
     m_started = true;
@@ -107,7 +103,7 @@ void ExportMuxer::write(AVPacket *packet)
 {
     const int status = av_interleaved_write_frame(m_output.get(), packet);
     if (status < 0)
-        throw ExportError::exportFailed(encoding::errorText(status));
+        throw ExportError::exportFailed(ffmpeg::errorText(status));
 }
 
 void ExportMuxer::writeVideo(AVPacket *packet, AVRational timeBase)
@@ -152,7 +148,7 @@ void ExportMuxer::finish()
     if (status >= 0)
         status = avio_closep(&m_output->pb);
     if (status < 0)
-        throw ExportError::exportFailed(encoding::errorText(status));
+        throw ExportError::exportFailed(ffmpeg::errorText(status));
     // rename() replaces an earlier export in one step.
     if (std::rename(QFile::encodeName(m_temporaryPath).constData(), QFile::encodeName(m_outputPath).constData()) != 0)
         throw ExportError::exportFailed(QStringLiteral("could not replace %1.").arg(m_outputPath));

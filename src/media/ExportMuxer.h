@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/FfmpegHandles.h"
+#include "av/FfmpegHandles.h"
 #include "media/ClipProbe.h"
 
 #include <QString>

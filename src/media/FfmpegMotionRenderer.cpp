@@ -1,8 +1,10 @@
 #include "media/FfmpegMotionRenderer.h"
 
+#include "av/Encoding.h"
+#include "av/InputFiles.h"
+#include "av/OffThread.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
-#include "media/OffThread.h"
 #include "media/Resampler.h"
 #include "media/StillImage.h"
 #include "media/TitleCard.h"
@@ -94,7 +96,7 @@ public:
     ClipWriter(const QString &path, int width, int height, int fps, const QString &key)
         : m_path(path)
     {
-        const QByteArray name = encoding::fileName(path);
+        const QByteArray name = fileName(path);
         AVFormatContext *raw = nullptr;
         if (avformat_alloc_output_context2(&raw, nullptr, "mov", name.constData()) < 0)
             throw MotionError::writerSetupFailed();
@@ -132,11 +134,7 @@ public:
     // A null frame drains the encoder.
     void encode(const AVFrame *frame)
     {
-        const int status = encoding::encodeFrame(m_encoder.get(), frame, m_packet.get(), [this](AVPacket *packet) {
-            av_packet_rescale_ts(packet, m_encoder->time_base, m_stream->time_base);
-            packet->stream_index = m_stream->index;
-            return av_interleaved_write_frame(m_output.get(), packet);
-        });
+        const int status = encodeFrame(m_encoder.get(), frame, m_packet.get(), m_output.get(), m_stream);
         if (status < 0)
             throw failure(status);
     }
@@ -153,7 +151,7 @@ public:
 private:
     Error failure(int status) const
     {
-        return Error(QStringLiteral("Could not write the motion clip %1: %2.").arg(m_path, encoding::errorText(status)));
+        return Error(QStringLiteral("Could not write the motion clip %1: %2.").arg(m_path, errorText(status)));
     }
 
     QString m_path;

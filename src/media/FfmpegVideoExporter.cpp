@@ -1,10 +1,12 @@
 #include "media/FfmpegVideoExporter.h"
 
 #include "audio/FfmpegClip.h"
+#include "av/Encoding.h"
+#include "av/InputFiles.h"
+#include "av/OffThread.h"
 #include "media/ClipProbe.h"
 #include "media/ExportMuxer.h"
 #include "media/MediaErrors.h"
-#include "media/OffThread.h"
 #include "media/VideoEncoding.h"
 
 #include <QFileInfo>
@@ -59,8 +61,10 @@ private:
 InputFile openClip(const QString &path, int &videoIndex)
 {
     InputFile input = openMediaFile(path);
-    if (!input || (videoIndex = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)) < 0)
+    const AVStream *video = input ? bestStream(input.get(), AVMEDIA_TYPE_VIDEO) : nullptr;
+    if (!video)
         throw ExportError::exportFailed(QStringLiteral("could not read the clip %1.").arg(path));
+    videoIndex = video->index;
     return input;
 }
 
@@ -173,7 +177,7 @@ private:
 
     void encode(const AVFrame *frame)
     {
-        const int status = encoding::encodeFrame(m_encoder.get(), frame, m_packet.get(), [this](AVPacket *packet) {
+        const int status = encodeFrame(m_encoder.get(), frame, m_packet.get(), [this](AVPacket *packet) {
             if (const auto length = m_durations.find(packet->pts); length != m_durations.end()) {
                 packet->duration = length->second;
                 m_durations.erase(length);
@@ -182,7 +186,7 @@ private:
             return 0;
         });
         if (status < 0)
-            throw ExportError::exportFailed(encoding::errorText(status));
+            throw ExportError::exportFailed(errorText(status));
     }
 
     Codec m_encoder;

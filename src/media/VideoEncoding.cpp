@@ -1,10 +1,6 @@
 #include "media/VideoEncoding.h"
 
-#include <QFile>
-#include <QFileInfo>
-
 extern "C" {
-#include <libavutil/error.h>
 #include <libavutil/opt.h>
 }
 
@@ -36,32 +32,6 @@ ffmpeg::Codec openVideoEncoder(int width, int height, AVRational timeBase, AVRat
     if (avcodec_open2(encoder.get(), codec, nullptr) < 0)
         return {};
     return encoder;
-}
-
-int encodeFrame(AVCodecContext *encoder, const AVFrame *frame, AVPacket *packet,
-                const std::function<int(AVPacket *)> &write)
-{
-    int status = avcodec_send_frame(encoder, frame);
-    while (status >= 0) {
-        status = avcodec_receive_packet(encoder, packet);
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-            return 0;
-        if (status >= 0)
-            status = write(packet);
-    }
-    return status;
-}
-
-QString errorText(int code)
-{
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
-    return QString::fromUtf8(text);
-}
-
-QByteArray fileName(const QString &path)
-{
-    return QFile::encodeName(QFileInfo(path).absoluteFilePath());
 }
 
 } // namespace quillvane::encoding

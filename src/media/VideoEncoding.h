@@ -4,15 +4,12 @@
 // BT.709 studio range, tuned for good quality at speed. Motion clips and re-encoded exports
 // share it, which is also what lets an export copy clips that already have its size.
 
-#include "audio/FfmpegHandles.h"
+#include "av/Encoding.h"
+#include "av/FfmpegHandles.h"
 
 extern "C" {
 #include <libavutil/rational.h>
 }
-
-#include <QString>
-
-#include <functional>
 
 namespace quillvane::encoding {
 
@@ -25,16 +22,7 @@ inline constexpr const char *constantRateFactor = "18";
 // parameter sets in the header (MOV, MP4).
 ffmpeg::Codec openVideoEncoder(int width, int height, AVRational timeBase, AVRational frameRate, bool globalHeader);
 
-// Sends a frame to the encoder (null drains it) and hands every packet that comes out to
-// write, which takes the packet's data. Returns 0, or the first failing FFmpeg code.
-int encodeFrame(AVCodecContext *encoder, const AVFrame *frame, AVPacket *packet,
-                const std::function<int(AVPacket *)> &write);
-
-// FFmpeg's text for an error code, for messages a user may read.
-QString errorText(int code);
-
-// An absolute path in the file system's encoding, so that FFmpeg never reads a name such as
-// "http:x.mov" as a protocol.
-QByteArray fileName(const QString &path);
+// Draining the encoder is shared FFmpeg plumbing; the name is kept here for the encoder's users.
+using ffmpeg::encodeFrame;
 
 } // namespace quillvane::encoding

@@ -4,6 +4,10 @@
 
 #include "studio/DemoAssets.h"
 
+#include "av/Encoding.h"
+#include "av/FfmpegHandles.h"
+#include "av/InputFiles.h"
+
 #include <QFile>
 #include <QProcess>
 
@@ -12,8 +16,6 @@
 #include <taglib/unsynchronizedlyricsframe.h>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 }
 
@@ -168,39 +170,69 @@ void finish(std::vector<float> &out, int rate)
     }
 }
 
-struct EncoderParts {
-    AVFormatContext *format = nullptr;
-    AVCodecContext *codec = nullptr;
-    AVFrame *frame = nullptr;
-    AVPacket *packet = nullptr;
-    ~EncoderParts()
-    {
-        av_packet_free(&packet);
-        av_frame_free(&frame);
-        avcodec_free_context(&codec);
-        if (format && format->pb)
-            avio_closep(&format->pb);
-        avformat_free_context(format);
-    }
-};
-
 void check(int status, const QString &path)
 {
     if (status < 0)
         throw DemoError::cannotWrite(path);
 }
 
-void drain(EncoderParts &parts, AVStream *stream, const QString &path)
+// Encodes the samples as mono MP3 into the file `name`; the file is closed on return, so the
+// tagger then sees every byte.
+void encodeMp3(const QString &path, const QByteArray &name, const std::vector<float> &samples, int sampleRate)
 {
-    while (true) {
-        const int status = avcodec_receive_packet(parts.codec, parts.packet);
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF)
-            return;
-        check(status, path);
-        av_packet_rescale_ts(parts.packet, parts.codec->time_base, stream->time_base);
-        parts.packet->stream_index = stream->index;
-        check(av_interleaved_write_frame(parts.format, parts.packet), path);
+    AVFormatContext *raw = nullptr;
+    check(avformat_alloc_output_context2(&raw, nullptr, "mp3", name.constData()), path);
+    const ffmpeg::OutputFile output(raw);
+    const AVCodec *encoder = avcodec_find_encoder(AV_CODEC_ID_MP3);
+    if (!encoder)
+        throw DemoError::cannotWrite(path);
+    AVStream *stream = avformat_new_stream(output.get(), nullptr);
+    const ffmpeg::Codec codec(avcodec_alloc_context3(encoder));
+    if (!stream || !codec)
+        throw DemoError::cannotWrite(path);
+    codec->sample_rate = sampleRate;
+    codec->bit_rate = 160000;
+    av_channel_layout_default(&codec->ch_layout, 1);
+    codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    if (encoder->sample_fmts) { // not every MP3 encoder takes float; fall back to what it takes
+        bool takesFloat = false;
+        for (const AVSampleFormat *f = encoder->sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f)
+            takesFloat = takesFloat || *f == AV_SAMPLE_FMT_FLTP;
+        if (!takesFloat)
+            codec->sample_fmt = AV_SAMPLE_FMT_S16P;
     }
+    codec->time_base = {1, sampleRate};
+    check(avcodec_open2(codec.get(), encoder, nullptr), path);
+    check(avcodec_parameters_from_context(stream->codecpar, codec.get()), path);
+    stream->time_base = codec->time_base;
+    check(avio_open(&output->pb, name.constData(), AVIO_FLAG_WRITE), path);
+    check(avformat_write_header(output.get(), nullptr), path);
+
+    const ffmpeg::Frame frame(av_frame_alloc());
+    const ffmpeg::Packet packet(av_packet_alloc());
+    if (!frame || !packet)
+        throw DemoError::cannotWrite(path);
+    const int frameSize = codec->frame_size > 0 ? codec->frame_size : 1152;
+    for (size_t at = 0; at < samples.size(); at += size_t(frameSize)) {
+        const int count = int(std::min(samples.size() - at, size_t(frameSize)));
+        av_frame_unref(frame.get());
+        frame->nb_samples = frameSize; // the last frame is padded with silence
+        frame->format = codec->sample_fmt;
+        frame->sample_rate = sampleRate;
+        check(av_channel_layout_copy(&frame->ch_layout, &codec->ch_layout), path);
+        check(av_frame_get_buffer(frame.get(), 0), path);
+        for (int i = 0; i < frameSize; ++i) {
+            const float value = i < count ? samples[at + size_t(i)] : 0.0f;
+            if (codec->sample_fmt == AV_SAMPLE_FMT_FLTP)
+                reinterpret_cast<float *>(frame->data[0])[i] = value;
+            else
+                reinterpret_cast<std::int16_t *>(frame->data[0])[i] = std::int16_t(std::lround(value * 32767.0f));
+        }
+        frame->pts = std::int64_t(at);
+        check(ffmpeg::encodeFrame(codec.get(), frame.get(), packet.get(), output.get(), stream), path);
+    }
+    check(ffmpeg::encodeFrame(codec.get(), nullptr, packet.get(), output.get(), stream), path);
+    check(av_write_trailer(output.get()), path);
 }
 
 } // namespace
@@ -223,60 +255,8 @@ std::vector<float> mixDemoSong(const QString &scratchFolder, int sampleRate)
 
 void writeTaggedMp3(const QString &path, const std::vector<float> &samples, int sampleRate)
 {
-    const QByteArray name = QFile::encodeName(path);
-    EncoderParts parts;
-    check(avformat_alloc_output_context2(&parts.format, nullptr, "mp3", name.constData()), path);
-    const AVCodec *encoder = avcodec_find_encoder(AV_CODEC_ID_MP3);
-    if (!encoder)
-        throw DemoError::cannotWrite(path);
-    AVStream *stream = avformat_new_stream(parts.format, nullptr);
-    parts.codec = avcodec_alloc_context3(encoder);
-    if (!stream || !parts.codec)
-        throw DemoError::cannotWrite(path);
-    parts.codec->sample_rate = sampleRate;
-    parts.codec->bit_rate = 160000;
-    av_channel_layout_default(&parts.codec->ch_layout, 1);
-    parts.codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
-    if (encoder->sample_fmts) { // not every MP3 encoder takes float; fall back to what it takes
-        bool takesFloat = false;
-        for (const AVSampleFormat *f = encoder->sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f)
-            takesFloat = takesFloat || *f == AV_SAMPLE_FMT_FLTP;
-        if (!takesFloat)
-            parts.codec->sample_fmt = AV_SAMPLE_FMT_S16P;
-    }
-    parts.codec->time_base = {1, sampleRate};
-    check(avcodec_open2(parts.codec, encoder, nullptr), path);
-    check(avcodec_parameters_from_context(stream->codecpar, parts.codec), path);
-    stream->time_base = parts.codec->time_base;
-    check(avio_open(&parts.format->pb, name.constData(), AVIO_FLAG_WRITE), path);
-    check(avformat_write_header(parts.format, nullptr), path);
-
-    parts.frame = av_frame_alloc();
-    parts.packet = av_packet_alloc();
-    const int frameSize = parts.codec->frame_size > 0 ? parts.codec->frame_size : 1152;
-    for (size_t at = 0; at < samples.size(); at += size_t(frameSize)) {
-        const int count = int(std::min(samples.size() - at, size_t(frameSize)));
-        av_frame_unref(parts.frame);
-        parts.frame->nb_samples = frameSize; // the last frame is padded with silence
-        parts.frame->format = parts.codec->sample_fmt;
-        parts.frame->sample_rate = sampleRate;
-        check(av_channel_layout_copy(&parts.frame->ch_layout, &parts.codec->ch_layout), path);
-        check(av_frame_get_buffer(parts.frame, 0), path);
-        for (int i = 0; i < frameSize; ++i) {
-            const float value = i < count ? samples[at + size_t(i)] : 0.0f;
-            if (parts.codec->sample_fmt == AV_SAMPLE_FMT_FLTP)
-                reinterpret_cast<float *>(parts.frame->data[0])[i] = value;
-            else
-                reinterpret_cast<std::int16_t *>(parts.frame->data[0])[i] = std::int16_t(std::lround(value * 32767.0f));
-        }
-        parts.frame->pts = std::int64_t(at);
-        check(avcodec_send_frame(parts.codec, parts.frame), path);
-        drain(parts, stream, path);
-    }
-    check(avcodec_send_frame(parts.codec, nullptr), path);
-    drain(parts, stream, path);
-    check(av_write_trailer(parts.format), path);
-    avio_closep(&parts.format->pb);
+    const QByteArray name = ffmpeg::fileName(path);
+    encodeMp3(path, name, samples, sampleRate);
 
     TagLib::MPEG::File file(name.constData());
     if (!file.isValid())
