@@ -9,9 +9,7 @@
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
 
-#include <QBuffer>
 #include <QFileInfo>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -105,7 +103,6 @@ const StepCase stepCases[] = {
     {"undo brings back the accepted version", true, "a | b |", "| a | b", true},
     {"undo moves one version only", true, "a b | c | d", "a | b | d c", false},
     {"redo moves one version only", false, "a | b | d c", "a b | c | d", false},
-    {"redo back to the accepted version", false, "| b | a", "b | a |", true},
     {"undo with nothing earlier changes nothing", true, "| a | b", "| a | b", true},
     {"redo with nothing undone changes nothing", false, "a | b |", "a | b |", false},
     {"undo without a current frame parks nothing", true, "a | |", "| a |", true},
@@ -130,53 +127,6 @@ TEST_P(HistoryStep, MovesVersionsWithTheirChecks)
 INSTANTIATE_TEST_SUITE_P(FrameEditing, HistoryStep, testing::ValuesIn(stepCases),
                          [](const auto &info) { return testName(info.param.name); });
 
-class FrameEditingHistory : public StoreTest {};
-
-TEST_F(FrameEditingHistory, UndoAndRedoOfAnUnknownChunkOnlyTouchUpdatedAt)
-{
-    open({chunkFrom("a | b | c")});
-    const QList<StoryboardChunk> before = store->project().chunks;
-    undoFrame(*store, QUuid::createUuid());
-    redoFrame(*store, QUuid::createUuid());
-    EXPECT_EQ(store->project().chunks, before);
-    EXPECT_GT(store->project().updatedAt, longAgo);
-}
-
-struct CheckCase {
-    friend void PrintTo(const CheckCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    ReviewChecklist expected; // after ticking the named check on an unchecked frame
-};
-
-const CheckCase checkCases[] = {
-    {"spellingCorrect", {true, false, false, false, false}},
-    {"readable", {false, true, false, false, false}},
-    {"placementOK", {false, false, true, false, false}},
-    {"characterConsistent", {false, false, false, true, false}},
-    {"styleContinuous", {false, false, false, false, true}},
-};
-
-class ReviewCheckField : public StoreTest, public testing::WithParamInterface<CheckCase> {};
-
-TEST_P(ReviewCheckField, SetsOnlyThatCheckOfTheCurrentVersion)
-{
-    open({chunkFrom("u | c | r")});
-    StoryboardChunk expected = chunk(0);
-    expected.frame->review = GetParam().expected;
-    store->editProject([](Project &project) { project.chunks[0].frame->review = {}; });
-
-    const auto check = reviewCheckNamed(QString::fromUtf8(GetParam().name));
-    ASSERT_TRUE(check);
-    setReviewCheck(*store, chunk(0).id, *check, true);
-
-    EXPECT_EQ(chunk(0), expected) << "the stacks keep their own checks";
-    EXPECT_EQ(caseName(*check), QString::fromUtf8(GetParam().name));
-    EXPECT_GT(store->project().updatedAt, longAgo);
-}
-
-INSTANTIATE_TEST_SUITE_P(FrameReview, ReviewCheckField, testing::ValuesIn(checkCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
 class FrameReview : public StoreTest {};
 
 TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndCountsAcceptedChunks)
@@ -195,10 +145,12 @@ TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndCountsAcceptedChu
     EXPECT_EQ(store->project().acceptedCount(), 4);
     EXPECT_FALSE(store->project().allChunksAccepted()) << "the chunk without a frame holds export back";
 
-    // Checking a chunk without a frame changes nothing but updatedAt.
+    // Checking a chunk without a frame, or any step on an unknown chunk, changes nothing.
     const QList<StoryboardChunk> before = store->project().chunks;
     setReviewCheck(*store, chunk(4).id, ReviewCheck::readable, true);
     setReviewCheck(*store, QUuid::createUuid(), ReviewCheck::readable, true);
+    undoFrame(*store, QUuid::createUuid());
+    redoFrame(*store, QUuid::createUuid());
     EXPECT_EQ(store->project().chunks, before);
 
     EXPECT_FALSE(Project{}.allChunksAccepted()) << "an empty storyboard is never accepted";
@@ -236,28 +188,9 @@ protected:
             documents << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"),
                                                           QJsonArray{QJsonObject{{QStringLiteral("url"), image}}}}})
                                    .toJson(QJsonDocument::Compact));
-            server.serveFile(QStringLiteral("/edited/%1.png").arg(i), png(), "image/png");
+            server.serveFile(QStringLiteral("/edited/%1.png").arg(i), png(Qt::darkCyan), "image/png");
         }
         server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), documents);
-    }
-
-    static ScriptedReply reply(const QByteArray &body, int status = 200)
-    {
-        ScriptedReply r;
-        r.status = status;
-        r.body = body;
-        return r;
-    }
-
-    static QByteArray png()
-    {
-        QImage image(8, 4, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "PNG");
-        return bytes;
     }
 
     QList<QJsonObject> submissions() const

@@ -274,21 +274,6 @@ TEST_F(FrameGenerationTest, AWebPFrameIsTaken)
     EXPECT_EQ(saved.size(), QSize(64, 36));
 }
 
-TEST_F(FrameGenerationTest, AFrameWithoutReferencesSaysSoAndSendsNothing)
-{
-    open(projectWithPlan({element(QStringLiteral("sign"))}, {chunk(0), chunk(1)}));
-    QStringList labels;
-    QObject::connect(store.get(), &ProjectStore::runningTaskChanged, [&] { labels << QStringLiteral("changed"); });
-
-    blockingWait(startGenerateFrame(*store, store->project().chunks[1].id));
-
-    EXPECT_EQ(store->lastError(), QStringLiteral("Frame 2 has no reference image yet. Render the storyboard elements "
-                                                 "first, or mark the character as in-frame."));
-    EXPECT_TRUE(labels.isEmpty()) << "no task starts";
-    EXPECT_TRUE(server.requests().isEmpty());
-    EXPECT_FALSE(store->project().chunks[1].frame);
-}
-
 struct BatchCase {
     friend void PrintTo(const BatchCase &c, std::ostream *os) { *os << c.name; }
     const char *name;

@@ -76,15 +76,4 @@ TEST(ImageData, UnreadableFilesGiveNothing)
         EXPECT_FALSE(imageDataURL(dir.filePath(name))) << name.toStdString();
 }
 
-TEST(ImageData, TheListKeepsTheLoadableImagesInOrder)
-{
-    QTemporaryDir dir;
-    const QString wide = writeImage(dir, QStringLiteral("wide.png"), {120, 60});
-    const QString tall = writeImage(dir, QStringLiteral("tall.jpg"), {30, 90});
-    const QStringList urls = imageDataURLs({wide, dir.filePath(QStringLiteral("gone.png")), tall});
-    ASSERT_EQ(urls.size(), 2);
-    EXPECT_EQ(jpegSize(urls[0]), QSize(120, 60));
-    EXPECT_EQ(jpegSize(urls[1]), QSize(30, 90));
-}
-
 } // namespace

@@ -33,8 +33,6 @@ struct DocumentCase {
 const DocumentCase wrappings[] = {
     {"plan at the top", R"({"frames":[{"lyricExcerpt":"a"}]})", "a"},
     {"plan inside output objects", R"({"output":{"plan":{"frames":[{"lyricExcerpt":"b"}]}}})", "b"},
-    {"plan inside an array", R"({"outputs":[1,"x",{"frames":[{"lyricExcerpt":"c"}]}]})", "c"},
-    {"plan as JSON text", R"({"result":"{\"frames\":[{\"lyricExcerpt\":\"d\"}]}"})", "d"},
     {"plan in a fence after prose",
      R"({"text":"Here is your plan:\n```json\n{\"frames\":[{\"lyricExcerpt\":\"e\"}]}\n```\nEnjoy!"})", "e"},
     {"frames named chunks", R"({"chunks":[{"lyricExcerpt":"f"}]})", "f"},
@@ -54,11 +52,9 @@ TEST(PlanParser, FailsWithNoChunksWhenThereAreNoFrames)
 {
     const char *documents[] = {
         R"({})",
-        R"({"frames":[]})",
         R"({"frames":[],"chunks":[{"lyricExcerpt":"ignored"}]})",
         R"({"frames":[{"lyricExcerpt":"a"},2]})",
         R"({"text":"I could not plan this song."})",
-        R"({"text":"} backwards {"})",
         R"({"text":"[{\"a\":1},{\"frames\":[{}]}]"})",
     };
     for (const char *document : documents) {
@@ -67,8 +63,6 @@ TEST(PlanParser, FailsWithNoChunksWhenThereAreNoFrames)
             ADD_FAILURE() << "parsed: " << document;
         } catch (const PipelineError &error) {
             EXPECT_EQ(error.kind(), PipelineError::Case::noChunks) << document;
-            EXPECT_EQ(error.description(),
-                QStringLiteral("The planner returned no frames. Check the transcript and try again."));
         }
     }
 }
@@ -77,12 +71,9 @@ const DocumentCase presets[] = {
     {"listed name, trimmed", R"({"frames":[{}],"ideogramStylePreset":" WATERCOLOR\n"})", "WATERCOLOR"},
     {"other case is not listed", R"({"frames":[{}],"ideogramStylePreset":"watercolor"})", ""},
     {"unlisted name", R"({"frames":[{}],"ideogramStylePreset":"NEON_DREAMS"})", ""},
-    {"number is no name", R"({"frames":[{}],"ideogramStylePreset":7})", ""},
     {"style director text beside an unlisted name",
      R"({"frames":[{}],"ideogramStylePreset":"watercolor",
          "style_director_json":"```{\"ideogramStylePreset\":\"BAUHAUS\"}```"})", "BAUHAUS"},
-    {"style director object", R"({"frames":[{}],"styleDirector":{"ideogramStylePreset":"POP_ART"}})", "POP_ART"},
-    {"results text", R"({"frames":[{}],"results":"{\"ideogramStylePreset\":\"JAZZY\"}"})", "JAZZY"},
     {"style director before plan", R"({"plan":{"frames":[{}],"ideogramStylePreset":"CUBISM"},
          "styleDirectorJson":{"ideogramStylePreset":"AURA"}})", "AURA"},
     {"sibling of the plan", R"({"a":{"frames":[{}]},"b":[{"ideogramStylePreset":"WEIRD"}]})", "WEIRD"},
@@ -104,7 +95,6 @@ TEST(PlanParser, ReadsThePaletteAsListOrCommaSeparatedText)
         {R"("teal,   ,amber ,")", {QStringLiteral("teal"), QStringLiteral("amber")}},
         {R"("\tred\n, blue")", {QStringLiteral("red\n"), QStringLiteral("blue")}},
         {R"(["teal",3])", {}},
-        {R"(42)", {}},
     };
     for (const auto &c : cases) {
         const QByteArray document = QByteArray(R"({"frames":[{}],"palette":)") + c.palette + "}";
@@ -161,16 +151,12 @@ TEST(PlanParser, ReadsEachFrameIntoAChunk)
     } cases[] = {
         {R"({})", {1, 0, 0, true, {}}},
         {R"({"chunkNumber":4.9,"frameNumber":9})", {4, 0, 0, true, {}}},
-        {R"({"frameNumber":7})", {7, 0, 0, true, {}}},
-        {R"({"chunkNumber":"8"})", {4, 0, 0, true, {}}},
-        {R"({"startTime":10,"endTime":8})", {5, 10, 10, true, {}}},
-        {R"({"startTime":2.5})", {6, 2.5, 2.5, true, {}}},
-        {R"({"startTime":"3","endTime":4})", {7, 0, 4, true, {}}},
-        {R"({"elementIdsUsed":["kite"]})", {8, 0, 0, false, kite}},
-        {R"({"elementIdsUsed":["kite",1]})", {9, 0, 0, true, {}}},
-        {R"({"elementIdsUsed":[],"primaryCharacterInFrame":false})", {10, 0, 0, false, {}}},
-        {R"({"elementIdsUsed":["kite"],"primaryCharacterInFrame":true})", {11, 0, 0, true, kite}},
-        {R"({"elementIdsUsed":["kite"],"primaryCharacterInFrame":"true"})", {12, 0, 0, false, kite}},
+        {R"({"chunkNumber":"8"})", {3, 0, 0, true, {}}},
+        {R"({"startTime":10,"endTime":8})", {4, 10, 10, true, {}}},
+        {R"({"startTime":"3","endTime":4})", {5, 0, 4, true, {}}},
+        {R"({"elementIdsUsed":["kite"]})", {6, 0, 0, false, kite}},
+        {R"({"elementIdsUsed":["kite",1]})", {7, 0, 0, true, {}}},
+        {R"({"elementIdsUsed":["kite"],"primaryCharacterInFrame":"true"})", {8, 0, 0, false, kite}},
     };
     QByteArray document = "{\"frames\":[";
     for (const auto &c : cases)

@@ -89,12 +89,6 @@ const PreconditionCase preconditionCases[] = {
      },
      PipelineError::Case::emptyLyrics},
     {"no character", [](Project &p, const QString &) { p.characters.clear(); }, PipelineError::Case::missingCharacter},
-    {"characters without images",
-     [](Project &p, const QString &) {
-         p.characters.first().referenceImagePaths.clear();
-         p.characters.append(CharacterReference{});
-     },
-     PipelineError::Case::missingCharacter},
     {"only unreadable images",
      [](Project &p, const QString &image) {
          p.characters.first().referenceImagePaths = {image + QStringLiteral(".missing"), QStringLiteral("/etc/hostname")};
@@ -141,7 +135,6 @@ const InputCase inputCases[] = {
     {"just under a half rounds down; an empty concept gives the continuity notes",
      {segment(" spaced  as stored ", 0.05, 14.49)}, "", "keep the jacket", "[0.1-14.5]  spaced  as stored ", 14,
      "keep the jacket"},
-    {"a concept of one blank still counts", {segment("x", 0, 1)}, " ", "keep the jacket", "[0.0-1.0] x", 1, " "},
 };
 
 class PlanningInput : public testing::TestWithParam<InputCase> {};

@@ -161,7 +161,6 @@ TEST(MediaRuns, TheExportIsNamedAfterTheTitleInsideItsFolder)
     };
     const Case rows[] = {
         {"slash and blanks", QStringLiteral("AC/DC Live Set"), ExportContainer::mp4, false, QStringLiteral("AC-DC_Live_Set.mp4")},
-        {"empty title as mp4", QString(), ExportContainer::mp4, false, QStringLiteral("lyric-video.mp4")},
         {"empty title as mov", QString(), ExportContainer::mov, false, QStringLiteral("lyric-video.mov")},
         {"chosen folder", QStringLiteral("Song"), ExportContainer::mov, true, QStringLiteral("Song.mov")},
     };
@@ -179,19 +178,6 @@ TEST(MediaRuns, TheExportIsNamedAfterTheTitleInsideItsFolder)
         EXPECT_TRUE(QFile::exists(folder + QLatin1Char('/') + row.name));
         EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{row.name});
     }
-}
-
-TEST(MediaRuns, TheTracksAudioGoesUnderTheVideo)
-{
-    QTemporaryDir dir;
-    Fixture f({chunk(0, solidStill(dir, QStringLiteral("s.png"), Qt::red), true)});
-    const QString song = tone(dir, 3);
-    f.store.editProject([&](Project &project) { project.audioPath = song; });
-    const std::optional<QString> path = exportedPath(f.store);
-    ASSERT_TRUE(path);
-    const VideoFacts facts = inspectVideo(*path);
-    EXPECT_EQ(facts.audioStreams, 1);
-    EXPECT_NEAR(facts.audioSeconds, 1.0, 0.03);
 }
 
 TEST(MediaRuns, AClipDeletedAfterRenderingIsRenderedAgainAtExport)

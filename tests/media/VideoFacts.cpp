@@ -113,7 +113,6 @@ VideoFacts inspectVideo(const QString &path)
             facts.videoCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
             facts.width = codec->width;
             facts.height = codec->height;
-            facts.timeScale = input.context->streams[i]->time_base.den;
         } else if (codec->codec_type == AVMEDIA_TYPE_AUDIO) {
             ++facts.audioStreams;
             audioIndex = int(i);

@@ -27,7 +27,6 @@ struct VideoFacts {
     QString audioCodec;
     int width = 0;
     int height = 0;
-    int timeScale = 0;           // denominator of the video stream's time base
     QList<double> frameTimes;    // decoded presentation times in seconds, in output order
     QList<MeanColour> frameColours;
     double videoEnd = 0;         // the video track's length, seconds

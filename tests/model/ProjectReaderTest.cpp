@@ -50,8 +50,6 @@ const ReaderCase readerCases[] = {
     {"upper- and lower-case identifiers both read",
      R"j({"id":"0f8fad5b-d9cb-469f-a165-70867728950e"})j",
      [](const Project &p) { EXPECT_EQ(p.id, QUuid::fromString(QStringLiteral("0F8FAD5B-D9CB-469F-A165-70867728950E"))); }},
-    {"escaped forward slashes read as slashes", R"j({"audioPath":"\/music\/song.mp3"})j",
-     [](const Project &p) { EXPECT_EQ(p.audioPath, QStringLiteral("/music/song.mp3")); }},
     {"a date with a numeric offset reads in UTC", R"j({"createdAt":"2025-03-14T11:26:53+02:00"})j",
      [](const Project &p) { EXPECT_EQ(p.createdAt, QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53), Qt::UTC)); }},
     {"lyrics source by case name", R"j({"lyricsSource":"transcribed"})j",
@@ -87,11 +85,6 @@ const ReaderCase readerCases[] = {
          EXPECT_FALSE(c.frame || c.characterID || c.primaryCharacterInFrame);
          EXPECT_FALSE(c.id.isNull());
      }},
-    {"a chunk with neither index nor number", withChunk("{}"),
-     [](const Project &p) {
-         EXPECT_EQ(p.chunks.at(0).index, 0);
-         EXPECT_EQ(p.chunks.at(0).chunkNumber, 1);
-     }},
     {"chunks without numbers are numbered from their index", withChunk(R"j({"index":0},{"index":1},{"index":2})j"),
      [](const Project &p) { EXPECT_EQ(p.chunks.at(2).chunkNumber, 3); }},
     {"an explicit chunk number wins", withChunk(R"j({"index":2,"chunkNumber":7})j"),
@@ -110,25 +103,20 @@ const ReaderCase readerCases[] = {
 
     // Failures.
     {"not JSON", "this is not json", {}},
-    {"truncated", R"j({"title":"Neon Over)j", {}},
     {"an array at the top", "[]", {}},
-    {"empty bytes", "", {}},
     {"a wrongly typed top-level key", R"j({"title":42})j", {}},
     {"chunks that are not an array", R"j({"chunks":{}})j", {}},
     {"a frame without review",
      withChunk(R"j({"frame":{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","localPath":"","prompt":"","createdAt":"2025-03-14T09:26:53Z"}})j"),
      {}},
     {"a character without notes", R"j({"characters":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","name":"M","referenceImagePaths":[]}]})j", {}},
-    {"a style without continuity notes", R"j({"style":{"paletteName":"a","mood":"b","medium":"c","negativePrompts":"d"}})j", {}},
     {"a resolution of 2160p", R"j({"export":{"resolution":"2160p","container":"MP4 (H.264)","includeOriginalAudio":true,"destinationFolder":""}})j", {}},
     {"an unknown lyrics source", R"j({"lyricsSource":"radio"})j", {}},
     {"a date with fractional seconds", R"j({"createdAt":"2025-03-14T09:26:53.120Z"})j", {}},
-    {"a date without a zone", R"j({"updatedAt":"2025-03-14T09:26:53"})j", {}},
     {"an impossible date", R"j({"updatedAt":"2025-02-30T09:26:53Z"})j", {}},
     {"an identifier in braces", R"j({"id":"{0f8fad5b-d9cb-469f-a165-70867728950e}"})j", {}},
     {"a fractional chunk index", withChunk(R"j({"index":2.5})j"), {}},
     {"a required member holding null", R"j({"transcript":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","text":null,"start":0,"end":1}]})j", {}},
-    {"a segment without end", R"j({"transcript":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","text":"a","start":0}]})j", {}},
     {"a plan element without prompt", R"j({"plan":{"elements":[{"id":"a","type":"b","continuityDescription":"c"}]}})j", {}},
     {"a string where a list belongs", R"j({"characters":[{"id":"8E1B2D9C-7A34-4E1F-9C2B-1D2E3F4A5B6C","name":"M","notes":"","referenceImagePaths":"/a.png"}]})j", {}},
     {"an unknown clip timing", R"j({"motion":{"clipTiming":"loose","intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":true}})j", {}},

@@ -1,6 +1,5 @@
 #include "studio/StudioPainter.h"
 
-#include <QDir>
 #include <QPainter>
 
 #include <gtest/gtest.h>
@@ -153,24 +152,5 @@ TEST(StudioPainter, APortraitKeepsItsShape)
     }
 }
 
-TEST(StudioPainter, ElementsAreSquareEmblems)
-{
-    const QImage emblem = studio::paintElement(QStringLiteral("lantern"), QStringLiteral("#0F392F #FF6748 #D6EE27 #F7ECD2"));
-    EXPECT_EQ(emblem.size(), QSize(1024, 1024));
-    EXPECT_EQ(emblem, studio::paintElement(QStringLiteral("lantern"), QStringLiteral("#0F392F #FF6748 #D6EE27 #F7ECD2")));
-}
-
-} // namespace
-} // namespace quillvane
-
-namespace quillvane {
-namespace {
-TEST(StudioPainter, LookAtAFrame)
-{
-    const studio::FrameSpec scene = studio::frameSpecFromPrompt(prompt);
-    QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
-    studio::paintFrame(scene).save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-frame.png"));
-    studio::paintElement(QStringLiteral("lantern"), prompt).save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-element.png"));
-}
 } // namespace
 } // namespace quillvane
