@@ -24,6 +24,7 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     , m_library(std::move(library))
     , m_services(std::move(services))
     , m_options(options)
+    , m_history(options.undoMergeWindow)
 {
     if (!project)
         project = m_library.loadLastProject();
@@ -82,16 +83,45 @@ void ProjectStore::setProject(const Project &project)
 {
     if (project == m_project)
         return;
-    if (spansMayHaveMoved(m_project, project)) {
-        Project spans = project;
-        followSong(spans);
-        if (spans == m_project)
+    Project changed = project;
+    if (spansMayHaveMoved(m_project, changed)) {
+        followSong(changed);
+        if (changed == m_project)
             return;
-        m_project = std::move(spans);
-    } else {
-        m_project = project;
     }
+    if (!m_restoring)
+        m_history.record(m_project, changed, m_operation);
+    m_project = std::move(changed);
     Q_EMIT projectChanged();
+    Q_EMIT historyChanged();
+}
+
+bool ProjectStore::undo()
+{
+    if (m_runningTask)
+        return false;
+    const std::optional<Project> earlier = m_history.undo(m_project);
+    if (!earlier)
+        return false;
+    m_restoring = true;
+    setProject(*earlier);
+    m_restoring = false;
+    Q_EMIT historyChanged();
+    return true;
+}
+
+bool ProjectStore::redo()
+{
+    if (m_runningTask)
+        return false;
+    const std::optional<Project> later = m_history.redo(m_project);
+    if (!later)
+        return false;
+    m_restoring = true;
+    setProject(*later);
+    m_restoring = false;
+    Q_EMIT historyChanged();
+    return true;
 }
 
 void ProjectStore::editProject(const std::function<void(Project &)> &edit)
@@ -197,6 +227,7 @@ QUrl ProjectStore::generationBaseURL() const
 void ProjectStore::beginRun(const QString &label, const CancelToken &cancel)
 {
     m_activeRuns.push_back(cancel);
+    m_operation = ++m_operationsStarted;
     setRunningTask(label);
     setTaskProgress(std::nullopt);
     setLastError(std::nullopt);
@@ -207,6 +238,8 @@ void ProjectStore::endRun(const CancelToken &cancel, const std::optional<QString
     // One entry: a sequence may hold the same token for longer.
     if (const auto entry = std::find(m_activeRuns.begin(), m_activeRuns.end(), cancel); entry != m_activeRuns.end())
         m_activeRuns.erase(entry);
+    if (m_activeRuns.empty())
+        m_operation = 0;
     if (failure)
         setLastError(failure);
     setRunningTask(std::nullopt);

@@ -7,6 +7,7 @@
 #include "store/Cancellation.h"
 #include "store/Outcome.h"
 #include "store/PipelineServices.h"
+#include "store/ProjectHistory.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -47,6 +48,8 @@ struct StoreOptions {
     std::chrono::milliseconds generationPollInterval{1500};
     // How long one request to the generation service may stall before it fails.
     std::chrono::milliseconds generationTimeout{60000};
+    // Edits of the same part of the project closer together than this undo as one step.
+    std::chrono::milliseconds undoMergeWindow{1000};
 };
 
 // The one controller of the application: owns the open project, the selected stage, the
@@ -76,6 +79,14 @@ public:
     void setProject(const Project &project);
     // An edit made through a screen binding or the CLI; does not touch updatedAt.
     void editProject(const std::function<void(Project &)> &edit);
+
+    // Every change of the project by an edit or an operation can be undone and redone for as
+    // long as the store lives (see ProjectHistory for what makes one step). Refused (false,
+    // nothing changes) while a task runs or when there is nothing to go back or forth to.
+    bool undo();
+    bool redo();
+    bool canUndo() const { return m_history.canUndo(); }
+    bool canRedo() const { return m_history.canRedo(); }
 
     PipelineStage selectedStage() const { return m_selectedStage; }
     // Selecting a different stage clears lastError; selecting the same one changes nothing.
@@ -182,6 +193,7 @@ Q_SIGNALS:
     void proxyBaseURLChanged();
     void generationBackendChanged();
     void timingMethodChanged();
+    void historyChanged();
 
 private:
     void beginRun(const QString &label, const CancelToken &cancel);
@@ -207,6 +219,11 @@ private:
     std::optional<QUrl> m_serviceURLOverride;
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;
+    ProjectHistory m_history;
+    // The long operation now running (its changes are one undo step), 0 when none.
+    quint64 m_operation = 0;
+    quint64 m_operationsStarted = 0;
+    bool m_restoring = false;
 };
 
 template <typename Operation>

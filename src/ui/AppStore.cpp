@@ -70,6 +70,8 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     });
     connect(&store, &ProjectStore::selectedStageChanged, this, &AppStore::selectedStageChanged);
     connect(&store, &ProjectStore::runningTaskChanged, this, &AppStore::runningTaskChanged);
+    connect(&store, &ProjectStore::historyChanged, this, &AppStore::historyChanged);
+    connect(&store, &ProjectStore::runningTaskChanged, this, &AppStore::historyChanged);
     connect(&store, &ProjectStore::taskProgressChanged, this, &AppStore::taskProgressChanged);
     connect(&store, &ProjectStore::lastErrorChanged, this, &AppStore::lastErrorChanged);
     connect(&store, &ProjectStore::generationModelChanged, this, &AppStore::generationModelChanged);
@@ -183,13 +185,6 @@ QString AppStore::formatTime(double seconds)
 {
     const long long whole = std::llround(seconds);
     return QString::asprintf("%lld:%02lld", whole / 60, std::llabs(whole % 60));
-}
-
-QString AppStore::formatTenths(double seconds)
-{
-    const long long tenths = std::llround(std::abs(seconds) * 10);
-    return QString::asprintf("%s%lld:%02lld.%lld", seconds < 0 && tenths > 0 ? "-" : "", tenths / 600,
-                             (tenths / 10) % 60, tenths % 10);
 }
 
 double AppStore::parseTime(const QString &text)

@@ -55,6 +55,9 @@ class AppStore : public QObject {
     Q_PROPERTY(int selectedStage READ selectedStage WRITE setSelectedStage NOTIFY selectedStageChanged)
     Q_PROPERTY(QString runningTask READ runningTask NOTIFY runningTaskChanged)
     Q_PROPERTY(bool busy READ busy NOTIFY runningTaskChanged)
+    // Undo and redo are there when the history has a step and no task runs.
+    Q_PROPERTY(bool canUndo READ canUndo NOTIFY historyChanged)
+    Q_PROPERTY(bool canRedo READ canRedo NOTIFY historyChanged)
     Q_PROPERTY(double taskProgress READ taskProgress NOTIFY taskProgressChanged)
     Q_PROPERTY(QString lastError READ lastError NOTIFY lastErrorChanged)
     Q_PROPERTY(QString generationModel READ generationModel WRITE setGenerationModel NOTIFY generationModelChanged)
@@ -161,6 +164,10 @@ public:
     // A refusal a screen makes itself (a chooser that cannot open), shown as the banner.
     Q_INVOKABLE void showError(const QString &sentence) { m_store.setLastError(sentence); }
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
+    bool canUndo() const { return m_store.canUndo() && !busy(); }
+    bool canRedo() const { return m_store.canRedo() && !busy(); }
+    Q_INVOKABLE bool undo() { return m_store.undo(); }
+    Q_INVOKABLE bool redo() { return m_store.redo(); }
     Q_INVOKABLE void importAudio(const QUrl &file);
     Q_INVOKABLE void alignTiming();
     // Aligns the timing, then moves to the timing stage when the run left no error.
@@ -170,8 +177,6 @@ public:
     Q_INVOKABLE void startStoryboard();
     // "m:ss", the seconds rounded to the nearest whole (halves away from zero).
     Q_INVOKABLE static QString formatTime(double seconds);
-    // "m:ss.t", to the nearest tenth: the step of the timing screen's − and + buttons.
-    Q_INVOKABLE static QString formatTenths(double seconds);
     // A time typed as "m:ss.cc", "ss.cc" or "h:mm:ss.cc"; NaN when it is none.
     Q_INVOKABLE static double parseTime(const QString &text);
     Q_INVOKABLE bool addCharacter(const QString &name);
@@ -204,6 +209,7 @@ public:
 
 Q_SIGNALS:
     void projectChanged();
+    void historyChanged();
     void selectedStageChanged();
     void runningTaskChanged();
     void taskProgressChanged();

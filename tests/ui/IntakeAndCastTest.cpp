@@ -70,6 +70,31 @@ TEST(IntakeScreen, ShowsTheTrackItsLyricsAndWhereTheyCameFrom)
     }
 }
 
+TEST(IntakeScreen, ReplacingATrackWithAStoryboardAsksFirst)
+{
+    Project project = imported(true);
+    for (int i = 0; i < 3; ++i) {
+        StoryboardChunk chunk;
+        chunk.index = i;
+        if (i < 2)
+            chunk.frame = GeneratedFrame{};
+        project.chunks.append(chunk);
+    }
+    UiHarness ui(project);
+    ui.settle();
+    const Project before = ui.store.project();
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("replaceButton")), "clicked");
+    ui.settle();
+    ASSERT_TRUE(ui.shown(QStringLiteral("confirmButton")));
+    EXPECT_EQ(ui.text(QStringLiteral("confirmMessage")),
+              QStringLiteral("Replacing the track clears the storyboard and its 2 frames. Replace?"));
+    ui.screenshot(QStringLiteral("intake-replace-confirm"));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("confirmCancel")), "clicked");
+    ui.settle();
+    EXPECT_FALSE(ui.shown(QStringLiteral("confirmButton")));
+    EXPECT_EQ(ui.store.project(), before);
+}
+
 TEST(IntakeScreen, TypingKeepsTheCursorAndMarksTheLyricsAsEdited)
 {
     UiHarness ui(imported(true));

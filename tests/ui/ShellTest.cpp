@@ -113,6 +113,37 @@ TEST(Shell, EveryStageOpensItsScreenUnderItsHeader)
     ui.screenshot(QStringLiteral("shell-export-selected"));
 }
 
+TEST(Shell, CtrlZAndCtrlShiftZUndoAndRedoTheProjectAndTheButtonsFollow)
+{
+    UiHarness ui(withChunks(2, 0));
+    const Project before = ui.store.project();
+    ui.window()->requestActivate();
+    ui.settle();
+    EXPECT_LT(ui.find(QStringLiteral("projectUndoButton"))->opacity(), 1.0) << "nothing to undo yet";
+    ui.bridge.setProperty("title", QStringLiteral("Another title"));
+    ui.settle();
+    const Project edited = ui.store.project();
+    ASSERT_NE(edited, before);
+    EXPECT_EQ(ui.find(QStringLiteral("projectUndoButton"))->opacity(), 1.0);
+
+    QTest::keyClick(ui.window(), Qt::Key_Z, Qt::ControlModifier);
+    ui.settle();
+    EXPECT_EQ(ui.store.project(), before);
+    EXPECT_EQ(ui.find(QStringLiteral("projectRedoButton"))->opacity(), 1.0);
+    QTest::keyClick(ui.window(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    ui.settle();
+    EXPECT_EQ(ui.store.project(), edited);
+
+    // While a task runs the project is the task's: neither key nor button goes back.
+    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
+    ui.settle();
+    QTest::keyClick(ui.window(), Qt::Key_Z, Qt::ControlModifier);
+    ui.settle();
+    EXPECT_EQ(ui.store.project(), edited);
+    EXPECT_LT(ui.find(QStringLiteral("projectUndoButton"))->opacity(), 1.0);
+    ui.screenshot(QStringLiteral("shell-history-busy"));
+}
+
 TEST(Shell, EverySymbolHasItsIconFile)
 {
     for (const QString &symbol : ui::knownSymbols())

@@ -77,6 +77,19 @@ ApplicationWindow {
         sequence: "Ctrl+,"
         onActivated: window.openSettings()
     }
+    // Undo and redo of the project; a text field with the focus undoes its own typing first.
+    Shortcut {
+        objectName: "undoShortcut"
+        sequences: [StandardKey.Undo]
+        enabled: Store.canUndo
+        onActivated: Store.undo()
+    }
+    Shortcut {
+        objectName: "redoShortcut"
+        sequences: [StandardKey.Redo]
+        enabled: Store.canRedo
+        onActivated: Store.redo()
+    }
     Shortcut {
         sequence: "Escape"
         onActivated: Store.dismissError()

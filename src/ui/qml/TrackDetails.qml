@@ -20,6 +20,18 @@ ColumnLayout {
         onAccepted: Store.importAudio(selectedFile)
     }
 
+    // A new track throws the storyboard and its frames away (Edit ▸ Undo brings them back),
+    // so the user is asked first.
+    ConfirmDialog {
+        id: replaceConfirm
+        objectName: "replaceConfirm"
+        confirmText: "Replace"
+        message: "Replacing the track clears the storyboard"
+                 + (Store.framedCount === 1 ? " and its frame" : Store.framedCount > 1 ? " and its " + Store.framedCount + " frames" : "")
+                 + ". Replace?"
+        onConfirmed: chooser.show()
+    }
+
     SurfaceHeader {
         kicker: "Step 1 · Intake"
         title: "Track details."
@@ -85,7 +97,7 @@ ColumnLayout {
                     objectName: "replaceButton"
                     text: "Replace…"
                     enabled: !Store.busy
-                    onClicked: chooser.show()
+                    onClicked: Store.chunkCount > 0 ? replaceConfirm.open() : chooser.show()
                 }
             }
         }

@@ -35,7 +35,13 @@ RowLayout {
                 onDoubleTapped: workspace.window.visibility === Window.Maximized ? workspace.window.showNormal()
                                                                                  : workspace.window.showMaximized()
             }
+            HistoryControls {
+                anchors.right: windowControls.left
+                anchors.rightMargin: 14
+                anchors.verticalCenter: parent.verticalCenter
+            }
             WindowControls {
+                id: windowControls
                 window: workspace.window
                 anchors.right: parent.right
                 anchors.rightMargin: 10

@@ -1,0 +1,136 @@
+// Undo and redo of the project, observed in the saved document.
+
+#include "store/BlockingWait.h"
+#include "store/ProjectStore.h"
+#include "support/Fixtures.h"
+
+#include <QCoro/QCoroTimer>
+
+#include <gtest/gtest.h>
+
+using namespace quillvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+Project timedProject()
+{
+    Project project;
+    project.title = QStringLiteral("Neon");
+    project.rawLyrics = QStringLiteral("a b\nc");
+    project.audioDuration = 12;
+    project.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a b"), 1, 5, {}},
+                          TranscriptSegment{QUuid::createUuid(), QStringLiteral("c"), 5, 9, {}}};
+    return project;
+}
+
+// The document the store writes for its project now.
+QByteArray savedDocument(ProjectStore &store)
+{
+    store.flushPendingSave();
+    return test::readFile(store.media().projectFile());
+}
+
+void typeTitle(ProjectStore &store, const QString &title)
+{
+    for (qsizetype length = 1; length <= title.size(); ++length)
+        store.editProject([&](Project &project) { project.title = title.left(length); });
+}
+
+} // namespace
+
+TEST(ProjectHistory, EveryKindOfChangeUndoesAndRedoesToTheSameDocumentByteForByte)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), timedProject());
+    QList<QByteArray> documents{savedDocument(store)};
+    // Each step as a user makes it; a typed word, and a long operation's two hand-backs, are one.
+    const std::function<void()> steps[] = {
+        [&] { typeTitle(store, QStringLiteral("Neon Rain")); },
+        [&] { EXPECT_TRUE(store.editSegment(0, std::nullopt, 1.5, std::nullopt).isDone()); },
+        [&] { store.setLyrics(QStringLiteral("a b\nc d")); }, // the timed transcript goes with it
+        [&] { store.addCharacter(QStringLiteral("Mia")); },
+        [&] {
+            blockingWait(store.run(QStringLiteral("Planning"), [&store](CancelToken) -> QCoro::Task<> {
+                Project planned = store.project();
+                planned.conceptPrompt = QStringLiteral("first half");
+                store.setProject(planned);
+                co_await QCoro::sleepFor(1ms);
+                planned.artist = QStringLiteral("second half");
+                store.setProject(planned);
+            }));
+        },
+        [&] { store.editProject([](Project &project) { project.style.paletteName = QStringLiteral("teal"); }); },
+    };
+    for (const auto &step : steps) {
+        step();
+        documents << savedDocument(store);
+    }
+    ASSERT_EQ(QSet<QByteArray>(documents.begin(), documents.end()).size(), documents.size()) << "each step changed the document";
+
+    for (qsizetype i = documents.size() - 2; i >= 0; --i) {
+        ASSERT_TRUE(store.undo());
+        EXPECT_EQ(savedDocument(store), documents[i]) << "undo to step " << i;
+    }
+    EXPECT_FALSE(store.canUndo());
+    EXPECT_FALSE(store.undo());
+    for (qsizetype i = 1; i < documents.size(); ++i) {
+        ASSERT_TRUE(store.redo());
+        EXPECT_EQ(savedDocument(store), documents[i]) << "redo to step " << i;
+    }
+    EXPECT_FALSE(store.redo());
+
+    // A new edit after an undo is the only way forward.
+    ASSERT_TRUE(store.undo());
+    typeTitle(store, QStringLiteral("Other"));
+    EXPECT_FALSE(store.canRedo());
+    ASSERT_TRUE(store.undo());
+    EXPECT_EQ(savedDocument(store), documents[documents.size() - 2]);
+}
+
+TEST(ProjectHistory, BurstsMergeOnlyWithinTheWindowAndOnlyForTheSamePart)
+{
+    test::TempLibrary temp;
+    StoreOptions apart;
+    apart.undoMergeWindow = 0ms;
+    ProjectStore store(temp.library(), timedProject(), {}, apart);
+    typeTitle(store, QStringLiteral("abc"));
+    int steps = 0;
+    while (store.undo())
+        ++steps;
+    EXPECT_EQ(steps, 3) << "letters typed apart are a step each";
+
+    ProjectStore merging(temp.library(), timedProject());
+    typeTitle(merging, QStringLiteral("abc"));
+    merging.editProject([](Project &project) { project.artist = QStringLiteral("x"); });
+    typeTitle(merging, QStringLiteral("abcd"));
+    ASSERT_TRUE(merging.undo());
+    EXPECT_EQ(merging.project().title, QStringLiteral("abc")) << "the artist edit ended the title's burst";
+    ASSERT_TRUE(merging.undo());
+    EXPECT_EQ(merging.project().artist, QString());
+    ASSERT_TRUE(merging.undo());
+    EXPECT_EQ(merging.project().title, QStringLiteral("Neon"));
+    EXPECT_FALSE(merging.canUndo());
+}
+
+TEST(ProjectHistory, NothingIsUndoneWhileATaskRunsAndTheOldestStepsGo)
+{
+    test::TempLibrary temp;
+    StoreOptions apart;
+    apart.undoMergeWindow = 0ms;
+    ProjectStore store(temp.library(), timedProject(), {}, apart);
+    store.editProject([](Project &project) { project.title = QStringLiteral("changed"); });
+    store.setRunningTask(QStringLiteral("Rendering motion"));
+    EXPECT_FALSE(store.undo());
+    EXPECT_EQ(store.project().title, QStringLiteral("changed"));
+    store.setRunningTask(std::nullopt);
+    EXPECT_TRUE(store.undo());
+
+    for (int i = 0; i < 150; ++i)
+        store.editProject([i](Project &project) { project.title = QString::number(i); });
+    int steps = 0;
+    while (store.undo())
+        ++steps;
+    EXPECT_EQ(steps, 100);
+    EXPECT_EQ(store.project().title, QStringLiteral("49"));
+}
