@@ -187,6 +187,55 @@ QString AppStore::formatTime(double seconds)
     return QString::asprintf("%lld:%02lld", whole / 60, std::llabs(whole % 60));
 }
 
+void AppStore::startTapping(double playhead)
+{
+    m_tapAlong = std::make_unique<TapAlong>(m_store, playhead);
+    Q_EMIT tappingChanged();
+}
+
+void AppStore::stopTapping()
+{
+    if (!m_tapAlong)
+        return;
+    m_tapAlong.reset();
+    Q_EMIT tappingChanged();
+}
+
+bool AppStore::tap(double seconds)
+{
+    if (!m_tapAlong)
+        return false;
+    const Done tapped = m_tapAlong->tap(seconds);
+    if (tapped.isFailed())
+        m_store.setLastError(tapped.failure());
+    Q_EMIT tappingChanged();
+    return tapped.isDone();
+}
+
+bool AppStore::untap()
+{
+    const bool takenBack = m_tapAlong && m_tapAlong->takeBack();
+    Q_EMIT tappingChanged();
+    return takenBack;
+}
+
+bool AppStore::shiftTimes(double seconds)
+{
+    const Done shifted = m_store.shiftTranscript(seconds);
+    if (shifted.isFailed())
+        m_store.setLastError(shifted.failure());
+    return shifted.isDone();
+}
+
+int AppStore::lineAt(double seconds) const
+{
+    const QList<TranscriptSegment> &lines = m_store.project().transcript;
+    int found = -1;
+    for (qsizetype i = 0; i < lines.size() && lines.at(i).start <= seconds; ++i)
+        found = int(i);
+    return found;
+}
+
 double AppStore::parseTime(const QString &text)
 {
     double seconds = 0;

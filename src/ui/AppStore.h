@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/ProjectStore.h"
+#include "store/TapAlong.h"
 #include "studio/GenerationBackend.h"
 #include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
@@ -33,6 +34,10 @@ class AppStore : public QObject {
     Q_PROPERTY(QString lyricsSourceIntent READ lyricsSourceIntent NOTIFY projectChanged)
     Q_PROPERTY(int lyricLineCount READ lyricLineCount NOTIFY projectChanged)
     Q_PROPERTY(bool hasTranscript READ hasTranscript NOTIFY projectChanged)
+    Q_PROPERTY(bool hasAudio READ hasAudio NOTIFY projectChanged)
+    // Tap-along timing on the timing screen: whether it is on, and the line the next tap starts.
+    Q_PROPERTY(bool tapping READ tapping NOTIFY tappingChanged)
+    Q_PROPERTY(int nextTapLine READ nextTapLine NOTIFY tappingChanged)
     Q_PROPERTY(double transcriptLength READ transcriptLength NOTIFY projectChanged)
     Q_PROPERTY(QString paletteName READ paletteName WRITE setPaletteName NOTIFY projectChanged)
     Q_PROPERTY(QString mood READ mood WRITE setMood NOTIFY projectChanged)
@@ -168,6 +173,19 @@ public:
     bool canRedo() const { return m_store.canRedo() && !busy(); }
     Q_INVOKABLE bool undo() { return m_store.undo(); }
     Q_INVOKABLE bool redo() { return m_store.redo(); }
+    bool hasAudio() const { return !m_store.project().audioPath.isEmpty(); }
+    bool tapping() const { return bool(m_tapAlong); }
+    int nextTapLine() const { return m_tapAlong ? int(m_tapAlong->nextLine()) : -1; }
+    // Starts tapping at the first line at or after the playhead (seconds); stops it.
+    Q_INVOKABLE void startTapping(double playhead);
+    Q_INVOKABLE void stopTapping();
+    // A tap at `seconds` of the song; a refusal goes to the banner.
+    Q_INVOKABLE bool tap(double seconds);
+    Q_INVOKABLE bool untap();
+    // Every line moved by `seconds`; a refusal goes to the banner.
+    Q_INVOKABLE bool shiftTimes(double seconds);
+    // The line being sung at `seconds`: the last one started by then, -1 before the first.
+    Q_INVOKABLE int lineAt(double seconds) const;
     Q_INVOKABLE void importAudio(const QUrl &file);
     Q_INVOKABLE void alignTiming();
     // Aligns the timing, then moves to the timing stage when the run left no error.
@@ -210,6 +228,7 @@ public:
 Q_SIGNALS:
     void projectChanged();
     void historyChanged();
+    void tappingChanged();
     void selectedStageChanged();
     void runningTaskChanged();
     void taskProgressChanged();
@@ -245,6 +264,7 @@ private:
     MediaSettings *m_media;
     Choosers *m_choosers;
     studio::GenerationBackend m_generation;
+    std::unique_ptr<TapAlong> m_tapAlong;
     static inline AppStore *s_current = nullptr;
 };
 

@@ -189,6 +189,65 @@ TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
     ui.screenshot(QStringLiteral("timing-refused-start"));
 }
 
+TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
+{
+    UiHarness ui(imported(true));
+    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.settle();
+    const Project before = ui.store.project();
+    // The starts to the microsecond, so sums of tenths compare exactly.
+    const auto starts = [&] {
+        QList<double> list;
+        for (const TranscriptSegment &line : ui.store.project().transcript)
+            list << std::round(line.start * 1e6) / 1e6;
+        return list;
+    };
+
+    // From a playhead of 3 s the next line is the second; a tap past the third line's start
+    // pulls the third up with it, so the lines stay in order.
+    ui.bridge.startTapping(3.0);
+    EXPECT_EQ(ui.bridge.nextTapLine(), 1);
+    EXPECT_TRUE(ui.bridge.tap(4.75));
+    EXPECT_TRUE(ui.bridge.tap(62.5));
+    EXPECT_TRUE(ui.bridge.tap(63.0));
+    EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
+    EXPECT_DOUBLE_EQ(ui.store.project().transcript[0].end, 4.75) << "a tap ends the line before";
+    EXPECT_FALSE(ui.bridge.tap(70)) << "every line is tapped";
+    EXPECT_TRUE(ui.store.lastError().has_value());
+
+    // Backspace, as a person presses it, takes the taps back one by one.
+    ui.window()->requestActivate();
+    ui.settle();
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("tapButton")), "clicked"); // stop
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("tapButton")), "clicked"); // start again at the playhead
+    ui.settle();
+    ASSERT_TRUE(ui.bridge.tapping());
+    EXPECT_TRUE(ui.shown(QStringLiteral("nextTapBar")));
+    ui.screenshot(QStringLiteral("timing-tapping"));
+    QTest::keyClick(ui.window(), Qt::Key_Space);
+    ui.settle();
+    EXPECT_EQ(ui.bridge.nextTapLine(), 1) << "Space tapped the first line";
+    QTest::keyClick(ui.window(), Qt::Key_Backspace);
+    ui.settle();
+    EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
+    ui.bridge.stopTapping();
+
+    // Shift all, typed into its field.
+    ui.find(QStringLiteral("shiftField"))->setProperty("text", QStringLiteral("-0.25"));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("shiftButton")), "clicked");
+    ui.settle();
+    EXPECT_EQ(starts(), (QList<double>{0.15, 4.5, 62.25, 62.75}));
+    ui.find(QStringLiteral("shiftField"))->setProperty("text", QStringLiteral("-1"));
+    QMetaObject::invokeMethod(ui.find(QStringLiteral("shiftButton")), "clicked");
+    ui.settle();
+    EXPECT_EQ(starts(), (QList<double>{0.15, 4.5, 62.25, 62.75})) << "the first line cannot go before the song";
+    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Shifting by -1.00 s")));
+
+    while (ui.store.undo()) {
+    }
+    EXPECT_EQ(ui.store.project(), before) << "taps and shifts undo";
+}
+
 TEST(TimeFormat, TypedTimesReadBackAsWritten)
 {
     const std::pair<const char *, double> rows[] = {{"1:02.35", 62.35}, {"62.35", 62.35}, {"0:00.00", 0},
