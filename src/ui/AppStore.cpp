@@ -56,6 +56,7 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_media(new MediaSettings(store, this))
     , m_choosers(new Choosers(store.library().preferences(), qmlImportPaths(), this))
     , m_generation(store)
+    , m_outline(new TrackOutline(store, this))
 {
     connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
     connect(&store, &ProjectStore::generationBackendChanged, this, [this] {

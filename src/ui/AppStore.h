@@ -6,6 +6,7 @@
 #include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
+#include "ui/TrackOutline.h"
 
 #include <QObject>
 #include <QQmlEngine>
@@ -71,6 +72,7 @@ class AppStore : public QObject {
     Q_PROPERTY(bool offlineStudio READ offlineStudio WRITE setOfflineStudio NOTIFY generationBackendChanged)
     // True when lyric words are aligned to the audio, false when lines go by proportion.
     Q_PROPERTY(bool alignsWords READ alignsWords WRITE setAlignsWords NOTIFY timingMethodChanged)
+    Q_PROPERTY(QObject *outline READ outline CONSTANT)
     Q_PROPERTY(QAbstractListModel *stages READ stages CONSTANT)
     Q_PROPERTY(QAbstractListModel *transcript READ transcript CONSTANT)
     Q_PROPERTY(QAbstractListModel *characters READ characters CONSTANT)
@@ -174,6 +176,7 @@ public:
     Q_INVOKABLE bool undo() { return m_store.undo(); }
     Q_INVOKABLE bool redo() { return m_store.redo(); }
     bool hasAudio() const { return !m_store.project().audioPath.isEmpty(); }
+    QObject *outline() const { return m_outline; }
     bool tapping() const { return bool(m_tapAlong); }
     int nextTapLine() const { return m_tapAlong ? int(m_tapAlong->nextLine()) : -1; }
     // Starts tapping at the first line at or after the playhead (seconds); stops it.
@@ -265,6 +268,7 @@ private:
     Choosers *m_choosers;
     studio::GenerationBackend m_generation;
     std::unique_ptr<TapAlong> m_tapAlong;
+    TrackOutline *m_outline;
     static inline AppStore *s_current = nullptr;
 };
 

@@ -2,6 +2,8 @@
 
 #include <QImage>
 #include <QQuickItem>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -9,6 +11,8 @@
 #include <cmath>
 
 namespace quillvane {
+using namespace std::chrono_literals;
+
 namespace {
 
 using test::UiHarness;
@@ -246,6 +250,55 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     while (ui.store.undo()) {
     }
     EXPECT_EQ(ui.store.project(), before) << "taps and shifts undo";
+}
+
+TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)
+{
+    // Four seconds: a loud tone for two, then silence.
+    QTemporaryDir folder;
+    const QString track = folder.filePath(QStringLiteral("tone.wav"));
+    QProcess ffmpeg;
+    ffmpeg.start(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
+                                            QStringLiteral("-i"), QStringLiteral("sine=frequency=440:duration=2"), QStringLiteral("-af"),
+                                            QStringLiteral("apad=pad_dur=2,volume=8"), track});
+    ASSERT_TRUE(ffmpeg.waitForFinished(30000) && ffmpeg.exitCode() == 0);
+    Project project = imported(false);
+    project.audioPath = track;
+    project.audioDuration = 4;
+    for (const auto &[text, start] : {std::pair{"one", 0.5}, {"two", 2.0}, {"three", 3.0}})
+        project.transcript.append({QUuid::createUuid(), QString::fromLatin1(text), start, start + 0.9, {}});
+    UiHarness ui(project);
+    ui.window()->resize(1200, 800);
+    ui.store.setSelectedStage(PipelineStage::timing);
+    auto *outline = ui.bridge.outline();
+    ASSERT_TRUE(test::processEventsUntil([&] { return !outline->property("peaks").toList().isEmpty(); }, 10s));
+    const QVariantList peaks = outline->property("peaks").toList();
+    EXPECT_GT(peaks.at(peaks.size() / 4).toDouble(), 0.3) << "the tone is loud";
+    EXPECT_LT(peaks.at(3 * peaks.size() / 4).toDouble(), 0.01) << "the silence is not";
+    ui.settle();
+    ui.screenshot(QStringLiteral("timing-waveform"));
+
+    const QList<QQuickItem *> markers = ui.findAll(QStringLiteral("lineMarker"));
+    ASSERT_EQ(markers.size(), 3);
+    QQuickItem *strip = ui.find(QStringLiteral("waveformStrip"));
+    const auto sceneAt = [&](double seconds) {
+        return strip->mapToScene(QPointF(seconds / 4.0 * strip->width(), strip->height() / 2)).toPoint();
+    };
+    // Dragged from 2.0 s to about 2.5 s, as a mouse does it.
+    const auto drag = [&](double from, double to) {
+        QTest::mousePress(ui.window(), Qt::LeftButton, {}, sceneAt(from));
+        for (int step = 1; step <= 10; ++step)
+            QTest::mouseMove(ui.window(), sceneAt(from + (to - from) * step / 10.0));
+        QTest::mouseRelease(ui.window(), Qt::LeftButton, {}, sceneAt(to));
+        ui.settle();
+    };
+    drag(2.0, 2.5);
+    EXPECT_NEAR(ui.store.project().transcript[1].start, 2.5, 0.05);
+    // Past the next line's start: refused, and the line stays.
+    const double kept = ui.store.project().transcript[1].start;
+    drag(kept, 3.6);
+    EXPECT_DOUBLE_EQ(ui.store.project().transcript[1].start, kept);
+    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
 }
 
 TEST(TimeFormat, TypedTimesReadBackAsWritten)

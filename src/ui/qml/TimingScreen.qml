@@ -126,6 +126,15 @@ ColumnLayout {
         }
     }
 
+    WaveformStrip {
+        objectName: "waveformStrip"
+        visible: Store.hasTranscript && Store.hasAudio
+        duration: song.duration > 0 ? song.duration / 1000 : Store.transcriptLength
+        playhead: screen.playhead
+        onSeek: seconds => song.position = Math.round(seconds * 1000)
+        Layout.fillWidth: true
+    }
+
     Panel {
         visible: Store.hasTranscript
         Layout.fillWidth: true
