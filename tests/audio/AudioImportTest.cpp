@@ -118,17 +118,6 @@ TEST_F(AudioImport, EmbeddedLyricsAreCheckedAgainstBothEndsOfTheTrack)
     }
 }
 
-TEST_F(AudioImport, EmbeddedLyricsWithoutAnEngineAreTakenUnverified)
-{
-    ASSERT_FALSE(withLyrics.isEmpty());
-    ProjectStore &s = storeWith(noEngine());
-    blockingWait(startImport(s, withLyrics));
-    EXPECT_FALSE(s.lastError());
-    EXPECT_EQ(s.project().lyricsSource, LyricsSource::embeddedUnverified);
-    EXPECT_EQ(s.project().rawLyrics, lyrics);
-    EXPECT_TRUE(leftoverClips().isEmpty());
-}
-
 TEST_F(AudioImport, ATrackWithoutLyricsIsTranscribedIntoLyricsAndTranscript)
 {
     ASSERT_FALSE(withoutLyrics.isEmpty());

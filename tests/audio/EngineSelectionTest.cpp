@@ -22,17 +22,6 @@ SystemTranscriber transcriberOn(const test::WhisperMachine &machine)
 
 } // namespace
 
-TEST(EngineSelection, TheBuiltInEngineStandsInWhenNoWhisperIsInstalled)
-{
-    const test::WhisperMachine bare;
-    EXPECT_EQ(transcriberOn(bare).name(), QStringLiteral("Built-in Speech"));
-    EXPECT_TRUE(transcriberOn(bare).isAvailable());
-
-    const test::WhisperMachine withWhisper;
-    withWhisper.installWhisper(QStringLiteral("home/.local/bin/whisper"), {QByteArray(R"({"text": "hi"})")});
-    EXPECT_EQ(transcriberOn(withWhisper).name(), QStringLiteral("Local Whisper"));
-}
-
 TEST(EngineSelection, AWhisperThatWritesNothingFallsBackToTheBuiltInEngine)
 {
     const test::WhisperMachine machine;

@@ -44,24 +44,12 @@ TEST(CleanLyrics, RemovesSectionTagsSqueezesBlanksAndDropsEmptyLines)
     const std::pair<QString, QString> cases[] = {
         {QStringLiteral("[Verse 1]\nHello   world\n\n  [x] end\n"), QStringLiteral("Hello world\nend")},
         {QStringLiteral("[unclosed tag"), QStringLiteral("[unclosed tag")},
-        {QStringLiteral("one\ttab"), QStringLiteral("one\ttab")},
         {QStringLiteral("two\t\ttabs and  blanks \t mixed"), QStringLiteral("two tabs and blanks mixed")},
-        {QStringLiteral("[Intro]\n[Chorus]"), QString()},
         {QStringLiteral("a\r\nb\rc\u2028d\u0085e\u000Bf\u000Cg\u2029h"), QStringLiteral("a\nb\nc\nd\ne\nf\ng\nh")},
-        {QStringLiteral("[a]b[c]d"), QStringLiteral("bd")},
         {QStringLiteral("[spans\nlines] stays"), QStringLiteral("[spans\nlines] stays")},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(cleanLyrics(text), expected) << text.toStdString();
-}
-
-TEST(LyricLines, SplitAtEveryNewlineWithCrLfAsOne)
-{
-    EXPECT_EQ(lyricLines(QStringLiteral("a\r\nb\r\n\r\nc\n")), (QStringList{QStringLiteral("a"), QStringLiteral("b"),
-                                                                            QStringLiteral("c")}));
-    EXPECT_EQ(lyricLines(QStringLiteral("  first line  \n\n   \nsecond")).size(), 3) << "blank lines are still lines";
-    EXPECT_EQ(nonBlankLineCount(QStringLiteral("  first line  \n\n   \nsecond")), 2);
-    EXPECT_EQ(nonBlankLineCount(QString()), 0);
 }
 
 TEST(LyricWords, SplitAtEverythingButLettersMarksAndDigits)
@@ -71,29 +59,9 @@ TEST(LyricWords, SplitAtEverythingButLettersMarksAndDigits)
          {QStringLiteral("don"), QStringLiteral("t"), QStringLiteral("stop"), QStringLiteral("me"), QStringLiteral("now"),
           QStringLiteral("2"), QStringLiteral("times")}},
         {QStringLiteral("Café naïve Ünïcødé"), {QStringLiteral("café"), QStringLiteral("naïve"), QStringLiteral("ünïcødé")}},
-        {QStringLiteral("— … !!"), {}},
-        {QStringLiteral("𝒜lpha"), {QStringLiteral("𝒜lpha")}},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(lyricWords(text), expected) << text.toStdString();
-}
-
-TEST(WordOverlap, CountsExpectedPositionsFoundAmongTheHeardWords)
-{
-    const auto words = [](const char *text) { return lyricWords(QString::fromUtf8(text)); };
-    const struct {
-        const char *heard;
-        const char *expected;
-        double share;
-    } cases[] = {
-        {"la", "la la la love", 0.75},
-        {"love la", "la la la love", 1.0},
-        {"nothing here", "la la la love", 0.0},
-        {"anything", "", 0.0},
-        {"", "one two", 0.0},
-    };
-    for (const auto &c : cases)
-        EXPECT_DOUBLE_EQ(wordOverlap(words(c.heard), words(c.expected)), c.share) << c.heard << " / " << c.expected;
 }
 
 TEST(AlignLines, LaysLinesOverChunksByProportion)
@@ -133,17 +101,6 @@ TEST(AlignLines, TrimsBlanksAndLeavesOutBlankLines)
     EXPECT_NE(segments.at(0).id, segments.at(1).id);
 }
 
-TEST(SegmentsFromChunks, KeepsNonBlankChunksWithTheirTimes)
-{
-    const QList<TimedChunk> heard = {{QStringLiteral("  hello there "), 1.5, 3.25},
-                                     {QStringLiteral(" \t "), 3.25, 4},
-                                     {QStringLiteral("again"), 4, 6}};
-    const auto segments = segmentsFromChunks(heard);
-    ASSERT_EQ(segments.size(), 2);
-    EXPECT_EQ(segments.at(0).text, QStringLiteral("hello there"));
-    EXPECT_EQ(spans(segments), (QList<Span>{{1.5, 3.25}, {4, 6}}));
-}
-
 TEST(VerificationClips, CoverTheFirstAndLastThirtySeconds)
 {
     const struct {
@@ -154,7 +111,6 @@ TEST(VerificationClips, CoverTheFirstAndLastThirtySeconds)
         {45, {0, 30}, {15, 30}},
         {20, {0, 20}, {0, 20}},
         {0.5, {0, 0.5}, {0, 1}},
-        {240, {0, 30}, {210, 30}},
     };
     for (const auto &c : cases) {
         const auto [head, tail] = verificationClips(c.duration);

@@ -63,15 +63,6 @@ TEST(TimingRun, LaysTheLyricLinesOverTheHeardChunks)
     EXPECT_FALSE(f.store.runningTask());
 }
 
-TEST(TimingRun, WithoutChunksSpacesLinesThreeSecondsApartOnAnUnreadableTrack)
-{
-    Fixture f(withLyrics(QStringLiteral("one\ntwo")));
-    blockingWait(startTiming(f.store));
-    ASSERT_EQ(f.store.project().transcript.size(), 2);
-    EXPECT_EQ(f.store.project().transcript.at(1).start, 3);
-    EXPECT_EQ(f.store.project().transcript.at(1).end, 6);
-}
-
 TEST(TimingRun, StopsBeforeTranscribingWhenItCannotOrNeedNotRun)
 {
     Project timed = withLyrics(QStringLiteral("one"));

@@ -30,7 +30,6 @@ public:
     WhisperMachine();
 
     WhisperPlaces places() const { return m_places; }
-    void setWhichProgram(const QString &program) { m_places.whichProgram = program; }
     QString path(const QString &relative) const { return m_root.filePath(relative); }
 
     // Writes an executable shell script, creating its folders; returns its absolute path.

@@ -17,13 +17,12 @@
 #include <csignal>
 
 using namespace quillvane;
+using quillvane::test::args;
 using quillvane::test::CliHome;
 
 namespace {
 
-const QStringList everyStage = {QStringLiteral("intake"),     QStringLiteral("timing"), QStringLiteral("characters"),
-                                QStringLiteral("storyboard"), QStringLiteral("frames"), QStringLiteral("style"),
-                                QStringLiteral("motion"),     QStringLiteral("preview"), QStringLiteral("export")};
+const QStringList everyStage = args("intake timing characters storyboard frames style motion preview export");
 
 } // namespace
 

@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -22,6 +21,12 @@ struct CliResult {
     QString out;
     QString err;
 };
+
+// A command line's words, split at blanks: args("style --mood Quiet").
+inline QStringList args(const char *line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
 
 // One user's machine: HOME and the XDG folders in a temporary folder.
 class CliHome {
@@ -48,8 +53,6 @@ public:
         env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
         env.insert(QStringLiteral("TMPDIR"), m_dir.path());
-        for (auto it = environment.begin(); it != environment.end(); ++it)
-            env.insert(it.key(), it.value());
         return env;
     }
 
@@ -63,12 +66,6 @@ public:
 
     // How long one command may take.
     std::chrono::milliseconds timeout{20000};
-
-    // Set before run(): more variables for the process, such as XDG_DATA_DIRS.
-    QMap<QString, QString> environment;
-
-    // Hides the system's shared data (the speech model among it) from the program.
-    void withoutSystemData() { environment.insert(QStringLiteral("XDG_DATA_DIRS"), path(QStringLiteral("no-shared-data"))); }
 
     QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
     QString configHome() const { return m_dir.filePath(QStringLiteral("config")); }

@@ -9,46 +9,10 @@
 #include <gtest/gtest.h>
 
 using namespace quillvane;
+using quillvane::test::args;
 using quillvane::test::CliHome;
 using quillvane::test::CliResult;
 using quillvane::test::reply;
-
-TEST(CliPlan, PlansTheStoryboardAndReportsWhatItMade)
-{
-    CliHome home;
-    const QString image = home.path(QStringLiteral("rae.png"));
-    test::writeFile(image, test::png(Qt::blue));
-    Project project;
-    project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights are burning low"), 0, 4, {}}};
-    home.library().save(project);
-
-    test::LoopbackServer server;
-    server.script(QStringLiteral("POST"), QStringLiteral("/workflows/brackenfold/lyric-video-planner-character"),
-                  {reply(R"({"request_id":"p","status_url":"https://queue.fal.run/q/p/status",)"
-                         R"("response_url":"https://queue.fal.run/q/p"})")});
-    server.script(QStringLiteral("GET"), QStringLiteral("/q/p/status"),
-                  {reply(R"({"status":"IN_QUEUE","queue_position":1})"), reply(R"({"status":"COMPLETED"})")});
-    server.script(QStringLiteral("GET"), QStringLiteral("/q/p"),
-                  {reply(R"({"frames":[{"lyricExcerpt":"City"},{"lyricExcerpt":"lights"}],)"
-                         R"("elementIds":[{"id":"jacket"}]})")});
-    const QStringList plan = {QStringLiteral("--service-url"), server.baseURL().toString(), QStringLiteral("plan")};
-
-    const CliResult withoutCharacter = home.run(plan);
-    EXPECT_EQ(withoutCharacter.exitCode, 1);
-    EXPECT_TRUE(withoutCharacter.err.contains(
-        QStringLiteral("error: Add a character with a reference image before planning")))
-        << withoutCharacter.err.toStdString();
-
-    ASSERT_EQ(home.run({QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Rae"),
-                        QStringLiteral("--image"), image})
-                  .exitCode,
-              0);
-    const CliResult planned = home.run(QStringList{QStringLiteral("--json")} + plan);
-    EXPECT_EQ(planned.exitCode, 0) << planned.err.toStdString();
-    EXPECT_EQ(planned.out.trimmed(), QStringLiteral(R"({"chunks":2,"elements":1})"));
-    EXPECT_TRUE(planned.err.contains(QStringLiteral("Planning storyboard"))) << planned.err.toStdString();
-    EXPECT_EQ(home.savedProject().chunks.size(), 2);
-}
 
 TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
 {
@@ -78,7 +42,7 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
     QFile png(image);
     ASSERT_TRUE(png.open(QIODevice::ReadOnly));
     const QByteArray bytes = png.readAll();
-    for (const QString &name : {QStringLiteral("sign"), QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("edit")}) {
+    for (const QString &name : args("sign one two edit")) {
         server.serveFile(QStringLiteral("/img/") + name + QStringLiteral(".png"), bytes, "image/png");
         results << reply(QStringLiteral(R"({"images":[{"url":"%1"}]})")
                              .arg(server.url(QStringLiteral("/img/") + name + QStringLiteral(".png")).toString())
@@ -88,13 +52,8 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
 
     const QStringList service = {QStringLiteral("--service-url"), server.baseURL().toString()};
     const QList<QStringList> road = {
-        {QStringLiteral("plan")},
-        {QStringLiteral("elements")},
-        {QStringLiteral("frames")},
-        {QStringLiteral("edit"), QStringLiteral("1"), QStringLiteral("make the letters glow")},
-        {QStringLiteral("undo"), QStringLiteral("1")},
-        {QStringLiteral("review"), QStringLiteral("1"), QStringLiteral("--all")},
-        {QStringLiteral("review"), QStringLiteral("2"), QStringLiteral("--all")},
+        args("plan"), args("elements"), args("frames"), args("edit 1") << QStringLiteral("make the letters glow"),
+        args("undo 1"), args("review 1 --all"), args("review 2 --all"),
     };
     for (const QStringList &command : road) {
         const CliResult result = home.run(service + command);

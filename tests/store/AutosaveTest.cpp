@@ -86,18 +86,6 @@ TEST(Autosave, AFailedSaveKeepsTheOldDocumentAndTheNextChangeTriesAgain)
     EXPECT_EQ(readProjectDocument(test::readFile(file)), store.project());
 }
 
-TEST(Autosave, FlushWritesAWaitingSaveAtOnce)
-{
-    test::TempLibrary temp;
-    const ProjectLibrary library = temp.library();
-    ProjectStore store(library);
-    store.editProject([](Project &p) { p.artist = QStringLiteral("Flushed"); });
-    ASSERT_TRUE(store.hasPendingSave());
-    store.flushPendingSave();
-    EXPECT_FALSE(store.hasPendingSave());
-    EXPECT_EQ(library.loadLastProject(), store.project());
-}
-
 TEST(Autosave, AnUnchangedValueIsNotAChange)
 {
     test::TempLibrary temp;
