@@ -65,12 +65,21 @@ QCoro::Task<QString> reachableImageURL(QString remoteURL, std::optional<QString>
 {
     const QUrl url(remoteURL);
     const bool sameServer = url.host() == serviceBase.host() && url.port() == serviceBase.port();
-    if (!isLoopbackURL(remoteURL) || sameServer || !localPath || !QFileInfo(*localPath).isFile())
+    if (!isLoopbackURL(remoteURL) || sameServer)
         co_return remoteURL;
-    QFuture<std::optional<QString>> encoding
-        = QtConcurrent::run([path = *localPath, maxDimension] { return imageDataURL(path, maxDimension); });
-    const std::optional<QString> data = co_await encoding;
-    co_return data.value_or(remoteURL);
+    // A picture the offline studio served can only travel as its bytes: no other service can
+    // fetch an address on this computer.
+    std::optional<QString> data;
+    if (localPath && QFileInfo(*localPath).isFile()) {
+        QFuture<std::optional<QString>> encoding
+            = QtConcurrent::run([path = *localPath, maxDimension] { return imageDataURL(path, maxDimension); });
+        data = co_await encoding;
+    }
+    if (!data)
+        throw Error(QStringLiteral("A picture made offline is no longer on this computer (%1); make it again before "
+                                   "sending it to the generation service.")
+                        .arg(localPath.value_or(remoteURL)));
+    co_return *data;
 }
 
 QCoro::Task<QStringList> characterReferenceURLs(QStringList paths)

@@ -44,8 +44,9 @@ bool isLoopbackURL(const QString &url);
 
 // The URL to send to the service at serviceBase for an image the project holds: its remote
 // URL, unless that is a loopback address of another server (a studio of an earlier run, or
-// the studio when generating with the service) and the project's own file is there, which is
-// then sent as a JPEG data URL of at most maxDimension pixels a side (made on the thread pool).
+// the studio when generating with the service): then the project's own file is sent as a JPEG
+// data URL of at most maxDimension pixels a side (made on the thread pool), and without that
+// file it throws an Error with a sentence; a loopback address never reaches another server.
 QCoro::Task<QString> reachableImageURL(QString remoteURL, std::optional<QString> localPath, int maxDimension,
                                        QUrl serviceBase);
 

@@ -2,6 +2,8 @@
 // always JPEG, and left out when they cannot be read.
 
 #include "generation/FalClient.h"
+#include "generation/ReferenceImages.h"
+#include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 
 #include <QImage>
@@ -74,6 +76,42 @@ TEST(ImageData, UnreadableFilesGiveNothing)
     writeFile(dir.filePath(QStringLiteral("empty.jpg")), {});
     for (const QString &name : {QStringLiteral("missing.png"), QStringLiteral("notes.png"), QStringLiteral("empty.jpg")})
         EXPECT_FALSE(imageDataURL(dir.filePath(name))) << name.toStdString();
+}
+
+// An address on this computer never reaches another server: the project's file goes as its
+// bytes, and without the file the step stops with a sentence.
+TEST(ImageData, LoopbackPicturesTravelAsTheirBytesOrNotAtAll)
+{
+    QTemporaryDir dir;
+    const QString kept = writeImage(dir, QStringLiteral("kept.png"), QSize(64, 48));
+    const QString studio = QStringLiteral("http://127.0.0.1:41000/files/token/frame-1.png");
+    const QUrl service(QStringLiteral("https://service.example"));
+    const struct {
+        const char *name;
+        QString url;
+        std::optional<QString> localPath;
+        QUrl base;
+        const char *expected; // "same", "data" or "refused"
+    } cases[] = {
+        {"a remote picture", QStringLiteral("https://cdn.example/a.png"), kept, service, "same"},
+        {"the studio's own picture, to the studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:41000")), "same"},
+        {"a studio picture, to the service", studio, kept, service, "data"},
+        {"an earlier studio's picture, to this studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:42000")), "data"},
+        {"a studio picture whose file is gone", studio, dir.filePath(QStringLiteral("gone.png")), service, "refused"},
+        {"a studio picture with no file", QStringLiteral("http://localhost:41000/files/token/e.png"), std::nullopt, service, "refused"},
+    };
+    for (const auto &c : cases) {
+        try {
+            const QString sent = blockingWait(reachableImageURL(c.url, c.localPath, 1024, c.base));
+            if (QByteArray(c.expected) == "same")
+                EXPECT_EQ(sent, c.url) << c.name;
+            else
+                EXPECT_EQ(jpegSize(sent), QSize(64, 48)) << c.name << " (" << c.expected << ")";
+        } catch (const Error &error) {
+            EXPECT_EQ(QByteArray(c.expected), "refused") << c.name;
+            EXPECT_TRUE(error.description().contains(QStringLiteral("no longer on this computer"))) << c.name;
+        }
+    }
 }
 
 } // namespace
