@@ -6,11 +6,9 @@
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -234,17 +232,6 @@ TEST_F(FalClientTest, GivesUpAfterFourHundredPollsInTheQueue)
     EXPECT_EQ(polls(), 400);
 }
 
-TEST_F(FalClientTest, CompletedOnTheFirstPollDoesNotSleep)
-{
-    scriptPolls({reply(R"({"status":"COMPLETED"})")});
-    FalClient patient(client.baseURL(), &network, 10s);
-    QElapsedTimer timer;
-    timer.start();
-    blockingWait(patient.awaitCompletion(job(), {}, CancelToken()));
-    EXPECT_LT(timer.elapsed(), 5000);
-    EXPECT_EQ(polls(), 1);
-}
-
 TEST_F(FalClientTest, ProgressStopsWhenTheRequesterIsGoneButPollingGoesOn)
 {
     // The second reply waits, so the requester's deletion is through before it arrives.
@@ -289,6 +276,7 @@ const FindImageCase findImageCases[] = {
      QStringLiteral("https://x.test/B.WEBP")},
     {"a non-image url is passed over", R"({"url":"https://example.com/page","data":["https://fal.run/out"]})",
      QStringLiteral("https://fal.run/out")},
+    {"an ftp url is no image", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
 };
 
 class FindImage : public testing::TestWithParam<FindImageCase> {};
@@ -303,80 +291,5 @@ TEST_P(FindImage, FindsTheFirstImageDepthFirst)
 
 INSTANTIATE_TEST_SUITE_P(Results, FindImage, testing::ValuesIn(findImageCases),
                          [](const auto &info) { return testName(info.param.name); });
-
-struct RenderCase {
-    friend void PrintTo(const RenderCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    QByteArray result;
-    std::optional<FalClient::RenderedElement> expected; // nothing: no image was returned
-};
-
-const RenderCase renderCases[] = {
-    {"the result's element id wins", R"({"images":[{"url":"https://fal.media/a.png"}],"element_id":"car-2"})",
-     FalClient::RenderedElement{QStringLiteral("https://fal.media/a.png"), QStringLiteral("car-2")}},
-    {"the requested element id otherwise", R"({"image":{"url":"https://x.test/b.webp"},"element_id":7})",
-     FalClient::RenderedElement{QStringLiteral("https://x.test/b.webp"), QStringLiteral("car")}},
-    {"an ftp-only result has no image", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
-};
-
-class RenderElement : public FalClientTest, public testing::WithParamInterface<RenderCase> {};
-
-TEST_P(RenderElement, SubmitsPollsAndReadsTheResult)
-{
-    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/elements"),
-                  {reply(R"({"request_id":"req-1","status_url":"https://queue.fal.run/queue/requests/req-1/status",)"
-                         R"("response_url":"https://queue.fal.run/queue/requests/req-1"})")});
-    scriptPolls({reply(R"({"status":"COMPLETED"})")});
-    server.script(QStringLiteral("GET"), queuePath, {reply(GetParam().result)});
-    const QJsonValue plan(QJsonObject{{QStringLiteral("mood"), QStringLiteral("noir")}});
-
-    std::optional<FalClient::RenderedElement> rendered;
-    const Outcome outcome = outcomeOf([&]() -> QCoro::Task<> {
-        auto task = client.renderElement(QStringLiteral("fal-ai/elements"), plan, QStringLiteral("car"), {},
-                                         CancelToken());
-        rendered = co_await task;
-    }());
-
-    EXPECT_EQ(rendered, GetParam().expected);
-    if (!GetParam().expected) {
-        EXPECT_EQ(outcome.description, QStringLiteral("No image was returned."));
-    }
-    const QList<RecordedRequest> requests = server.requests();
-    ASSERT_EQ(requests.size(), 3);
-    EXPECT_EQ(requests[0].body, QByteArray(R"({"element_id":"car","shot_plan":{"mood":"noir"}})"));
-    EXPECT_EQ(requests[2].path, queuePath);
-}
-
-INSTANTIATE_TEST_SUITE_P(Results, RenderElement, testing::ValuesIn(renderCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-TEST_F(FalClientTest, DownloadCreatesTheFolderAndReplacesAnEarlierFile)
-{
-    server.script(QStringLiteral("GET"), QStringLiteral("/files/a.png"),
-                  {reply(test::png(Qt::red), 200), reply(test::png(Qt::blue), 200)});
-    QTemporaryDir dir;
-    const QString destination = dir.filePath(QStringLiteral("frames/chunk 1/a.png"));
-    const QString url = server.url(QStringLiteral("/files/a.png")).toString();
-
-    blockingWait(client.download(url, destination));
-    EXPECT_EQ(readFile(destination), test::png(Qt::red));
-    blockingWait(client.download(url, destination));
-    EXPECT_EQ(readFile(destination), test::png(Qt::blue));
-}
-
-TEST_F(FalClientTest, AFailedDownloadWritesNothing)
-{
-    QTemporaryDir dir;
-    const QString destination = dir.filePath(QStringLiteral("a.png"));
-
-    const Outcome missing = outcomeOf(client.download(server.url(QStringLiteral("/nothing.png")).toString(), destination));
-    ASSERT_TRUE(missing.falError);
-    EXPECT_EQ(missing.falError->kind(), FalError::Case::http);
-    EXPECT_EQ(missing.falError->httpStatus(), 404);
-
-    const Outcome garbled = outcomeOf(client.download(QStringLiteral("http://exa mple.com/a.png"), destination));
-    EXPECT_EQ(garbled.falError, FalError::badURL(QStringLiteral("http://exa mple.com/a.png")));
-    EXPECT_FALSE(QFile::exists(destination));
-}
 
 } // namespace

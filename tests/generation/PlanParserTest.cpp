@@ -102,20 +102,6 @@ TEST(PlanParser, ReadsThePaletteAsListOrCommaSeparatedText)
     }
 }
 
-TEST(PlanParser, ReadsThePlanFieldsFromTheFramesContainer)
-{
-    const auto plan = parse(R"({"motif":"outer","plan":{"frames":[{"b":1}],"motif":"moth","storyline":"s",
-        "emotionalArc":"e","visualAnchor":"v","artDirectionStatement":3}})").plan;
-    EXPECT_EQ(plan.motif, QStringLiteral("moth"));
-    EXPECT_EQ(plan.storyline, QStringLiteral("s"));
-    EXPECT_EQ(plan.emotionalArc, QStringLiteral("e"));
-    EXPECT_EQ(plan.visualAnchor, QStringLiteral("v"));
-    EXPECT_EQ(plan.artDirectionStatement, QString());
-    EXPECT_EQ(plan.rawJSON,
-        QStringLiteral(R"({"artDirectionStatement":3,"emotionalArc":"e","frames":[{"b":1}],"motif":"moth",)"
-                       R"("storyline":"s","visualAnchor":"v"})"));
-}
-
 TEST(PlanParser, ReadsElementsWithIdsInOrder)
 {
     const auto in = [](const char *document) {
@@ -176,25 +162,6 @@ TEST(PlanParser, ReadsEachFrameIntoAChunk)
         EXPECT_EQ(chunk.primaryCharacterInFrame, want.primary) << cases[i].frame;
         EXPECT_EQ(chunk.elementIdsUsed, want.elementIds) << cases[i].frame;
     }
-}
-
-TEST(PlanParser, CopiesTheFrameTextsAndGivesEachChunkAFreshId)
-{
-    const auto chunks = parse(R"({"frames":[{"lyricExcerpt":"city lights","renderedText":"CITY LIGHTS",
-        "imagePrompt":"neon","videoPrompt":"drift","surface":"wall","characterID":"x"},{"imagePrompt":5}]})").chunks;
-    ASSERT_EQ(chunks.size(), 2);
-    StoryboardChunk expected;
-    expected.id = chunks.at(0).id;
-    expected.lyricExcerpt = QStringLiteral("city lights");
-    expected.renderedText = QStringLiteral("CITY LIGHTS");
-    expected.imagePrompt = QStringLiteral("neon");
-    expected.videoPrompt = QStringLiteral("drift");
-    expected.primaryCharacterInFrame = true;
-    EXPECT_EQ(chunks.at(0), expected);
-    EXPECT_EQ(chunks.at(1).imagePrompt, QString());
-    EXPECT_FALSE(chunks.at(0).id.isNull());
-    EXPECT_NE(chunks.at(0).id, chunks.at(1).id);
-    EXPECT_NE(parse(R"({"frames":[{}]})").chunks.at(0).id, parse(R"({"frames":[{}]})").chunks.at(0).id);
 }
 
 } // namespace

@@ -118,17 +118,6 @@ TEST(PlaceStill, FitsTheFrameByAspect)
     }
 }
 
-TEST(PlaceStill, TheFirstFrameIsCentredAndEnlargedByIntensityOnly)
-{
-    DepthFlowSettings settings;
-    settings.intensity = 1;
-    settings.zoom = 0.9;
-    const StillPlacement first = placeStill(0, 50, 1920, 1080, 1920, 1080, settings);
-    EXPECT_DOUBLE_EQ(first.scale, 1.18);
-    EXPECT_DOUBLE_EQ(first.x0 + first.width / 2, 960);
-    EXPECT_DOUBLE_EQ(first.y0 + first.height / 2, 540);
-}
-
 // Resampling of one row: source samples 0..n-1 drawn over [start, start + length).
 std::vector<uint8_t> resampleRow(const std::vector<float> &source, int outputWidth, double start, double length,
                                  float fill)

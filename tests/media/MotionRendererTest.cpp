@@ -149,31 +149,6 @@ TEST(MotionRenderer, ShowsTheTealFillWherTheStillIsTransparent)
     EXPECT_NEAR(facts.frameColours[0].cr, teal.cr, 1.5);
 }
 
-TEST(MotionRenderer, ReplacesAnEarlierClipAndMakesMissingFolders)
-{
-    QTemporaryDir dir;
-    const QString clip = dir.filePath(QStringLiteral("new/clips/clip.mov"));
-    FfmpegMotionRenderer renderer(64, 36);
-    renderer.renderNow(solidStill(dir, QStringLiteral("a.png"), Qt::red), shortMotion(1, 3), clip, {}, {});
-    renderer.renderNow(solidStill(dir, QStringLiteral("b.png"), Qt::blue), shortMotion(1, 5), clip, {}, {});
-    const VideoFacts facts = inspectVideo(clip);
-    EXPECT_EQ(facts.frameTimes.size(), 5);
-    ASSERT_FALSE(facts.frameColours.isEmpty());
-    EXPECT_GT(facts.frameColours[0].cb, 200); // blue
-}
-
-TEST(MotionRenderer, LoadsJpegStills)
-{
-    QTemporaryDir dir;
-    QImage image(64, 36, QImage::Format_RGB32);
-    image.fill(Qt::green);
-    const QString still = dir.filePath(QStringLiteral("still.jpg"));
-    ASSERT_TRUE(image.save(still, "JPEG"));
-    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
-    FfmpegMotionRenderer(64, 36).renderNow(still, shortMotion(1, 2), clip, {}, {});
-    EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 2);
-}
-
 TEST(MotionRenderer, FailuresSayWhatWentWrongAndLeaveNoClip)
 {
     QTemporaryDir dir;
@@ -205,22 +180,6 @@ TEST(MotionRenderer, FailuresSayWhatWentWrongAndLeaveNoClip)
                                     [&](double) { cancel.cancel(); }, cancel),
                  Cancelled);
     EXPECT_FALSE(QFile::exists(clip));
-}
-
-TEST(MotionRenderer, RendersOffTheCallersThread)
-{
-    QTemporaryDir dir;
-    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
-    FfmpegMotionRenderer renderer(64, 36);
-    MotionClip request;
-    request.imagePath = solidStill(dir, QStringLiteral("s.png"), Qt::red);
-    request.settings = shortMotion(1, 3);
-    auto rendering = renderer.render(request, clip, {}, {});
-    blockingWait(std::move(rendering));
-    EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 3);
-    request.imagePath = dir.filePath(QStringLiteral("missing.png"));
-    auto failing = renderer.render(request, clip, {}, {});
-    EXPECT_THROW(blockingWait(std::move(failing)), MotionError);
 }
 
 TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)

@@ -50,17 +50,6 @@ QString colourRun(const VideoFacts &facts)
     return run;
 }
 
-TEST_F(VideoExporterTest, LaysTheClipsEndToEndInTheGivenOrder)
-{
-    const QString output = exportTo({green, red, blue}, {}, QStringLiteral("video.mp4"));
-    const VideoFacts facts = inspectVideo(output);
-    EXPECT_EQ(colourRun(facts), QStringLiteral("gggrrrrrbbbb"));
-    EXPECT_NEAR(facts.videoEnd, 1.2, 1e-6);
-    ASSERT_EQ(facts.frameTimes.size(), 12);
-    for (int k = 0; k < 12; ++k)
-        EXPECT_NEAR(facts.frameTimes[k], k / 10.0, 1e-6) << k;
-}
-
 TEST_F(VideoExporterTest, CopiedClipsMatchAReEncodeInEverythingButBytes)
 {
     const QStringList clips{blue, red, green};
@@ -158,16 +147,6 @@ TEST_F(VideoExporterTest, PutsTheOriginalAudioUnderTheVideoOnlyWhenAskedAndThere
         EXPECT_NEAR(facts.audioSeconds, row.audioSeconds, 0.03);
         EXPECT_EQ(facts.frameTimes.size(), 12);
     }
-}
-
-TEST_F(VideoExporterTest, ReplacesAnEarlierFileAndCreatesTheFolder)
-{
-    const QString output = out.filePath(QStringLiteral("new/folder/video.mp4"));
-    QDir().mkpath(out.filePath(QStringLiteral("new/folder")));
-    writeFile(output, "an earlier export");
-    FfmpegVideoExporter().exportNow({red}, std::nullopt, {}, output, {}, {});
-    EXPECT_EQ(inspectVideo(output).frameTimes.size(), 5);
-    EXPECT_EQ(QDir(out.filePath(QStringLiteral("new/folder"))).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
 TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)

@@ -83,19 +83,6 @@ TEST(ProjectModels, EditsInTheListsWriteBackToTheProject)
     EXPECT_TRUE(store.hasPendingSave());
 }
 
-TEST(ProjectModels, TheStageListFollowsTheSelection)
-{
-    test::TempLibrary temp;
-    ProjectStore store(temp.library(), project());
-    ui::StageListModel stages(store);
-    Changes changes(stages);
-    store.setSelectedStage(PipelineStage::frames);
-    EXPECT_EQ(changes.resets.size(), 0);
-    EXPECT_EQ(changes.changedRows(), (QList<int>{0, 4}));
-    EXPECT_TRUE(stages.data(stages.index(4), ui::StageListModel::SelectedRole).toBool());
-    EXPECT_EQ(stages.data(stages.index(4), ui::StageListModel::StatusRole).toString(), QStringLiteral("inProgress"));
-}
-
 } // namespace
 } // namespace quillvane
 

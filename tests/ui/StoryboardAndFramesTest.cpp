@@ -28,31 +28,14 @@ QString paintedFrame(const test::TempLibrary &temp, const QString &name, QColor 
     return path;
 }
 
-// Twelve chunks: 0-3 accepted, 4-7 generated with some checks, 8-11 not generated; five
-// elements, two of them rendered.
+// Twelve chunks: 0-3 accepted, 4-7 generated with some checks, 8-11 not generated.
 Project storyboard(const test::TempLibrary &temp)
 {
     Project project;
     project.title = QStringLiteral("Letters in the Snow");
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {QStringLiteral("/refs/mia.png")}});
-    StoryboardPlan plan;
-    plan.artDirectionStatement = QStringLiteral("Hand-lettered signs glowing through a snowy night city; every lyric lives on a real surface.");
-    plan.palette = {QStringLiteral("#0F392F"), QStringLiteral("#FF6748"), QStringLiteral("#D6EE27"), QStringLiteral("#F7ECD2")};
-    plan.motif = QStringLiteral("paper letters drifting like snow");
-    plan.storyline = QStringLiteral("From an empty street to a crowded rooftop at dawn.");
-    const char *types[] = {"place", "prop", "place", "character", "prop"};
-    for (int i = 0; i < 5; ++i) {
-        PlanElement element;
-        element.id = QStringLiteral("element-%1").arg(i + 1);
-        element.type = QString::fromLatin1(types[i]);
-        element.continuityDescription = QStringLiteral("A recurring %1 seen across the video.").arg(element.type);
-        if (i < 2) {
-            element.imageRemoteURL = QStringLiteral("https://media.example/e%1.png").arg(i);
-            element.imageLocalPath = paintedFrame(temp, QStringLiteral("e%1.png").arg(i), QColor(40 + 60 * i, 80, 90), element.id);
-        }
-        plan.elements.append(element);
-    }
-    project.plan = plan;
+    project.plan = StoryboardPlan{};
+    project.plan->motif = QStringLiteral("paper letters drifting like snow");
     const QColor colours[] = {QColor(15, 57, 47), QColor(120, 40, 60), QColor(30, 60, 120), QColor(90, 70, 20)};
     for (int i = 0; i < 12; ++i) {
         StoryboardChunk chunk;
@@ -84,25 +67,6 @@ QStringList texts(UiHarness &ui, const QString &chipName)
     for (QQuickItem *chip : ui.findAll(chipName))
         found.append(chip->property("text").toString());
     return found;
-}
-
-TEST(StoryboardScreen, ShowsThePlanItsElementsAndEveryFrame)
-{
-    test::TempLibrary images;
-    UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::storyboard);
-    ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("storyboardCounts")), QStringLiteral("12 frames · 8 generated"));
-    EXPECT_EQ(ui.text(QStringLiteral("elementsRendered")), QStringLiteral("2/5 rendered"));
-    EXPECT_EQ(ui.findAll(QStringLiteral("elementPending")).size(), 5);
-    const QStringList chips = texts(ui, QStringLiteral("chunkChip"));
-    ASSERT_EQ(chips.size(), 12);
-    EXPECT_EQ(chips[0], QStringLiteral("Accepted"));
-    EXPECT_EQ(chips[5], QStringLiteral("2/5 checks"));
-    EXPECT_EQ(chips[6], QStringLiteral("3/5 checks"));
-    EXPECT_EQ(chips[9], QStringLiteral("Not generated"));
-    ui.window()->resize(1200, 2600);
-    ui.screenshot(QStringLiteral("storyboard-planned"));
 }
 
 TEST(StoryboardScreen, SaysWhatIsMissingBeforeThereIsAPlan)
@@ -142,7 +106,6 @@ TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
     UiHarness ui(storyboard(images));
     ui.store.setSelectedStage(PipelineStage::frames);
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("generatedLine")), QStringLiteral("8/12 generated"));
     const QStringList chips = texts(ui, QStringLiteral("reviewChip"));
     ASSERT_EQ(chips.size(), 12);
     EXPECT_EQ(chips[0], QStringLiteral("Accepted"));
@@ -188,15 +151,12 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
     const QString chunkID = uuidText(ui.store.project().chunks[5].id);
     QMetaObject::invokeMethod(sheet, "show", Q_ARG(QString, chunkID), Q_ARG(bool, false));
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("sheetTitle")), QStringLiteral("Frame 6"));
     EXPECT_EQ(ui.text(QStringLiteral("lastEditLine")), QStringLiteral("Last edit: “make the sky sunset orange”"));
     ui.screenshot(QStringLiteral("frames-viewer-sheet"));
 
     sheet->setProperty("editing", true);
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("sheetTitle")), QStringLiteral("Edit frame"));
     EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 3 · 1 redo"));
-    EXPECT_FALSE(ui.find(QStringLiteral("sendButton"))->isEnabled());
     sheet->setProperty("request", QStringLiteral("   "));
     ui.settle();
     EXPECT_FALSE(ui.find(QStringLiteral("sendButton"))->isEnabled());

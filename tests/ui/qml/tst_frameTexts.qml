@@ -28,14 +28,6 @@ TestCase {
         compare(Texts.storyboardChip(row.hasFrame, row.passed)[0], row.text)
     }
 
-    function test_counts() {
-        compare(Texts.generatedLine(4, 12), "4/12 generated")
-        compare(Texts.storyboardCounts(12, 4), "12 frames · 4 generated")
-        compare(Texts.renderedLine(3, 5), "3/5 rendered")
-        compare(Texts.versionLine(0, 0), "Version 1")
-        compare(Texts.versionLine(2, 1), "Version 3 · 1 redo")
-    }
-
     function test_sendNeedsWordsAndAnIdleStore_data() {
         return [
             { tag: "empty", request: "", busy: false, allowed: false },
