@@ -151,8 +151,10 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     });
 
     // Lyrics that come with their times are the transcript as they stand: nothing to hear.
-    for (const auto &[text, source] : {std::pair{lrcBeside(audioPath), LyricsSource::syncedFile},
-                                       std::pair{metadata.syncedLyrics, LyricsSource::syncedTag}}) {
+    for (const auto &found : {std::pair{lrcBeside(audioPath), LyricsSource::syncedFile},
+                              std::pair{metadata.syncedLyrics, LyricsSource::syncedTag}}) {
+        const std::optional<QString> &text = found.first;
+        const LyricsSource source = found.second;
         const QList<TranscriptSegment> timed = text ? syncedTranscript(*text, metadata.duration) : QList<TranscriptSegment>{};
         if (timed.isEmpty())
             continue;

@@ -66,6 +66,9 @@ double bounded(double seconds)
     return std::clamp(seconds, 0.0, 1e9);
 }
 
+// The most a tied chunk takes from its neighbour's time.
+constexpr double borrowedSeconds = 1.0;
+
 qint64 frameAt(double seconds, double fps)
 {
     return std::llround(bounded(seconds) * fps);
@@ -129,6 +132,22 @@ void followSong(Project &project)
                                     : 1;
         end = std::isfinite(lastChunk.end) && lastChunk.end > starts.last() ? lastChunk.end : starts.last() + fallback;
         end = std::max(end, starts.last() + 1 / fps);
+    }
+
+    // A frame that was generated and accepted is shown: a chunk tied with the next one (two
+    // lyrics timed to the same moment, or a planner's start past the song's end) borrows up
+    // to a second from the end of the chunk before it, or, first of all, from the start of the
+    // one after it. Only where there is no such room does it go empty below.
+    const double frame = 1 / fps;
+    const auto spanOf = [&](qsizetype k) { return (k + 1 < count ? starts.at(k + 1) : end) - starts.at(k); };
+    if (count > 1 && spanOf(0) < frame)
+        starts[1] = std::min(end, starts.at(1) + std::min(borrowedSeconds, spanOf(1) / 2));
+    for (qsizetype k = 1; k < count; ++k) {
+        if (spanOf(k) >= frame)
+            continue;
+        const double taken = std::min(borrowedSeconds, (starts.at(k) - starts.at(k - 1)) / 2);
+        if (taken >= frame)
+            starts[k] -= taken;
     }
 
     // From the back, so an emptied chunk's new start is where the one before it now ends.

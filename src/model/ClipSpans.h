@@ -19,8 +19,11 @@ inline constexpr double introThreshold = 1.0;
 // - each chunk ends where the next starts, the last where the song ends (audioDuration);
 //   without a known length the last keeps its own end, or lasts durationSeconds when its
 //   end is not after its start;
-// - a chunk that would be on screen for less than one frame gets an empty span at the next
-//   chunk's start, so the chunk before it stays on screen in its place.
+// - a chunk that would be on screen for less than one frame (tied with the next chunk, or
+//   held back to the song's end) takes up to a second from the end of the chunk before it
+//   (the first chunk: from the start of the one after it), at most half of that chunk's
+//   time; only where there is no such room does it get an empty span at the next chunk's
+//   start, so the chunk before it stays on screen in its place.
 // Applied again to its own result it changes nothing (the tests hold it to that).
 void followSong(Project &project);
 
