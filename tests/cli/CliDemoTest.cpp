@@ -119,7 +119,17 @@ TEST_P(CliDemoInterrupt, CtrlCStopsTheRoadAndKeepsWhatWasMade)
     EXPECT_EQ(saved.title, QStringLiteral("Neon Overpass"));
     ASSERT_FALSE(saved.chunks.isEmpty());
     EXPECT_TRUE(saved.chunks.first().isFramed()) << "the first frame was made before the cancel and stays";
-    EXPECT_EQ(saved.framedCount() == saved.chunks.size(), c.everyFramePainted);
+    // Frames are painted quickly offline: the road may be further on than the line the signal
+    // answered. What counts is that no frame was painted that had not started by the cancel.
+    qsizetype startedFrames = 0;
+    static const QRegularExpression frame(QStringLiteral("Generating frame (\\d+)"));
+    for (auto found = frame.globalMatch(before); found.hasNext();)
+        startedFrames = std::max(startedFrames, qsizetype(found.next().captured(1).toInt()));
+    EXPECT_LE(saved.framedCount(), startedFrames) << "a frame was painted after the cancel";
+    EXPECT_GE(saved.framedCount(), startedFrames - 1) << "a finished frame was lost";
+    if (c.everyFramePainted) {
+        EXPECT_EQ(saved.framedCount(), saved.chunks.size());
+    }
 }
 
 const InterruptCase interruptCases[] = {
