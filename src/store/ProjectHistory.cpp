@@ -48,25 +48,24 @@ void ProjectHistory::record(const Project &before, const Project &after, quint64
 
 std::optional<Project> ProjectHistory::undo(const Project &current)
 {
-    if (m_past.isEmpty())
-        return std::nullopt;
-    m_future.append(current);
-    // The next edit starts a step of its own, however soon it comes.
-    m_lastParts = 0;
-    m_lastOperation = 0;
-    m_sinceLast.invalidate();
-    return m_past.takeLast();
+    return step(m_past, m_future, current);
 }
 
 std::optional<Project> ProjectHistory::redo(const Project &current)
 {
-    if (m_future.isEmpty())
+    return step(m_future, m_past, current);
+}
+
+std::optional<Project> ProjectHistory::step(QList<Project> &from, QList<Project> &to, const Project &current)
+{
+    if (from.isEmpty())
         return std::nullopt;
-    m_past.append(current);
+    to.append(current);
+    // The next edit starts a step of its own, however soon it comes.
     m_lastParts = 0;
     m_lastOperation = 0;
     m_sinceLast.invalidate();
-    return m_future.takeLast();
+    return from.takeLast();
 }
 
 } // namespace quillvane

@@ -34,6 +34,8 @@ public:
 private:
     // Which top-level parts of the project differ, as bits: edits of the same parts merge.
     static quint32 changedParts(const Project &before, const Project &after);
+    // Takes the newest state of `from`, leaving `current` on `to`.
+    std::optional<Project> step(QList<Project> &from, QList<Project> &to, const Project &current);
 
     std::chrono::milliseconds m_mergeWindow;
     qsizetype m_limit;

@@ -98,27 +98,20 @@ void ProjectStore::setProject(const Project &project)
 
 bool ProjectStore::undo()
 {
-    if (m_runningTask)
-        return false;
-    const std::optional<Project> earlier = m_history.undo(m_project);
-    if (!earlier)
-        return false;
-    m_restoring = true;
-    setProject(*earlier);
-    m_restoring = false;
-    Q_EMIT historyChanged();
-    return true;
+    return !m_runningTask && restore(m_history.undo(m_project));
 }
 
 bool ProjectStore::redo()
 {
-    if (m_runningTask)
-        return false;
-    const std::optional<Project> later = m_history.redo(m_project);
-    if (!later)
+    return !m_runningTask && restore(m_history.redo(m_project));
+}
+
+bool ProjectStore::restore(const std::optional<Project> &state)
+{
+    if (!state)
         return false;
     m_restoring = true;
-    setProject(*later);
+    setProject(*state);
     m_restoring = false;
     Q_EMIT historyChanged();
     return true;

@@ -199,6 +199,8 @@ private:
     void beginRun(const QString &label, const CancelToken &cancel);
     void endRun(const CancelToken &cancel, const std::optional<QString> &failure);
     void saveNow();
+    // Shows a state of the history without recording it; false when there is none.
+    bool restore(const std::optional<Project> &state);
     // Writes a setting to the preferences and to its field, notifying when it changed.
     void storeSetting(const char *preferenceKey, QString &field, const QString &value, void (ProjectStore::*changed)());
 
