@@ -23,6 +23,7 @@ struct PcmDecoder::Stream {
     AVSampleFormat resamplerFormat = AV_SAMPLE_FMT_NONE;
     int resamplerRate = 0;
     int resamplerChannels = 0;
+    int outChannels = 1;
     std::vector<int16_t> pending;
     bool ended = false;
     bool failed = false;
@@ -102,9 +103,11 @@ bool PcmDecoder::Stream::matchResampler(const AVFrame *source)
         av_channel_layout_default(&sourceLayout, source->ch_layout.nb_channels);
     else if (av_channel_layout_copy(&sourceLayout, &source->ch_layout) < 0)
         return false;
-    AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
+    AVChannelLayout target = AV_CHANNEL_LAYOUT_MONO;
+    if (outChannels == 2)
+        target = AV_CHANNEL_LAYOUT_STEREO;
     SwrContext *raw = nullptr;
-    const int status = swr_alloc_set_opts2(&raw, &mono, AV_SAMPLE_FMT_S16, sampleRate, &sourceLayout, format,
+    const int status = swr_alloc_set_opts2(&raw, &target, AV_SAMPLE_FMT_S16, sampleRate, &sourceLayout, format,
                                            source->sample_rate, 0, nullptr);
     av_channel_layout_uninit(&sourceLayout);
     resampler.reset(raw);
@@ -126,18 +129,20 @@ void PcmDecoder::Stream::convert(const AVFrame *source)
         return;
     }
     const std::size_t before = pending.size();
-    pending.resize(before + std::size_t(capacity));
+    const auto channels = std::size_t(outChannels);
+    pending.resize(before + std::size_t(capacity) * channels);
     auto *out = reinterpret_cast<uint8_t *>(pending.data() + before);
     const int produced = swr_convert(resampler.get(), &out, capacity,
                                      source ? const_cast<const uint8_t **>(source->extended_data) : nullptr, count);
-    pending.resize(before + std::size_t(std::max(produced, 0)));
+    pending.resize(before + std::size_t(std::max(produced, 0)) * channels);
     if (produced < 0)
         fail();
 }
 
-PcmDecoder::PcmDecoder(const QString &path)
+PcmDecoder::PcmDecoder(const QString &path, int channels)
     : m_stream(std::make_unique<Stream>())
 {
+    m_stream->outChannels = channels == 2 ? 2 : 1;
     if (!m_stream->open(path))
         m_stream->fail();
 }

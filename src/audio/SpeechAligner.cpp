@@ -3,6 +3,7 @@
 #include "audio/PcmDecoder.h"
 #include "audio/Pronunciation.h"
 #include "audio/TranscriptionError.h"
+#include "audio/VoiceLayout.h"
 #include "av/OffThread.h"
 
 #include <QFile>
@@ -18,6 +19,7 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace quillvane {
@@ -227,9 +229,16 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     }
     if (ps_end_utt(decoder.get()) < 0)
         throw AlignmentError::failed(QStringLiteral("the speech recognizer stopped with an error."));
-    if (double(found) < leastFoundShare * double(wordNames.size()))
+    if (double(found) >= leastFoundShare * double(wordNames.size()))
+        return SpeechAligner::fillUnplaced(lines, duration);
+    // The words were not heard well enough to trust; the lines still go where the voice is.
+    if (work.onProgress)
+        work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
+    const std::optional<QList<QList<AlignedWord>>> byVoice
+        = layLinesOnVoice(listenForVoice(work.audioPath, work.cancel), work.lines);
+    if (!byVoice)
         throw AlignmentError::notFound();
-    return SpeechAligner::fillUnplaced(lines, duration);
+    return *byVoice;
 }
 
 } // namespace

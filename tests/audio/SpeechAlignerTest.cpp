@@ -5,12 +5,14 @@
 #include "audio/Pronunciation.h"
 #include "audio/SpeechAligner.h"
 #include "audio/TranscriptionError.h"
+#include "audio/VoiceLayout.h"
 #include "store/BlockingWait.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtEndian>
 
@@ -38,7 +40,8 @@ std::vector<int16_t> readWav(const QString &path)
     return samples;
 }
 
-bool writeWav(const QString &path, const std::vector<float> &signal)
+// `signal` holds `channels` interleaved channels.
+bool writeWav(const QString &path, const std::vector<float> &signal, quint16 channels = 1)
 {
     QByteArray data;
     for (const float value : signal) {
@@ -49,8 +52,8 @@ bool writeWav(const QString &path, const std::vector<float> &signal)
     const auto u16 = [](quint16 v) { v = qToLittleEndian(v); return QByteArray(reinterpret_cast<const char *>(&v), 2); };
     QFile file(path);
     return file.open(QIODevice::WriteOnly)
-        && file.write("RIFF" + u32(quint32(36 + data.size())) + "WAVEfmt " + u32(16) + u16(1) + u16(1) + u32(rate)
-                      + u32(rate * 2) + u16(2) + u16(16) + "data" + u32(quint32(data.size())) + data)
+        && file.write("RIFF" + u32(quint32(36 + data.size())) + "WAVEfmt " + u32(16) + u16(1) + u16(channels) + u32(rate)
+                      + u32(rate * 2 * channels) + u16(2 * channels) + u16(16) + "data" + u32(quint32(data.size())) + data)
         > 0;
 }
 
@@ -67,8 +70,8 @@ std::vector<int16_t> spoken(const QTemporaryDir &folder, const QString &word, co
 }
 
 // A band under everything: a bass note and a chord changing every two seconds and a kick
-// drum on every beat, well under the voice.
-std::vector<float> band(double seconds)
+// drum on every beat, well under the voice; `notes` 1 leaves the chord to the guitars.
+std::vector<float> band(double seconds, std::size_t notes = 3)
 {
     std::vector<float> signal(std::size_t(seconds * rate));
     const double chords[][3] = {{110, 220, 277}, {98, 196, 247}, {87, 174, 220}, {98, 196, 294}};
@@ -76,13 +79,26 @@ std::vector<float> band(double seconds)
         const double t = double(i) / rate;
         const auto &chord = chords[std::size_t(t / 2) % 4];
         double value = 0;
-        for (const double f : chord)
-            value += 600 * std::sin(2 * std::numbers::pi * f * t);
+        for (std::size_t note = 0; note < notes; ++note)
+            value += 600 * std::sin(2 * std::numbers::pi * chord[note] * t);
         const double beat = std::fmod(t, 0.5);
         value += 2500 * std::exp(-beat * 30) * std::sin(2 * std::numbers::pi * 55 * beat);
         signal[i] = float(value);
     }
     return signal;
+}
+
+// Guitars spread to the sides as a mix spreads them: on each side its own notes, rich in
+// overtones through the voice's band, played as eighths.
+float sideGuitar(double t, int side)
+{
+    const double roots[] = {220, 196, 175, 196};
+    const double root = roots[std::size_t(t / 2) % 4] * (side == 0 ? 1.0 : 1.5);
+    const double pluck = std::exp(-std::fmod(t, 0.25) * 8);
+    double value = 0;
+    for (int overtone = 1; overtone <= 12; ++overtone)
+        value += 500.0 / overtone * std::sin(2 * std::numbers::pi * root * overtone * t + side);
+    return float(pluck * value);
 }
 
 struct Recording {
@@ -91,7 +107,8 @@ struct Recording {
     std::vector<double> wordStarts;
 };
 
-// The lines' words one after another with a short gap, two seconds of band between lines.
+// The lines' words one after another with a short gap, two seconds of band between lines:
+// the voice, bass and drum in the middle, a guitar on each side.
 Recording record(const QTemporaryDir &folder, const QStringList &lines, const QString &voice, double intro = 2.5)
 {
     Recording recording{folder.filePath(voice + QStringLiteral(".wav")), lines, {}};
@@ -105,13 +122,17 @@ Recording record(const QTemporaryDir &folder, const QStringList &lines, const QS
         }
         at += 2.0;
     }
-    std::vector<float> signal = band(at + 1.0);
+    std::vector<float> middle = band(at + 1.0, 1);
     for (std::size_t w = 0; w < words.size(); ++w) {
         const auto offset = std::size_t(recording.wordStarts[w] * rate);
-        for (std::size_t i = 0; i < words[w].size() && offset + i < signal.size(); ++i)
-            signal[offset + i] += float(words[w][i]);
+        for (std::size_t i = 0; i < words[w].size() && offset + i < middle.size(); ++i)
+            middle[offset + i] += float(words[w][i]);
     }
-    if (!writeWav(recording.path, signal))
+    std::vector<float> signal;
+    for (std::size_t i = 0; i < middle.size(); ++i)
+        for (int side = 0; side < 2; ++side)
+            signal.push_back(middle[i] + sideGuitar(double(i) / rate, side));
+    if (!writeWav(recording.path, signal, 2))
         recording.path.clear();
     return recording;
 }
@@ -142,9 +163,10 @@ TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
     };
     for (const auto &c : cases) {
         const QString voice = QString::fromLatin1(c.voice);
+
         const Recording recording = record(folder, c.lines, voice);
         ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
-        const double length = double(QFileInfo(recording.path).size() - 44) / 2 / rate;
+        const double length = double(QFileInfo(recording.path).size() - 44) / 4 / rate;
         QStringList progress;
         QList<QList<AlignedWord>> aligned;
         try {
@@ -251,4 +273,39 @@ TEST(Pronunciation, MapsEspeakIpaOntoTheModelPhones)
     for (const auto &c : cases)
         EXPECT_EQ(phonesFromIpa(QString::fromUtf8(c.ipa)).join(QLatin1Char(' ')), QString::fromLatin1(c.phones))
             << c.ipa;
+}
+
+// Lines laid by the voice alone, where no word is heard: each line starts where its first word
+// is sung, in English, French and German alike; no voice, no layout.
+TEST(VoiceLayout, EachLineStartsWhereItsVoiceStarts)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("espeak-ng")).isEmpty())
+        GTEST_SKIP() << "espeak-ng is not installed";
+    QTemporaryDir folder;
+    const struct {
+        const char *voice;
+        QStringList lines;
+    } cases[] = {
+        {"en-us", {QStringLiteral("city lights are burning low"), QStringLiteral("down the road we used to know"),
+                   QStringLiteral("hold my hand")}},
+        {"fr", {QStringLiteral("je marche dans la ville"), QStringLiteral("les lumières sont belles ce soir"),
+                QStringLiteral("et tu chantes avec moi")}},
+        {"de", {QStringLiteral("wir gehen durch die nacht"), QStringLiteral("die lichter leuchten hell"),
+                QStringLiteral("und niemand hält uns auf")}},
+    };
+    for (const auto &c : cases) {
+        const Recording recording = record(folder, c.lines, QString::fromLatin1(c.voice));
+        ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
+        const auto laid = layLinesOnVoice(listenForVoice(recording.path, {}), recording.lines);
+        ASSERT_TRUE(laid) << c.voice;
+        ASSERT_EQ(laid->size(), c.lines.size()) << c.voice;
+        std::size_t first = 0;
+        for (const QList<AlignedWord> &line : *laid) {
+            EXPECT_NEAR(line.front().start, recording.wordStarts[first], 0.5) << c.voice << " " << line.front().text.toStdString();
+            first += std::size_t(line.size());
+        }
+    }
+    const QString silence = folder.filePath(QStringLiteral("silence.wav"));
+    ASSERT_TRUE(writeWav(silence, std::vector<float>(10 * rate)));
+    EXPECT_FALSE(layLinesOnVoice(listenForVoice(silence, {}), {QStringLiteral("nothing sung here")}));
 }

@@ -1,0 +1,211 @@
+#include "audio/VoiceLayout.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+namespace quillvane {
+
+namespace {
+
+// How likely a frame inside a sung line is to sound voiced (breaths and short rests fall
+// inside lines too), and a frame of a pause between lines.
+constexpr double voicedInLine = 0.7;
+constexpr double voicedInPause = 0.15;
+// Spread of a line's length around its syllables' share of the song, as a factor: one
+// standard deviation is about ×1.65 either way.
+constexpr double lengthSpread = 0.5;
+// Not all the time the middle is loud is syllables: held notes end, and some of it is the
+// band in the middle.
+constexpr double sungShareOfVoiced = 0.85;
+// A line is never laid over less than this share or more than this multiple of its
+// expected length, nor over more than `longestLine` seconds.
+constexpr double shortestFactor = 0.3;
+constexpr double longestFactor = 3.0;
+constexpr double longestLine = 20.0;
+constexpr double infinity = std::numeric_limits<double>::infinity();
+// The short rests between the words of a line (a breath, a stop consonant) are not pauses
+// between lines: each frame counts as loud as the loudest this close on either side.
+constexpr double bridgedRest = 0.16;
+
+std::vector<double> bridgeRests(const std::vector<double> &levels, std::size_t reach)
+{
+    std::vector<double> bridged(levels.size());
+    for (std::size_t t = 0; t < levels.size(); ++t) {
+        const std::size_t from = t >= reach ? t - reach : 0;
+        const std::size_t to = std::min(levels.size(), t + reach + 1);
+        bridged[t] = *std::max_element(levels.begin() + std::ptrdiff_t(from), levels.begin() + std::ptrdiff_t(to));
+    }
+    return bridged;
+}
+
+// Each frame's place among all the track's frames, from 0 (quietest) to 1 (loudest): the
+// chance it is voiced, without any fixed level, so a quiet recording and a loud one read alike.
+std::vector<double> loudnessRanks(const std::vector<double> &levels)
+{
+    std::vector<std::size_t> order(levels.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return levels[a] < levels[b]; });
+    std::vector<double> ranks(levels.size());
+    for (std::size_t place = 0; place < order.size(); ++place)
+        ranks[order[place]] = (double(place) + 0.5) / double(order.size());
+    return ranks;
+}
+
+// How many frames are voiced, from a two-part mixture of the levels (quiet and loud) fitted
+// to the track; nothing when the levels do not split (silence, one steady sound).
+std::optional<double> voicedFrames(const std::vector<double> &levels)
+{
+    std::vector<double> sorted(levels);
+    std::sort(sorted.begin(), sorted.end());
+    const double mean = std::accumulate(levels.begin(), levels.end(), 0.0) / double(levels.size());
+    double variance = 0;
+    for (double level : levels)
+        variance += (level - mean) * (level - mean);
+    const double spread = std::sqrt(variance / double(levels.size()));
+    if (!(spread > 1e-3))
+        return std::nullopt;
+    double centre[2] = {sorted[sorted.size() / 4], sorted[sorted.size() * 3 / 4]};
+    double deviation[2] = {spread / 2, spread / 2};
+    double weight[2] = {0.5, 0.5};
+    double loudFrames = 0;
+    for (int round = 0; round < 50; ++round) {
+        double sum[2] = {0, 0};
+        double sumLevel[2] = {0, 0};
+        double sumSquare[2] = {0, 0};
+        for (double level : levels) {
+            double likelihood[2];
+            for (int k = 0; k < 2; ++k) {
+                const double z = (level - centre[k]) / deviation[k];
+                likelihood[k] = -0.5 * z * z - std::log(deviation[k]) + std::log(std::max(weight[k], 1e-12));
+            }
+            const double top = std::max(likelihood[0], likelihood[1]);
+            const double loud = std::exp(likelihood[1] - top) / (std::exp(likelihood[0] - top) + std::exp(likelihood[1] - top));
+            const double share[2] = {1 - loud, loud};
+            for (int k = 0; k < 2; ++k) {
+                sum[k] += share[k];
+                sumLevel[k] += share[k] * level;
+                sumSquare[k] += share[k] * level * level;
+            }
+        }
+        for (int k = 0; k < 2; ++k) {
+            if (sum[k] < 1e-9)
+                return std::nullopt;
+            weight[k] = sum[k] / double(levels.size());
+            centre[k] = sumLevel[k] / sum[k];
+            deviation[k] = std::sqrt(std::max(sumSquare[k] / sum[k] - centre[k] * centre[k], 0.0)) + 1e-3;
+        }
+        loudFrames = centre[1] >= centre[0] ? sum[1] : sum[0];
+    }
+    return loudFrames;
+}
+
+} // namespace
+
+int syllableCount(const QString &word)
+{
+    static const QRegularExpression vowels(QStringLiteral("[aeiouyàâäéèêëîïôöùûüáíóúýœæåãõøı]+"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    int count = 0;
+    for (auto match = vowels.globalMatch(word); match.hasNext(); match.next())
+        ++count;
+    return std::max(count, 1);
+}
+
+std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track, const QStringList &lines)
+{
+    const double step = track.frameSeconds;
+    if (track.levels.empty() || lines.isEmpty() || !(step > 0))
+        return std::nullopt;
+    const std::vector<double> levels = bridgeRests(track.levels, std::size_t(std::lround(bridgedRest / step)));
+    const std::size_t frames = levels.size();
+    QList<QStringList> words;
+    std::vector<double> syllables;
+    for (const QString &line : lines) {
+        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        double count = 0;
+        for (const QString &word : words.back())
+            count += syllableCount(word);
+        syllables.push_back(std::max(count, 1.0));
+    }
+    const std::optional<double> voiced = voicedFrames(levels);
+    if (!voiced)
+        return std::nullopt;
+    const double framesPerSyllable
+        = sungShareOfVoiced * *voiced / std::accumulate(syllables.begin(), syllables.end(), 0.0);
+
+    // The cost of a frame inside a line and inside a pause, as -log of its likelihood; line
+    // costs are summed up front so any stretch's cost is one subtraction.
+    const std::vector<double> ranks = loudnessRanks(levels);
+    std::vector<double> lineCost(frames + 1, 0.0);
+    std::vector<double> pauseCost(frames);
+    for (std::size_t t = 0; t < frames; ++t) {
+        const double voice = ranks[t];
+        lineCost[t + 1] = lineCost[t] - std::log(voicedInLine * voice + (1 - voicedInLine) * (1 - voice));
+        pauseCost[t] = -std::log(voicedInPause * voice + (1 - voicedInPause) * (1 - voice));
+    }
+
+    // settled[t]: the best cost of the lines so far with the last of them (or the start)
+    // followed by a pause up to frame t. For each line, `length` keeps the length of the best
+    // line ending at t and `lineEnd` the end of the line a pause up to t follows.
+    std::vector<double> settled(frames + 1, 0.0);
+    for (std::size_t t = 0; t < frames; ++t)
+        settled[t + 1] = settled[t] + pauseCost[t];
+    const auto longest = std::size_t(longestLine / step);
+    std::vector<std::vector<std::uint32_t>> length(std::size_t(lines.size()));
+    std::vector<std::vector<std::uint32_t>> lineEnd(std::size_t(lines.size()));
+    for (std::size_t line = 0; line < std::size_t(lines.size()); ++line) {
+        const double expected = std::max(1.0, syllables[line] * framesPerSyllable);
+        const auto shortest = std::max<std::size_t>(1, std::size_t(shortestFactor * expected));
+        const std::size_t longestHere = std::min(longest, std::size_t(longestFactor * expected) + 2);
+        std::vector<double> ended(frames + 1, infinity);
+        std::vector<std::uint32_t> &lengths = length[line];
+        lengths.assign(frames + 1, 0);
+        for (std::size_t d = shortest; d <= std::min(longestHere, frames); ++d) {
+            const double stretch = std::log(double(d) / expected) / lengthSpread;
+            const double lengthCost = 0.5 * stretch * stretch;
+            for (std::size_t t = d; t <= frames; ++t) {
+                const double cost = settled[t - d] + (lineCost[t] - lineCost[t - d]) + lengthCost;
+                if (cost < ended[t]) {
+                    ended[t] = cost;
+                    lengths[t] = std::uint32_t(d);
+                }
+            }
+        }
+        std::vector<std::uint32_t> &ends = lineEnd[line];
+        ends.resize(frames + 1);
+        for (std::size_t t = 0; t <= frames; ++t) {
+            ends[t] = std::uint32_t(t);
+            if (t > 0 && ended[t - 1] + pauseCost[t - 1] < ended[t]) {
+                ended[t] = ended[t - 1] + pauseCost[t - 1];
+                ends[t] = ends[t - 1];
+            }
+        }
+        settled = std::move(ended);
+        settled.resize(frames + 1);
+    }
+    if (!std::isfinite(settled[frames]))
+        return std::nullopt;
+
+    QList<QList<AlignedWord>> placed(lines.size());
+    std::size_t at = frames;
+    for (std::size_t line = std::size_t(lines.size()); line-- > 0;) {
+        const std::size_t end = lineEnd[line][at];
+        const std::size_t start = end - length[line][end];
+        const double from = double(start) * step;
+        const double lineLength = double(end - start) * step;
+        double before = 0;
+        for (const QString &word : words.at(qsizetype(line))) {
+            const double share = syllableCount(word) / syllables[line];
+            placed[qsizetype(line)] << AlignedWord{word, from + lineLength * before, from + lineLength * (before + share), 0};
+            before += share;
+        }
+        at = start;
+    }
+    return placed;
+}
+
+} // namespace quillvane
