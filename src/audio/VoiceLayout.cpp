@@ -103,43 +103,21 @@ std::optional<double> voicedFrames(const std::vector<double> &levels)
     return loudFrames;
 }
 
-} // namespace
+struct Stretch {
+    std::size_t start;
+    std::size_t end;
+};
 
-int syllableCount(const QString &word)
+// The lines' stretches of frames (in order, apart) that cost least: a frame inside a line
+// costs -log of how likely a line frame is to sound as loud as it does, a frame of a pause
+// likewise, and a line's length adds its squared log-distance from the expected length.
+// `ranks` are the frames' loudness ranks, `expected` each line's expected length in frames.
+// Nothing when the lines cannot fit.
+std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ranks, const std::vector<double> &expected,
+                                                  std::size_t longest)
 {
-    static const QRegularExpression vowels(QStringLiteral("[aeiouyàâäéèêëîïôöùûüáíóúýœæåãõøı]+"),
-                                           QRegularExpression::CaseInsensitiveOption);
-    int count = 0;
-    for (auto match = vowels.globalMatch(word); match.hasNext(); match.next())
-        ++count;
-    return std::max(count, 1);
-}
-
-std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track, const QStringList &lines)
-{
-    const double step = track.frameSeconds;
-    if (track.levels.empty() || lines.isEmpty() || !(step > 0))
-        return std::nullopt;
-    const std::vector<double> levels = bridgeRests(track.levels, std::size_t(std::lround(bridgedRest / step)));
-    const std::size_t frames = levels.size();
-    QList<QStringList> words;
-    std::vector<double> syllables;
-    for (const QString &line : lines) {
-        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
-        double count = 0;
-        for (const QString &word : words.back())
-            count += syllableCount(word);
-        syllables.push_back(std::max(count, 1.0));
-    }
-    const std::optional<double> voiced = voicedFrames(levels);
-    if (!voiced)
-        return std::nullopt;
-    const double framesPerSyllable
-        = sungShareOfVoiced * *voiced / std::accumulate(syllables.begin(), syllables.end(), 0.0);
-
-    // The cost of a frame inside a line and inside a pause, as -log of its likelihood; line
-    // costs are summed up front so any stretch's cost is one subtraction.
-    const std::vector<double> ranks = loudnessRanks(levels);
+    const std::size_t frames = ranks.size();
+    // Line costs are summed up front so any stretch's cost is one subtraction.
     std::vector<double> lineCost(frames + 1, 0.0);
     std::vector<double> pauseCost(frames);
     for (std::size_t t = 0; t < frames; ++t) {
@@ -147,25 +125,23 @@ std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track
         lineCost[t + 1] = lineCost[t] - std::log(voicedInLine * voice + (1 - voicedInLine) * (1 - voice));
         pauseCost[t] = -std::log(voicedInPause * voice + (1 - voicedInPause) * (1 - voice));
     }
-
-    // settled[t]: the best cost of the lines so far with the last of them (or the start)
-    // followed by a pause up to frame t. For each line, `length` keeps the length of the best
-    // line ending at t and `lineEnd` the end of the line a pause up to t follows.
+    // settled[t]: the least cost of the lines so far with the last of them (or the start)
+    // followed by a pause up to frame t. For each line, `length[t]` is the length of the best
+    // line ending at t and `lineEnd[t]` the end of the line that a pause up to t follows.
     std::vector<double> settled(frames + 1, 0.0);
     for (std::size_t t = 0; t < frames; ++t)
         settled[t + 1] = settled[t] + pauseCost[t];
-    const auto longest = std::size_t(longestLine / step);
-    std::vector<std::vector<std::uint32_t>> length(std::size_t(lines.size()));
-    std::vector<std::vector<std::uint32_t>> lineEnd(std::size_t(lines.size()));
-    for (std::size_t line = 0; line < std::size_t(lines.size()); ++line) {
-        const double expected = std::max(1.0, syllables[line] * framesPerSyllable);
-        const auto shortest = std::max<std::size_t>(1, std::size_t(shortestFactor * expected));
-        const std::size_t longestHere = std::min(longest, std::size_t(longestFactor * expected) + 2);
+    std::vector<std::vector<std::uint32_t>> length(expected.size());
+    std::vector<std::vector<std::uint32_t>> lineEnd(expected.size());
+    for (std::size_t line = 0; line < expected.size(); ++line) {
+        const auto shortest = std::max<std::size_t>(1, std::size_t(shortestFactor * expected[line]));
+        const std::size_t longestHere
+            = std::min({longest, std::size_t(longestFactor * expected[line]) + 2, frames});
         std::vector<double> ended(frames + 1, infinity);
         std::vector<std::uint32_t> &lengths = length[line];
         lengths.assign(frames + 1, 0);
-        for (std::size_t d = shortest; d <= std::min(longestHere, frames); ++d) {
-            const double stretch = std::log(double(d) / expected) / lengthSpread;
+        for (std::size_t d = shortest; d <= longestHere; ++d) {
+            const double stretch = std::log(double(d) / expected[line]) / lengthSpread;
             const double lengthCost = 0.5 * stretch * stretch;
             for (std::size_t t = d; t <= frames; ++t) {
                 const double cost = settled[t - d] + (lineCost[t] - lineCost[t - d]) + lengthCost;
@@ -185,25 +161,73 @@ std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track
             }
         }
         settled = std::move(ended);
-        settled.resize(frames + 1);
     }
     if (!std::isfinite(settled[frames]))
         return std::nullopt;
-
-    QList<QList<AlignedWord>> placed(lines.size());
+    std::vector<Stretch> stretches(expected.size());
     std::size_t at = frames;
-    for (std::size_t line = std::size_t(lines.size()); line-- > 0;) {
+    for (std::size_t line = expected.size(); line-- > 0;) {
         const std::size_t end = lineEnd[line][at];
-        const std::size_t start = end - length[line][end];
-        const double from = double(start) * step;
-        const double lineLength = double(end - start) * step;
+        stretches[line] = {end - length[line][end], end};
+        at = stretches[line].start;
+    }
+    return stretches;
+}
+
+} // namespace
+
+int syllableCount(const QString &word)
+{
+    static const QRegularExpression vowels(QStringLiteral("[aeiouyàâäéèêëîïôöùûüáíóúýœæåãõøı]+"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    int count = 0;
+    for (auto match = vowels.globalMatch(word); match.hasNext(); match.next())
+        ++count;
+    return std::max(count, 1);
+}
+
+std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track, const QStringList &lines)
+{
+    const double step = track.frameSeconds;
+    if (track.levels.empty() || lines.isEmpty() || !(step > 0))
+        return std::nullopt;
+    const std::vector<double> levels = bridgeRests(track.levels, std::size_t(std::lround(bridgedRest / step)));
+    QList<QStringList> words;
+    std::vector<double> syllables;
+    for (const QString &line : lines) {
+        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        double count = 0;
+        for (const QString &word : words.back())
+            count += syllableCount(word);
+        syllables.push_back(std::max(count, 1.0));
+    }
+    const std::optional<double> voiced = voicedFrames(levels);
+    if (!voiced)
+        return std::nullopt;
+    const double framesPerSyllable
+        = sungShareOfVoiced * *voiced / std::accumulate(syllables.begin(), syllables.end(), 0.0);
+    std::vector<double> expected;
+    for (double count : syllables)
+        expected.push_back(std::max(1.0, count * framesPerSyllable));
+    const std::optional<std::vector<Stretch>> stretches
+        = bestStretches(loudnessRanks(levels), expected, std::size_t(longestLine / step));
+    if (!stretches)
+        return std::nullopt;
+
+    // Each word takes its syllables' share of its line.
+    QList<QList<AlignedWord>> placed;
+    for (qsizetype line = 0; line < lines.size(); ++line) {
+        const Stretch &stretch = (*stretches)[std::size_t(line)];
+        const double from = double(stretch.start) * step;
+        const double lineLength = double(stretch.end - stretch.start) * step;
         double before = 0;
-        for (const QString &word : words.at(qsizetype(line))) {
-            const double share = syllableCount(word) / syllables[line];
-            placed[qsizetype(line)] << AlignedWord{word, from + lineLength * before, from + lineLength * (before + share), 0};
+        QList<AlignedWord> lineWords;
+        for (const QString &word : words.at(line)) {
+            const double share = syllableCount(word) / syllables[std::size_t(line)];
+            lineWords << AlignedWord{word, from + lineLength * before, from + lineLength * (before + share), 0};
             before += share;
         }
-        at = start;
+        placed << lineWords;
     }
     return placed;
 }
