@@ -173,8 +173,18 @@ public:
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
     bool canUndo() const { return m_store.canUndo() && !busy(); }
     bool canRedo() const { return m_store.canRedo() && !busy(); }
-    Q_INVOKABLE bool undo() { return m_store.undo(); }
-    Q_INVOKABLE bool redo() { return m_store.redo(); }
+    // A step through the history ends a tap session: its next line and its taps to take back
+    // belong to the lines as they were tapped.
+    Q_INVOKABLE bool undo()
+    {
+        stopTapping();
+        return m_store.undo();
+    }
+    Q_INVOKABLE bool redo()
+    {
+        stopTapping();
+        return m_store.redo();
+    }
     bool hasAudio() const { return !m_store.project().audioPath.isEmpty(); }
     QObject *outline() const { return m_outline; }
     bool tapping() const { return bool(m_tapAlong); }

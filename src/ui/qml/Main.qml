@@ -90,8 +90,10 @@ ApplicationWindow {
         enabled: Store.canRedo
         onActivated: Store.redo()
     }
+    // Only while a banner shows: otherwise Escape belongs to the screen (it ends tapping along).
     Shortcut {
         sequence: "Escape"
+        enabled: Store.lastError.length > 0
         onActivated: Store.dismissError()
     }
 }
