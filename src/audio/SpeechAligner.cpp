@@ -3,6 +3,7 @@
 #include "audio/PcmDecoder.h"
 #include "audio/Pronunciation.h"
 #include "audio/TranscriptionError.h"
+#include "audio/SpokenWarp.h"
 #include "audio/VoiceLayout.h"
 #include "av/OffThread.h"
 
@@ -149,7 +150,8 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
         std::free(phones);
         return list;
     };
-    const std::optional<QList<QStringList>> phones = pronounce(words, guessVoice(words), lookup);
+    const QString voice = guessVoice(words);
+    const std::optional<QList<QStringList>> phones = pronounce(words, voice, lookup);
     if (!phones)
         throw AlignmentError::failed(QStringLiteral("espeak-ng could not say the words."));
 
@@ -232,10 +234,15 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     if (double(found) >= leastFoundShare * double(wordNames.size()))
         return SpeechAligner::fillUnplaced(lines, duration);
     // The words were not heard well enough to trust; the lines still go where the voice is.
+    // The lyrics spoken aloud are followed through the song first, since that compares
+    // sounds; laying lines by loudness alone is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
-    const std::optional<QList<QList<AlignedWord>>> byVoice
-        = layLinesOnVoice(listenForVoice(work.audioPath, work.cancel), work.lines);
+    const VoiceTrack song = listenForVoice(work.audioPath, work.cancel);
+    if (const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel))
+        if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel))
+            return *followed;
+    const std::optional<QList<QList<AlignedWord>>> byVoice = layLinesOnVoice(song, work.lines);
     if (!byVoice)
         throw AlignmentError::notFound();
     return *byVoice;

@@ -42,19 +42,6 @@ std::vector<double> bridgeRests(const std::vector<double> &levels, std::size_t r
     return bridged;
 }
 
-// Each frame's place among all the track's frames, from 0 (quietest) to 1 (loudest): the
-// chance it is voiced, without any fixed level, so a quiet recording and a loud one read alike.
-std::vector<double> loudnessRanks(const std::vector<double> &levels)
-{
-    std::vector<std::size_t> order(levels.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return levels[a] < levels[b]; });
-    std::vector<double> ranks(levels.size());
-    for (std::size_t place = 0; place < order.size(); ++place)
-        ranks[order[place]] = (double(place) + 0.5) / double(order.size());
-    return ranks;
-}
-
 // How many frames are voiced, from a two-part mixture of the levels (quiet and loud) fitted
 // to the track; nothing when the levels do not split (silence, one steady sound).
 std::optional<double> voicedFrames(const std::vector<double> &levels)

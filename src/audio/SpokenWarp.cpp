@@ -1,0 +1,205 @@
+#include "audio/SpokenWarp.h"
+
+#include "audio/PcmDecoder.h"
+#include "audio/VoiceLayout.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+
+namespace quillvane {
+
+namespace {
+
+using Timbre = std::array<float, VoiceTrack::timbreSize>;
+
+// As in the layout by loudness: how likely a frame of a sung line and of a pause is to sound
+// voiced, given its loudness rank.
+constexpr double voicedInLine = 0.7;
+constexpr double voicedInPause = 0.15;
+// How much the timbre's agreement weighs against the loudness, per standard deviation of
+// agreement over the template.
+constexpr double timbreWeight = 0.3;
+// Each song frame moves the template on by 0 (a held sound) up to this many frames.
+constexpr std::size_t longestStride = 3;
+// Two bits of way back per song and template frame; beyond this the search is not tried.
+constexpr std::size_t largestSearch = std::size_t(400) * 1000 * 1000;
+// Where in its frame a frame is heard: the middle of its first 64 ms window.
+constexpr double firstWindowMiddle = 0.032;
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+// Each coefficient brought to zero mean and unit spread over the track, then each frame to
+// unit length, so agreement is a plain dot product and a recording's colour does not count.
+std::vector<Timbre> normalised(const std::vector<Timbre> &frames)
+{
+    std::vector<Timbre> result = frames;
+    if (frames.empty())
+        return result;
+    for (std::size_t c = 0; c < VoiceTrack::timbreSize; ++c) {
+        double sum = 0;
+        double squares = 0;
+        for (const Timbre &frame : frames) {
+            sum += frame[c];
+            squares += double(frame[c]) * frame[c];
+        }
+        const double mean = sum / double(frames.size());
+        const double spread = std::sqrt(std::max(0.0, squares / double(frames.size()) - mean * mean)) + 1e-9;
+        for (Timbre &frame : result)
+            frame[c] = float((frame[c] - mean) / spread);
+    }
+    for (Timbre &frame : result) {
+        const double length = std::sqrt(std::inner_product(frame.begin(), frame.end(), frame.begin(), 0.0)) + 1e-9;
+        for (float &value : frame)
+            value = float(value / length);
+    }
+    return result;
+}
+
+// The way back, two bits (the stride taken) per song and template frame.
+class Strides {
+public:
+    Strides(std::size_t songFrames, std::size_t templateFrames)
+        : m_width(templateFrames)
+        , m_bits((songFrames * templateFrames + 3) / 4)
+    {
+    }
+    void set(std::size_t t, std::size_t i, std::size_t stride)
+    {
+        const std::size_t at = t * m_width + i;
+        m_bits[at / 4] = std::uint8_t(m_bits[at / 4] | (stride << (2 * (at % 4))));
+    }
+    std::size_t get(std::size_t t, std::size_t i) const
+    {
+        const std::size_t at = t * m_width + i;
+        return (m_bits[at / 4] >> (2 * (at % 4))) & 3U;
+    }
+
+private:
+    std::size_t m_width;
+    std::vector<std::uint8_t> m_bits;
+};
+
+// For each song frame, the template frame the least-cost path is on; nothing when no path
+// reaches the template's end.
+std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken,
+                                                      const std::vector<bool> &isSpeech, const CancelToken &cancel)
+{
+    const std::size_t songFrames = song.timbre.size();
+    const std::size_t templateFrames = spoken.timbre.size();
+    const std::vector<Timbre> heard = normalised(song.timbre);
+    const std::vector<Timbre> said = normalised(spoken.timbre);
+    const std::vector<double> voiced = loudnessRanks(song.levels);
+    Strides strides(songFrames, templateFrames);
+    std::vector<double> cost(templateFrames);
+    std::vector<double> total(templateFrames, infinity);
+    std::vector<double> next(templateFrames);
+    for (std::size_t t = 0; t < songFrames; ++t) {
+        if (t % 256 == 0)
+            cancel.throwIfCancelled();
+        double sum = 0;
+        double squares = 0;
+        for (std::size_t i = 0; i < templateFrames; ++i) {
+            const double apart = 1.0 - std::inner_product(heard[t].begin(), heard[t].end(), said[i].begin(), 0.0);
+            cost[i] = apart;
+            sum += apart;
+            squares += apart * apart;
+        }
+        const double mean = sum / double(templateFrames);
+        const double spread = std::sqrt(std::max(0.0, squares / double(templateFrames) - mean * mean)) + 1e-9;
+        const double p = voiced[t];
+        const double inLine = -std::log(voicedInLine * p + (1 - voicedInLine) * (1 - p));
+        const double inPause = -std::log(voicedInPause * p + (1 - voicedInPause) * (1 - p));
+        for (std::size_t i = 0; i < templateFrames; ++i)
+            cost[i] = isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + inLine : inPause;
+        if (t == 0) {
+            total[0] = cost[0];
+            continue;
+        }
+        for (std::size_t i = 0; i < templateFrames; ++i) {
+            std::size_t best = 0;
+            double least = total[i];
+            for (std::size_t stride = 1; stride <= std::min(longestStride, i); ++stride)
+                if (total[i - stride] < least) {
+                    least = total[i - stride];
+                    best = stride;
+                }
+            next[i] = least + cost[i];
+            strides.set(t, i, best);
+        }
+        std::swap(total, next);
+    }
+    if (!std::isfinite(total.back()))
+        return std::nullopt;
+    std::vector<std::size_t> path(songFrames);
+    std::size_t i = templateFrames - 1;
+    for (std::size_t t = songFrames; t-- > 0;) {
+        path[t] = i;
+        if (t > 0)
+            i -= strides.get(t, i);
+    }
+    return path;
+}
+
+} // namespace
+
+std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spokenLyrics,
+                                                            const QStringList &lines, const CancelToken &cancel)
+{
+    const VoiceTrack spoken = listenForVoice(spokenLyrics.stereo, cancel);
+    // A template frame belongs to a line when the middle of its first window falls in it.
+    const double instantsPerFrame = spoken.frameSeconds * PcmDecoder::sampleRate;
+    const double middleInstant = firstWindowMiddle * PcmDecoder::sampleRate;
+    const auto frameFrom = [&](std::size_t instant) {
+        return std::size_t(std::max(0.0, std::ceil((double(instant) - middleInstant) / instantsPerFrame)));
+    };
+    std::vector<std::pair<std::size_t, std::size_t>> lineFrames;
+    for (const auto &[first, after] : spokenLyrics.lineSpans)
+        lineFrames.emplace_back(frameFrom(first), frameFrom(after));
+
+    const std::size_t songFrames = song.timbre.size();
+    const std::size_t templateFrames = spoken.timbre.size();
+    if (songFrames < 2 || templateFrames < 2 || song.levels.size() != songFrames
+        || lineFrames.size() != std::size_t(lines.size()) || songFrames * templateFrames > largestSearch)
+        return std::nullopt;
+    std::vector<bool> isSpeech(templateFrames, false);
+    for (const auto &[first, after] : lineFrames)
+        for (std::size_t i = first; i < std::min(after, templateFrames); ++i)
+            isSpeech[i] = true;
+    const std::optional<std::vector<std::size_t>> path = leastCostPath(song, spoken, isSpeech, cancel);
+    if (!path)
+        return std::nullopt;
+
+    // When the path first reaches each template frame, in seconds of the song.
+    std::vector<double> reachedAt(templateFrames + 1, double(songFrames) * song.frameSeconds);
+    for (std::size_t t = 0, i = 0; t < songFrames; ++t)
+        for (; i <= (*path)[t]; ++i)
+            reachedAt[i] = double(t) * song.frameSeconds + firstWindowMiddle;
+
+    QList<QList<AlignedWord>> placed;
+    for (qsizetype line = 0; line < lines.size(); ++line) {
+        const auto [first, after] = lineFrames[std::size_t(line)];
+        const QStringList words = lines.at(line).split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        double syllables = 0;
+        for (const QString &word : words)
+            syllables += syllableCount(word);
+        const auto secondsAt = [&](double share) {
+            const auto frame = std::size_t(std::lround(double(first) + share * double(after - first)));
+            return reachedAt[std::min(frame, templateFrames)];
+        };
+        QList<AlignedWord> lineWords;
+        double before = 0;
+        for (const QString &word : words) {
+            const double count = syllableCount(word);
+            lineWords << AlignedWord{word, secondsAt(before / syllables), secondsAt((before + count) / syllables), 0};
+            before += count;
+        }
+        placed << lineWords;
+    }
+    return placed;
+}
+
+} // namespace quillvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "audio/SpokenLyrics.h"
+#include "audio/VoiceTrack.h"
+#include "store/Engines.h"
+
+#include <QList>
+#include <QStringList>
+
+#include <optional>
+
+namespace quillvane {
+
+// Lays the lyric lines over the song by following their spoken template through it: one
+// least-cost path that walks the template in order while the song plays, at any pace from
+// holding a sound to three times the template's speed. A song frame goes well with a spoken
+// frame when their timbres agree more than the song frame agrees with the template overall and
+// the middle of the mix is loud, and with the silence between spoken lines when it is quiet,
+// so that the band's breaks are where the path waits between lines.
+//
+// The template is heard here the way the song was. Words take
+// their syllables' share of their line in the template, and follow the path from there, with
+// confidence 0 since none was heard on its own. Nothing when either track is empty, the song
+// is too short to hold the template, or the search would be too large to hold in memory.
+std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                                            const QStringList &lines, const CancelToken &cancel);
+
+} // namespace quillvane
