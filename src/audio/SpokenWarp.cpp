@@ -163,7 +163,8 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
     if (songFrames < 2 || templateFrames < 2 || song.levels.size() != songFrames
-        || lineFrames.size() != std::size_t(lines.size()) || songFrames * templateFrames > largestSearch)
+        || lineFrames.size() != std::size_t(lines.size()) || songFrames * templateFrames > largestSearch
+        || !voicedFrames(song.levels))
         return std::nullopt;
     std::vector<bool> isSpeech(templateFrames, false);
     for (const auto &[first, after] : lineFrames)
@@ -181,7 +182,8 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
 
     QList<QList<AlignedWord>> placed;
     for (qsizetype line = 0; line < lines.size(); ++line) {
-        const auto [first, after] = lineFrames[std::size_t(line)];
+        const std::size_t first = lineFrames[std::size_t(line)].first;
+        const std::size_t after = lineFrames[std::size_t(line)].second;
         const QStringList words = lines.at(line).split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
         double syllables = 0;
         for (const QString &word : words)

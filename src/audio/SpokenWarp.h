@@ -21,7 +21,8 @@ namespace quillvane {
 // The template is heard here the way the song was. Words take
 // their syllables' share of their line in the template, and follow the path from there, with
 // confidence 0 since none was heard on its own. Nothing when either track is empty, the song
-// is too short to hold the template, or the search would be too large to hold in memory.
+// holds no voice (silence, a steady tone) or is too short to hold the template, or when the
+// search would be too large to hold in memory.
 std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spoken,
                                                             const QStringList &lines, const CancelToken &cancel);
 

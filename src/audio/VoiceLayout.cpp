@@ -42,53 +42,6 @@ std::vector<double> bridgeRests(const std::vector<double> &levels, std::size_t r
     return bridged;
 }
 
-// How many frames are voiced, from a two-part mixture of the levels (quiet and loud) fitted
-// to the track; nothing when the levels do not split (silence, one steady sound).
-std::optional<double> voicedFrames(const std::vector<double> &levels)
-{
-    std::vector<double> sorted(levels);
-    std::sort(sorted.begin(), sorted.end());
-    const double mean = std::accumulate(levels.begin(), levels.end(), 0.0) / double(levels.size());
-    double variance = 0;
-    for (double level : levels)
-        variance += (level - mean) * (level - mean);
-    const double spread = std::sqrt(variance / double(levels.size()));
-    if (!(spread > 1e-3))
-        return std::nullopt;
-    double centre[2] = {sorted[sorted.size() / 4], sorted[sorted.size() * 3 / 4]};
-    double deviation[2] = {spread / 2, spread / 2};
-    double weight[2] = {0.5, 0.5};
-    double loudFrames = 0;
-    for (int round = 0; round < 50; ++round) {
-        double sum[2] = {0, 0};
-        double sumLevel[2] = {0, 0};
-        double sumSquare[2] = {0, 0};
-        for (double level : levels) {
-            double likelihood[2];
-            for (int k = 0; k < 2; ++k) {
-                const double z = (level - centre[k]) / deviation[k];
-                likelihood[k] = -0.5 * z * z - std::log(deviation[k]) + std::log(std::max(weight[k], 1e-12));
-            }
-            const double top = std::max(likelihood[0], likelihood[1]);
-            const double loud = std::exp(likelihood[1] - top) / (std::exp(likelihood[0] - top) + std::exp(likelihood[1] - top));
-            const double share[2] = {1 - loud, loud};
-            for (int k = 0; k < 2; ++k) {
-                sum[k] += share[k];
-                sumLevel[k] += share[k] * level;
-                sumSquare[k] += share[k] * level * level;
-            }
-        }
-        for (int k = 0; k < 2; ++k) {
-            if (sum[k] < 1e-9)
-                return std::nullopt;
-            weight[k] = sum[k] / double(levels.size());
-            centre[k] = sumLevel[k] / sum[k];
-            deviation[k] = std::sqrt(std::max(sumSquare[k] / sum[k] - centre[k] * centre[k], 0.0)) + 1e-3;
-        }
-        loudFrames = centre[1] >= centre[0] ? sum[1] : sum[0];
-    }
-    return loudFrames;
-}
 
 struct Stretch {
     std::size_t start;
@@ -162,6 +115,52 @@ std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ran
 }
 
 } // namespace
+
+std::optional<double> voicedFrames(const std::vector<double> &levels)
+{
+    std::vector<double> sorted(levels);
+    std::sort(sorted.begin(), sorted.end());
+    const double mean = std::accumulate(levels.begin(), levels.end(), 0.0) / double(levels.size());
+    double variance = 0;
+    for (double level : levels)
+        variance += (level - mean) * (level - mean);
+    const double spread = std::sqrt(variance / double(levels.size()));
+    if (!(spread > 1e-3))
+        return std::nullopt;
+    double centre[2] = {sorted[sorted.size() / 4], sorted[sorted.size() * 3 / 4]};
+    double deviation[2] = {spread / 2, spread / 2};
+    double weight[2] = {0.5, 0.5};
+    double loudFrames = 0;
+    for (int round = 0; round < 50; ++round) {
+        double sum[2] = {0, 0};
+        double sumLevel[2] = {0, 0};
+        double sumSquare[2] = {0, 0};
+        for (double level : levels) {
+            double likelihood[2];
+            for (int k = 0; k < 2; ++k) {
+                const double z = (level - centre[k]) / deviation[k];
+                likelihood[k] = -0.5 * z * z - std::log(deviation[k]) + std::log(std::max(weight[k], 1e-12));
+            }
+            const double top = std::max(likelihood[0], likelihood[1]);
+            const double loud = std::exp(likelihood[1] - top) / (std::exp(likelihood[0] - top) + std::exp(likelihood[1] - top));
+            const double share[2] = {1 - loud, loud};
+            for (int k = 0; k < 2; ++k) {
+                sum[k] += share[k];
+                sumLevel[k] += share[k] * level;
+                sumSquare[k] += share[k] * level * level;
+            }
+        }
+        for (int k = 0; k < 2; ++k) {
+            if (sum[k] < 1e-9)
+                return std::nullopt;
+            weight[k] = sum[k] / double(levels.size());
+            centre[k] = sumLevel[k] / sum[k];
+            deviation[k] = std::sqrt(std::max(sumSquare[k] / sum[k] - centre[k] * centre[k], 0.0)) + 1e-3;
+        }
+        loudFrames = centre[1] >= centre[0] ? sum[1] : sum[0];
+    }
+    return loudFrames;
+}
 
 int syllableCount(const QString &word)
 {

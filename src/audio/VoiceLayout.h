@@ -12,6 +12,10 @@
 
 namespace quillvane {
 
+// How many frames are voiced, from a two-part mixture of the levels (quiet and loud) fitted
+// to the track; nothing when the levels do not split (silence, one steady sound).
+std::optional<double> voicedFrames(const std::vector<double> &levels);
+
 // The number of sung syllables a written word stands for: its groups of vowels, at least one.
 int syllableCount(const QString &word);
 

@@ -5,6 +5,7 @@
 #include "audio/Pronunciation.h"
 #include "audio/SpeechAligner.h"
 #include "audio/TranscriptionError.h"
+#include "audio/SpokenWarp.h"
 #include "audio/VoiceLayout.h"
 #include "store/BlockingWait.h"
 
@@ -107,9 +108,10 @@ struct Recording {
     std::vector<double> wordStarts;
 };
 
-// The lines' words one after another with a short gap, two seconds of band between lines:
+// The lines' words one after another with a short gap, `pause` seconds of band between lines:
 // the voice, bass and drum in the middle, a guitar on each side.
-Recording record(const QTemporaryDir &folder, const QStringList &lines, const QString &voice, double intro = 2.5)
+Recording record(const QTemporaryDir &folder, const QStringList &lines, const QString &voice, double intro = 2.5,
+                 double pause = 2.0)
 {
     Recording recording{folder.filePath(voice + QStringLiteral(".wav")), lines, {}};
     std::vector<std::vector<int16_t>> words;
@@ -120,7 +122,7 @@ Recording record(const QTemporaryDir &folder, const QStringList &lines, const QS
             recording.wordStarts.push_back(at);
             at += double(words.back().size()) / rate + 0.12;
         }
-        at += 2.0;
+        at += pause;
     }
     std::vector<float> middle = band(at + 1.0, 1);
     for (std::size_t w = 0; w < words.size(); ++w) {
@@ -275,6 +277,53 @@ TEST(Pronunciation, MapsEspeakIpaOntoTheModelPhones)
             << c.ipa;
 }
 
+namespace {
+
+const struct {
+    const char *voice;
+    QStringList lines;
+} sungLines[] = {
+    {"en-us", {QStringLiteral("city lights are burning low"), QStringLiteral("down the road we used to know"),
+               QStringLiteral("hold my hand")}},
+    {"fr", {QStringLiteral("je marche dans la ville"), QStringLiteral("les lumières sont belles ce soir"),
+            QStringLiteral("et tu chantes avec moi")}},
+    {"de", {QStringLiteral("wir gehen durch die nacht"), QStringLiteral("die lichter leuchten hell"),
+            QStringLiteral("und niemand hält uns auf")}},
+};
+
+} // namespace
+
+// The spoken lyrics followed through the song: every line starts where it is sung, with the
+// band's breaks between lines and with lines sung back to back, where only the sounds tell one
+// line from the next; silence gives nothing to follow.
+TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("espeak-ng")).isEmpty())
+        GTEST_SKIP() << "espeak-ng is not installed";
+    QTemporaryDir folder;
+    for (const double pause : {2.0, 0.12})
+        for (const auto &c : sungLines) {
+            const QString voice = QString::fromLatin1(c.voice);
+            const Recording recording = record(folder, c.lines, voice, 2.5, pause);
+            ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
+            const std::optional<SpokenLyrics> template_ = speakLyrics(c.lines, voice, {});
+            ASSERT_TRUE(template_) << c.voice;
+            const auto laid = warpSpokenOntoSong(listenForVoice(recording.path, {}), *template_, c.lines, {});
+            ASSERT_TRUE(laid) << c.voice;
+            ASSERT_EQ(laid->size(), c.lines.size()) << c.voice;
+            std::size_t first = 0;
+            for (const QList<AlignedWord> &line : *laid) {
+                EXPECT_NEAR(line.front().start, recording.wordStarts[first], 0.7)
+                    << c.voice << " pause " << pause << " " << line.front().text.toStdString();
+                first += std::size_t(line.size());
+            }
+        }
+    const QString silence = folder.filePath(QStringLiteral("silence.wav"));
+    ASSERT_TRUE(writeWav(silence, std::vector<float>(10 * rate)));
+    const QStringList lines{QStringLiteral("nothing sung here")};
+    EXPECT_FALSE(warpSpokenOntoSong(listenForVoice(silence, {}), *speakLyrics(lines, QStringLiteral("en-us"), {}), lines, {}));
+}
+
 // Lines laid by the voice alone, where no word is heard: each line starts where its first word
 // is sung, in English, French and German alike; no voice, no layout.
 TEST(VoiceLayout, EachLineStartsWhereItsVoiceStarts)
@@ -282,18 +331,7 @@ TEST(VoiceLayout, EachLineStartsWhereItsVoiceStarts)
     if (QStandardPaths::findExecutable(QStringLiteral("espeak-ng")).isEmpty())
         GTEST_SKIP() << "espeak-ng is not installed";
     QTemporaryDir folder;
-    const struct {
-        const char *voice;
-        QStringList lines;
-    } cases[] = {
-        {"en-us", {QStringLiteral("city lights are burning low"), QStringLiteral("down the road we used to know"),
-                   QStringLiteral("hold my hand")}},
-        {"fr", {QStringLiteral("je marche dans la ville"), QStringLiteral("les lumières sont belles ce soir"),
-                QStringLiteral("et tu chantes avec moi")}},
-        {"de", {QStringLiteral("wir gehen durch die nacht"), QStringLiteral("die lichter leuchten hell"),
-                QStringLiteral("und niemand hält uns auf")}},
-    };
-    for (const auto &c : cases) {
+    for (const auto &c : sungLines) {
         const Recording recording = record(folder, c.lines, QString::fromLatin1(c.voice));
         ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
         const auto laid = layLinesOnVoice(listenForVoice(recording.path, {}), recording.lines);
