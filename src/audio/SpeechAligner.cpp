@@ -231,17 +231,21 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     }
     if (ps_end_utt(decoder.get()) < 0)
         throw AlignmentError::failed(QStringLiteral("the speech recognizer stopped with an error."));
-    if (double(found) >= leastFoundShare * double(wordNames.size()))
+    const bool heardEnough = double(found) >= leastFoundShare * double(wordNames.size());
+    if (heardEnough && found == words.size())
         return SpeechAligner::fillUnplaced(lines, duration);
-    // The words were not heard well enough to trust; the lines still go where the voice is.
-    // The lyrics spoken aloud are followed through the song first, since that compares
-    // sounds; laying lines by loudness alone is the last resort.
+    // The words not heard, or all of them when too few were heard to trust, are followed
+    // through the song as espeak-ng speaks them, held near the words heard; spreading them
+    // evenly between heard neighbours, or laying lines by loudness alone, is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
     const VoiceTrack song = listenForVoice(work.audioPath, work.cancel);
     if (const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel))
-        if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel))
+        if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel,
+                                               heardEnough ? lines : QList<QList<AlignedWord>>{}))
             return *followed;
+    if (heardEnough)
+        return SpeechAligner::fillUnplaced(lines, duration);
     const std::optional<QList<QList<AlignedWord>>> byVoice = layLinesOnVoice(song, work.lines);
     if (!byVoice)
         throw AlignmentError::notFound();

@@ -30,6 +30,11 @@ constexpr std::size_t longestStride = 3;
 constexpr std::size_t largestSearch = std::size_t(400) * 1000 * 1000;
 // Where in its frame a frame is heard: the middle of its first 64 ms window.
 constexpr double firstWindowMiddle = 0.032;
+// How far either way from where it was heard a heard word's sounds are followed freely, and
+// what each song frame beyond costs: enough to keep the path near, not so much that one
+// misheard word can bend it.
+constexpr double heardReach = 0.5;
+constexpr double awayFromHeard = 2.0;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // Each coefficient brought to zero mean and unit spread over the track, then each frame to
@@ -59,6 +64,52 @@ std::vector<Timbre> normalised(const std::vector<Timbre> &frames)
     return result;
 }
 
+using Span = std::pair<std::size_t, std::size_t>;
+
+// Each word's first template frame and the frame after its last: its syllables' share of its
+// line's frames.
+std::vector<std::vector<Span>> wordFrames(const QList<QStringList> &words, const std::vector<Span> &lineFrames)
+{
+    std::vector<std::vector<Span>> frames;
+    for (std::size_t line = 0; line < lineFrames.size(); ++line) {
+        const QStringList &lineWords = words.at(qsizetype(line));
+        double syllables = 0;
+        for (const QString &word : lineWords)
+            syllables += syllableCount(word);
+        const double first = double(lineFrames[line].first);
+        const double length = double(lineFrames[line].second - lineFrames[line].first);
+        const auto frameAt = [&](double before) { return std::size_t(std::lround(first + before / syllables * length)); };
+        std::vector<Span> spans;
+        double before = 0;
+        for (const QString &word : lineWords) {
+            const double count = syllableCount(word);
+            spans.emplace_back(frameAt(before), frameAt(before + count));
+            before += count;
+        }
+        frames.push_back(spans);
+    }
+    return frames;
+}
+
+// A word followed by the path may still land before a heard word it follows (or after one it
+// precedes), since the heard words hold the path only loosely: each such word is moved to lie
+// between its neighbours, heard words staying where they were heard.
+void keepInOrder(QList<QList<AlignedWord>> &placed)
+{
+    std::vector<AlignedWord *> order;
+    for (QList<AlignedWord> &line : placed)
+        for (AlignedWord &word : line)
+            order.push_back(&word);
+    for (std::size_t i = 1; i < order.size(); ++i)
+        if (!(order[i]->confidence > 0))
+            order[i]->start = std::max(order[i]->start, order[i - 1]->start);
+    for (std::size_t i = order.size(); i-- > 1;)
+        if (!(order[i - 1]->confidence > 0))
+            order[i - 1]->start = std::min(order[i - 1]->start, order[i]->start);
+    for (AlignedWord *word : order)
+        word->end = std::max(word->end, word->start);
+}
+
 // The way back, two bits (the stride taken) per song and template frame.
 class Strides {
 public:
@@ -85,8 +136,11 @@ private:
 
 // For each song frame, the template frame the least-cost path is on; nothing when no path
 // reaches the template's end.
+// `allowed` holds, for each template frame, the first and last song frame it goes with
+// freely; beyond them each frame costs `awayFromHeard` more.
 std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken,
-                                                      const std::vector<bool> &isSpeech, const CancelToken &cancel)
+                                                      const std::vector<bool> &isSpeech, const std::vector<Span> &allowed,
+                                                      const CancelToken &cancel)
 {
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
@@ -114,7 +168,8 @@ std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, co
         const double inLine = -std::log(voicedInLine * p + (1 - voicedInLine) * (1 - p));
         const double inPause = -std::log(voicedInPause * p + (1 - voicedInPause) * (1 - p));
         for (std::size_t i = 0; i < templateFrames; ++i)
-            cost[i] = isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + inLine : inPause;
+            cost[i] = (isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + inLine : inPause)
+                + (t < allowed[i].first || t > allowed[i].second ? awayFromHeard : 0.0);
         if (t == 0) {
             total[0] = cost[0];
             continue;
@@ -147,7 +202,8 @@ std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, co
 } // namespace
 
 std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spokenLyrics,
-                                                            const QStringList &lines, const CancelToken &cancel)
+                                                            const QStringList &lines, const CancelToken &cancel,
+                                                            const QList<QList<AlignedWord>> &heard)
 {
     const VoiceTrack spoken = listenForVoice(spokenLyrics.stereo, cancel);
     // A template frame belongs to a line when the middle of its first window falls in it.
@@ -156,51 +212,67 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     const auto frameFrom = [&](std::size_t instant) {
         return std::size_t(std::max(0.0, std::ceil((double(instant) - middleInstant) / instantsPerFrame)));
     };
-    std::vector<std::pair<std::size_t, std::size_t>> lineFrames;
+    std::vector<Span> lineFrames;
     for (const auto &[first, after] : spokenLyrics.lineSpans)
         lineFrames.emplace_back(frameFrom(first), frameFrom(after));
+    QList<QStringList> words;
+    for (const QString &line : lines)
+        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
 
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
+    const bool shapesAgree = heard.isEmpty() || (heard.size() == lines.size() && [&] {
+        for (qsizetype line = 0; line < lines.size(); ++line)
+            if (heard.at(line).size() != words.at(line).size())
+                return false;
+        return true;
+    }());
     if (songFrames < 2 || templateFrames < 2 || song.levels.size() != songFrames
-        || lineFrames.size() != std::size_t(lines.size()) || songFrames * templateFrames > largestSearch
+        || lineFrames.size() != std::size_t(lines.size()) || !shapesAgree || songFrames * templateFrames > largestSearch
         || !voicedFrames(song.levels))
         return std::nullopt;
     std::vector<bool> isSpeech(templateFrames, false);
     for (const auto &[first, after] : lineFrames)
         for (std::size_t i = first; i < std::min(after, templateFrames); ++i)
             isSpeech[i] = true;
-    const std::optional<std::vector<std::size_t>> path = leastCostPath(song, spoken, isSpeech, cancel);
+    const std::vector<std::vector<Span>> frames = wordFrames(words, lineFrames);
+    // A heard word draws its template frames to the song frames around where it was heard.
+    std::vector<Span> allowed(templateFrames, {0, songFrames});
+    const double step = song.frameSeconds;
+    for (qsizetype line = 0; line < heard.size(); ++line)
+        for (qsizetype place = 0; place < heard.at(line).size(); ++place) {
+            const AlignedWord &word = heard.at(line).at(place);
+            if (!(word.confidence > 0))
+                continue;
+            const double from = std::max(0.0, std::floor((word.start - heardReach - firstWindowMiddle) / step));
+            const double to = std::max(0.0, std::ceil((word.end + heardReach - firstWindowMiddle) / step));
+            const auto [first, after] = frames[std::size_t(line)][std::size_t(place)];
+            for (std::size_t i = first; i < std::min(after, templateFrames); ++i)
+                allowed[i] = {std::size_t(from), std::size_t(to)};
+        }
+    const std::optional<std::vector<std::size_t>> path = leastCostPath(song, spoken, isSpeech, allowed, cancel);
     if (!path)
         return std::nullopt;
 
     // When the path first reaches each template frame, in seconds of the song.
-    std::vector<double> reachedAt(templateFrames + 1, double(songFrames) * song.frameSeconds);
+    std::vector<double> reachedAt(templateFrames + 1, double(songFrames) * step);
     for (std::size_t t = 0, i = 0; t < songFrames; ++t)
         for (; i <= (*path)[t]; ++i)
-            reachedAt[i] = double(t) * song.frameSeconds + firstWindowMiddle;
+            reachedAt[i] = double(t) * step + firstWindowMiddle;
 
     QList<QList<AlignedWord>> placed;
     for (qsizetype line = 0; line < lines.size(); ++line) {
-        const std::size_t first = lineFrames[std::size_t(line)].first;
-        const std::size_t after = lineFrames[std::size_t(line)].second;
-        const QStringList words = lines.at(line).split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
-        double syllables = 0;
-        for (const QString &word : words)
-            syllables += syllableCount(word);
-        const auto secondsAt = [&](double share) {
-            const auto frame = std::size_t(std::lround(double(first) + share * double(after - first)));
-            return reachedAt[std::min(frame, templateFrames)];
-        };
         QList<AlignedWord> lineWords;
-        double before = 0;
-        for (const QString &word : words) {
-            const double count = syllableCount(word);
-            lineWords << AlignedWord{word, secondsAt(before / syllables), secondsAt((before + count) / syllables), 0};
-            before += count;
+        for (qsizetype place = 0; place < words.at(line).size(); ++place) {
+            const auto [first, after] = frames[std::size_t(line)][std::size_t(place)];
+            const bool wasHeard = !heard.isEmpty() && heard.at(line).at(place).confidence > 0;
+            lineWords << (wasHeard ? heard.at(line).at(place)
+                                   : AlignedWord{words.at(line).at(place), reachedAt[std::min(first, templateFrames)],
+                                                 reachedAt[std::min(after, templateFrames)], 0});
         }
         placed << lineWords;
     }
+    keepInOrder(placed);
     return placed;
 }
 

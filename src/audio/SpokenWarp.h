@@ -18,12 +18,15 @@ namespace quillvane {
 // the middle of the mix is loud, and with the silence between spoken lines when it is quiet,
 // so that the band's breaks are where the path waits between lines.
 //
-// The template is heard here the way the song was. Words take
-// their syllables' share of their line in the template, and follow the path from there, with
+// The template is heard here the way the song was. Words already heard (`heard`, the lyrics'
+// words with confidence above 0 where found) keep their times and hold the path to within half
+// a second of them, so only the words between are followed. The other words take their
+// syllables' share of their line in the template and follow the path from there, with
 // confidence 0 since none was heard on its own. Nothing when either track is empty, the song
-// holds no voice (silence, a steady tone) or is too short to hold the template, or when the
-// search would be too large to hold in memory.
+// holds no voice (silence, a steady tone) or is too short to hold the template, the heard words
+// do not fit the lyrics or one path, or the search would be too large to hold in memory.
 std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spoken,
-                                                            const QStringList &lines, const CancelToken &cancel);
+                                                            const QStringList &lines, const CancelToken &cancel,
+                                                            const QList<QList<AlignedWord>> &heard = {});
 
 } // namespace quillvane

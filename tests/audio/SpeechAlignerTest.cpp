@@ -194,7 +194,7 @@ TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
             EXPECT_GT(aligned[0][0].confidence, 0) << c.voice;
             EXPECT_NEAR(aligned[0][0].start, recording.wordStarts[0], 0.3) << c.voice;
         }
-        EXPECT_EQ(progress.last(), QStringLiteral("Aligning lyrics 100%")) << c.voice;
+        EXPECT_TRUE(progress.contains(QStringLiteral("Aligning lyrics 100%"))) << c.voice;
     }
 }
 
@@ -295,7 +295,8 @@ const struct {
 
 // The spoken lyrics followed through the song: every line starts where it is sung, with the
 // band's breaks between lines and with lines sung back to back, where only the sounds tell one
-// line from the next; silence gives nothing to follow.
+// line from the next, and so it does when some words were heard already; silence gives
+// nothing to follow.
 TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
 {
     if (QStandardPaths::findExecutable(QStringLiteral("espeak-ng")).isEmpty())
@@ -308,14 +309,33 @@ TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
             ASSERT_FALSE(recording.path.isEmpty()) << c.voice;
             const std::optional<SpokenLyrics> template_ = speakLyrics(c.lines, voice, {});
             ASSERT_TRUE(template_) << c.voice;
-            const auto laid = warpSpokenOntoSong(listenForVoice(recording.path, {}), *template_, c.lines, {});
+            const VoiceTrack song = listenForVoice(recording.path, {});
+            const auto laid = warpSpokenOntoSong(song, *template_, c.lines, {});
             ASSERT_TRUE(laid) << c.voice;
             ASSERT_EQ(laid->size(), c.lines.size()) << c.voice;
+            // Each line's last word heard where it is sung, a second long: it stays as heard
+            // and the words before it follow the song up to it, in order.
+            QList<QList<AlignedWord>> heard = *laid;
+            std::size_t word = 0;
+            for (QList<AlignedWord> &line : heard)
+                for (qsizetype place = 0; place < line.size(); ++place, ++word)
+                    line[place] = place + 1 == line.size()
+                        ? AlignedWord{line[place].text, recording.wordStarts[word], recording.wordStarts[word] + 1, 1}
+                        : AlignedWord{line[place].text, 0, 0, 0};
+            const auto held = warpSpokenOntoSong(song, *template_, c.lines, {}, heard);
+            ASSERT_TRUE(held) << c.voice;
             std::size_t first = 0;
-            for (const QList<AlignedWord> &line : *laid) {
-                EXPECT_NEAR(line.front().start, recording.wordStarts[first], 0.7)
-                    << c.voice << " pause " << pause << " " << line.front().text.toStdString();
-                first += std::size_t(line.size());
+            double previous = 0;
+            for (qsizetype line = 0; line < held->size(); ++line) {
+                for (const auto *placed : {&laid->at(line).front(), &held->at(line).front()})
+                    EXPECT_NEAR(placed->start, recording.wordStarts[first], 0.7)
+                        << c.voice << " pause " << pause << " " << placed->text.toStdString();
+                EXPECT_EQ(held->at(line).back(), heard.at(line).back()) << c.voice;
+                for (const AlignedWord &placed : held->at(line)) {
+                    EXPECT_GE(placed.start, previous) << c.voice << " " << placed.text.toStdString();
+                    previous = placed.start;
+                }
+                first += std::size_t(held->at(line).size());
             }
         }
     const QString silence = folder.filePath(QStringLiteral("silence.wav"));
