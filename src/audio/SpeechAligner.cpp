@@ -132,7 +132,7 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     QStringList words;
     for (const QString &line : work.lines) {
         QList<AlignedWord> lineWords;
-        for (const QString &word : line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts)) {
+        for (const QString &word : wordsOf(line)) {
             lineWords << AlignedWord{word, 0, 0, 0};
             words << word;
         }

@@ -3,8 +3,6 @@
 #include "audio/PcmDecoder.h"
 #include "audio/VoiceLayout.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -17,10 +15,6 @@ namespace {
 
 using Timbre = std::array<float, VoiceTrack::timbreSize>;
 
-// As in the layout by loudness: how likely a frame of a sung line and of a pause is to sound
-// voiced, given its loudness rank.
-constexpr double voicedInLine = 0.7;
-constexpr double voicedInPause = 0.15;
 // How much the timbre's agreement weighs against the loudness, per standard deviation of
 // agreement over the template.
 constexpr double timbreWeight = 0.3;
@@ -72,20 +66,13 @@ std::vector<std::vector<Span>> wordFrames(const QList<QStringList> &words, const
 {
     std::vector<std::vector<Span>> frames;
     for (std::size_t line = 0; line < lineFrames.size(); ++line) {
-        const QStringList &lineWords = words.at(qsizetype(line));
-        double syllables = 0;
-        for (const QString &word : lineWords)
-            syllables += syllableCount(word);
         const double first = double(lineFrames[line].first);
         const double length = double(lineFrames[line].second - lineFrames[line].first);
-        const auto frameAt = [&](double before) { return std::size_t(std::lround(first + before / syllables * length)); };
+        const std::vector<double> bounds = syllableBounds(words.at(qsizetype(line)));
         std::vector<Span> spans;
-        double before = 0;
-        for (const QString &word : lineWords) {
-            const double count = syllableCount(word);
-            spans.emplace_back(frameAt(before), frameAt(before + count));
-            before += count;
-        }
+        for (std::size_t word = 0; word + 1 < bounds.size(); ++word)
+            spans.emplace_back(std::size_t(std::lround(first + bounds[word] * length)),
+                               std::size_t(std::lround(first + bounds[word + 1] * length)));
         frames.push_back(spans);
     }
     return frames;
@@ -164,11 +151,9 @@ std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, co
         }
         const double mean = sum / double(templateFrames);
         const double spread = std::sqrt(std::max(0.0, squares / double(templateFrames) - mean * mean)) + 1e-9;
-        const double p = voiced[t];
-        const double inLine = -std::log(voicedInLine * p + (1 - voicedInLine) * (1 - p));
-        const double inPause = -std::log(voicedInPause * p + (1 - voicedInPause) * (1 - p));
+        const VoiceCosts voice = voiceCosts(voiced[t]);
         for (std::size_t i = 0; i < templateFrames; ++i)
-            cost[i] = (isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + inLine : inPause)
+            cost[i] = (isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + voice.inLine : voice.inPause)
                 + (t < allowed[i].first || t > allowed[i].second ? awayFromHeard : 0.0);
         if (t == 0) {
             total[0] = cost[0];
@@ -217,7 +202,7 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
         lineFrames.emplace_back(frameFrom(first), frameFrom(after));
     QList<QStringList> words;
     for (const QString &line : lines)
-        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        words << wordsOf(line);
 
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();

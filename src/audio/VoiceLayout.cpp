@@ -11,10 +11,6 @@ namespace quillvane {
 
 namespace {
 
-// How likely a frame inside a sung line is to sound voiced (breaths and short rests fall
-// inside lines too), and a frame of a pause between lines.
-constexpr double voicedInLine = 0.7;
-constexpr double voicedInPause = 0.15;
 // Spread of a line's length around its syllables' share of the song, as a factor: one
 // standard deviation is about ×1.65 either way.
 constexpr double lengthSpread = 0.5;
@@ -61,9 +57,9 @@ std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ran
     std::vector<double> lineCost(frames + 1, 0.0);
     std::vector<double> pauseCost(frames);
     for (std::size_t t = 0; t < frames; ++t) {
-        const double voice = ranks[t];
-        lineCost[t + 1] = lineCost[t] - std::log(voicedInLine * voice + (1 - voicedInLine) * (1 - voice));
-        pauseCost[t] = -std::log(voicedInPause * voice + (1 - voicedInPause) * (1 - voice));
+        const VoiceCosts costs = voiceCosts(ranks[t]);
+        lineCost[t + 1] = lineCost[t] + costs.inLine;
+        pauseCost[t] = costs.inPause;
     }
     // settled[t]: the least cost of the lines so far with the last of them (or the start)
     // followed by a pause up to frame t. For each line, `length[t]` is the length of the best
@@ -172,6 +168,22 @@ int syllableCount(const QString &word)
     return std::max(count, 1);
 }
 
+QStringList wordsOf(const QString &line)
+{
+    static const QRegularExpression spaces(QStringLiteral("\\s+"));
+    return line.split(spaces, Qt::SkipEmptyParts);
+}
+
+std::vector<double> syllableBounds(const QStringList &words)
+{
+    std::vector<double> bounds{0};
+    for (const QString &word : words)
+        bounds.push_back(bounds.back() + syllableCount(word));
+    for (double &bound : bounds)
+        bound /= std::max(bounds.back(), 1.0);
+    return bounds;
+}
+
 std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track, const QStringList &lines)
 {
     const double step = track.frameSeconds;
@@ -181,7 +193,7 @@ std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track
     QList<QStringList> words;
     std::vector<double> syllables;
     for (const QString &line : lines) {
-        words << line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        words << wordsOf(line);
         double count = 0;
         for (const QString &word : words.back())
             count += syllableCount(word);
@@ -206,13 +218,11 @@ std::optional<QList<QList<AlignedWord>>> layLinesOnVoice(const VoiceTrack &track
         const Stretch &stretch = (*stretches)[std::size_t(line)];
         const double from = double(stretch.start) * step;
         const double lineLength = double(stretch.end - stretch.start) * step;
-        double before = 0;
+        const std::vector<double> bounds = syllableBounds(words.at(line));
         QList<AlignedWord> lineWords;
-        for (const QString &word : words.at(line)) {
-            const double share = syllableCount(word) / syllables[std::size_t(line)];
-            lineWords << AlignedWord{word, from + lineLength * before, from + lineLength * (before + share), 0};
-            before += share;
-        }
+        for (qsizetype word = 0; word < words.at(line).size(); ++word)
+            lineWords << AlignedWord{words.at(line).at(word), from + lineLength * bounds[std::size_t(word)],
+                                     from + lineLength * bounds[std::size_t(word) + 1], 0};
         placed << lineWords;
     }
     return placed;

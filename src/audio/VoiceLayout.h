@@ -16,6 +16,13 @@ namespace quillvane {
 // to the track; nothing when the levels do not split (silence, one steady sound).
 std::optional<double> voicedFrames(const std::vector<double> &levels);
 
+// The words of a lyric line: its runs of characters between white space.
+QStringList wordsOf(const QString &line);
+
+// Where each of a line's words starts, and where the last ends, as shares of the line by their
+// syllables: one more value than words, from 0 to 1.
+std::vector<double> syllableBounds(const QStringList &words);
+
 // The number of sung syllables a written word stands for: its groups of vowels, at least one.
 int syllableCount(const QString &word);
 

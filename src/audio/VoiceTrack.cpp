@@ -208,6 +208,14 @@ std::vector<double> loudnessRanks(const std::vector<double> &levels)
     return ranks;
 }
 
+VoiceCosts voiceCosts(double voiceChance)
+{
+    constexpr double voicedInLine = 0.7;
+    constexpr double voicedInPause = 0.15;
+    return {-std::log(voicedInLine * voiceChance + (1 - voicedInLine) * (1 - voiceChance)),
+            -std::log(voicedInPause * voiceChance + (1 - voicedInPause) * (1 - voiceChance))};
+}
+
 VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel)
 {
     PcmDecoder audio(audioPath, 2);

@@ -36,4 +36,13 @@ VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken 
 // chance it is voiced, without any fixed level, so a quiet recording and a loud one read alike.
 std::vector<double> loudnessRanks(const std::vector<double> &levels);
 
+// What a frame costs, given its chance of voice (its loudness rank), inside a sung line and in
+// a pause between lines: breaths and short rests fall inside lines too, so a line's frame is
+// expected voiced seven times in ten, a pause's about once in seven.
+struct VoiceCosts {
+    double inLine = 0;
+    double inPause = 0;
+};
+VoiceCosts voiceCosts(double voiceChance);
+
 } // namespace quillvane
