@@ -40,6 +40,10 @@ constexpr double hummedPhoneProbability = 1e-4;
 constexpr double leastFoundShare = 0.5;
 // A sung word held longer than this is the recognizer swallowing music, not a word heard.
 constexpr double longestWord = 3.0;
+// A found word further than this from both found neighbours, plus `strayPerSyllable` for
+// each syllable sung between them, was fitted into the music.
+constexpr double strayGap = 4.0;
+constexpr double strayPerSyllable = 1.0;
 // Every phone of the model, each also a word of its own for the humming.
 const char *const modelPhones[] = {"AA", "AE", "AH", "AO", "AW", "AY", "B",  "CH", "D",  "DH", "EH", "ER", "EY",
                                    "F",  "G",  "HH", "IH", "IY", "JH", "K",  "L",  "M",  "N",  "NG", "OW", "OY",
@@ -234,6 +238,8 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     const bool heardEnough = double(found) >= leastFoundShare * double(wordNames.size());
     if (heardEnough && found == words.size())
         return SpeechAligner::fillUnplaced(lines, duration);
+    if (heardEnough)
+        lines = SpeechAligner::dropStrayWords(lines);
     // The words not heard, or all of them when too few were heard to trust, are followed
     // through the song as espeak-ng speaks them, held near the words heard; spreading them
     // evenly between heard neighbours, or laying lines by loudness alone, is the last resort.
@@ -274,6 +280,39 @@ QCoro::Task<QList<QList<AlignedWord>>> SpeechAligner::align(QString audioPath, Q
     auto aligning
         = onWorkerThread([work = Work{m_model, audioPath, lines, onProgress, cancel}] { return alignWords(work); });
     co_return co_await aligning;
+}
+
+QList<QList<AlignedWord>> SpeechAligner::dropStrayWords(QList<QList<AlignedWord>> lines)
+{
+    struct Found {
+        AlignedWord *word;
+        int syllablesBefore; // lyric syllables sung before this word in the whole song
+    };
+    std::vector<Found> found;
+    int syllables = 0;
+    for (QList<AlignedWord> &line : lines)
+        for (AlignedWord &word : line) {
+            if (word.confidence > 0)
+                found.push_back({&word, syllables});
+            syllables += syllableCount(word.text);
+        }
+    // How far apart two found words may lie: a breath or a short break, and a slow syllable
+    // for every syllable between them.
+    const auto near = [&](const Found &earlier, const Found &later) {
+        const int between = later.syllablesBefore - earlier.syllablesBefore - syllableCount(earlier.word->text);
+        return later.word->start - earlier.word->end <= strayGap + strayPerSyllable * std::max(0, between);
+    };
+    std::vector<bool> stray(found.size(), false);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const bool hasBefore = i > 0;
+        const bool hasAfter = i + 1 < found.size();
+        stray[i] = (hasBefore || hasAfter) && !(hasBefore && near(found[i - 1], found[i]))
+                   && !(hasAfter && near(found[i], found[i + 1]));
+    }
+    for (std::size_t i = 0; i < found.size(); ++i)
+        if (stray[i])
+            found[i].word->confidence = 0;
+    return lines;
 }
 
 QList<QList<AlignedWord>> SpeechAligner::fillUnplaced(QList<QList<AlignedWord>> lines, double duration,

@@ -27,6 +27,11 @@ public:
     // the found word after them when in its line, whole lines between spread evenly over the
     // gap. Each guessed word lasts at most `guessedLength` seconds; nothing ends past
     // `duration`. Throws AlignmentError::notFound when no word was found.
+    // Words the recognizer found far from every other found word (by more than a few seconds
+    // plus a second for each lyric syllable between them) set back to not found: the
+    // recognizer fits a short word into an intro or a break when it cannot hear the singer,
+    // and one such word would drag its whole line there.
+    static QList<QList<AlignedWord>> dropStrayWords(QList<QList<AlignedWord>> lines);
     static QList<QList<AlignedWord>> fillUnplaced(QList<QList<AlignedWord>> lines, double duration,
                                                   double guessedLength = 0.4);
 

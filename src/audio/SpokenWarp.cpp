@@ -29,6 +29,8 @@ constexpr double firstWindowMiddle = 0.032;
 // misheard word can bend it.
 constexpr double heardReach = 0.5;
 constexpr double awayFromHeard = 2.0;
+// The longest a sung syllable (with a breath) is taken to last inside a line.
+constexpr double slowestSyllable = 1.0;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // Each coefficient brought to zero mean and unit spread over the track, then each frame to
@@ -76,6 +78,41 @@ std::vector<std::vector<Span>> wordFrames(const QList<QStringList> &words, const
         frames.push_back(spans);
     }
     return frames;
+}
+
+// A line is sung in one breath or a few: a word followed by the path in a line where other
+// words were heard is kept within `slowestSyllable` per syllable (and a breath) of the nearest
+// heard word before it or after it, rather than left seconds away in an intro or a break.
+void keepLinesTogether(QList<QList<AlignedWord>> &placed)
+{
+    for (QList<AlignedWord> &line : placed) {
+        qsizetype lastHeard = -1;
+        int syllablesSince = 0;
+        for (qsizetype place = 0; place < line.size(); ++place) {
+            AlignedWord &word = line[place];
+            if (word.confidence > 0) {
+                lastHeard = place;
+                syllablesSince = 0;
+            } else if (lastHeard >= 0) {
+                word.start = std::min(word.start, line.at(lastHeard).end + slowestSyllable * (syllablesSince + 1));
+                syllablesSince += syllableCount(word.text);
+            }
+        }
+        qsizetype nextHeard = -1;
+        int syllablesUntil = 0;
+        for (qsizetype place = line.size(); place-- > 0;) {
+            AlignedWord &word = line[place];
+            if (word.confidence > 0) {
+                nextHeard = place;
+                syllablesUntil = 0;
+            } else if (nextHeard >= 0) {
+                syllablesUntil += syllableCount(word.text);
+                word.start = std::max(word.start, line.at(nextHeard).start - slowestSyllable * syllablesUntil);
+            }
+        }
+        for (AlignedWord &word : line)
+            word.end = std::max(word.end, word.start);
+    }
 }
 
 // A word followed by the path may still land before a heard word it follows (or after one it
@@ -257,6 +294,7 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
         }
         placed << lineWords;
     }
+    keepLinesTogether(placed);
     keepInOrder(placed);
     return placed;
 }

@@ -243,6 +243,39 @@ TEST(SpeechAligner, FillsUnplacedWordsBetweenFoundNeighbours)
     EXPECT_THROW(SpeechAligner::fillUnplaced({{missing}}, 5), AlignmentError);
 }
 
+TEST(SpeechAligner, SetsBackFoundWordsFarFromEveryOtherFoundWord)
+{
+    // One line: "-" is a word not found, a found word is "text@start".
+    struct Case {
+        const char *name;
+        const char *words;
+        QList<bool> kept; // for the found words, in order
+    };
+    const Case cases[] = {
+        {"a short word fitted into the intro", "un@2.4 fantasma que@15.4 se@17.4", {false, true, true}},
+        {"the first words after a long break", "a@10 b@10.5 c@60 d@60.5", {true, true, true, true}},
+        {"found words far apart with many syllables between", "a@10 - - - - - - - - - - - - b@25", {true, true}},
+        {"a lone word between two breaks", "a@10 b@10.5 x@30 c@50 d@50.5", {true, true, false, true, true}},
+        {"the only word found", "- a@40 -", {true}},
+    };
+    for (const Case &c : cases) {
+        QList<AlignedWord> line;
+        for (const QString &word : QString::fromUtf8(c.words).split(QLatin1Char(' '))) {
+            const QStringList parts = word.split(QLatin1Char('@'));
+            line << (parts.size() == 2 ? AlignedWord{parts[0], parts[1].toDouble(), parts[1].toDouble() + 0.3, 1}
+                                       : AlignedWord{word, 0, 0, 0});
+        }
+        const QList<QList<AlignedWord>> checked = SpeechAligner::dropStrayWords({line});
+        QList<bool> kept;
+        for (qsizetype i = 0; i < line.size(); ++i)
+            if (line[i].confidence > 0) {
+                kept << (checked[0][i].confidence > 0);
+                EXPECT_EQ(checked[0][i].start, line[i].start) << c.name;
+            }
+        EXPECT_EQ(kept, c.kept) << c.name;
+    }
+}
+
 TEST(Pronunciation, GuessesTheLanguageFromCommonWords)
 {
     const struct {
