@@ -85,6 +85,11 @@ std::vector<std::vector<Span>> wordFrames(const QList<QStringList> &words, const
 // heard word before it or after it, rather than left seconds away in an intro or a break.
 void keepLinesTogether(QList<QList<AlignedWord>> &placed)
 {
+    // A moved word keeps the length the path gave it.
+    const auto moveTo = [](AlignedWord &word, double start) {
+        word.end += start - word.start;
+        word.start = start;
+    };
     for (QList<AlignedWord> &line : placed) {
         qsizetype lastHeard = -1;
         int syllablesSince = 0;
@@ -94,7 +99,7 @@ void keepLinesTogether(QList<QList<AlignedWord>> &placed)
                 lastHeard = place;
                 syllablesSince = 0;
             } else if (lastHeard >= 0) {
-                word.start = std::min(word.start, line.at(lastHeard).end + slowestSyllable * (syllablesSince + 1));
+                moveTo(word, std::min(word.start, line.at(lastHeard).end + slowestSyllable * (syllablesSince + 1)));
                 syllablesSince += syllableCount(word.text);
             }
         }
@@ -107,11 +112,9 @@ void keepLinesTogether(QList<QList<AlignedWord>> &placed)
                 syllablesUntil = 0;
             } else if (nextHeard >= 0) {
                 syllablesUntil += syllableCount(word.text);
-                word.start = std::max(word.start, line.at(nextHeard).start - slowestSyllable * syllablesUntil);
+                moveTo(word, std::max(word.start, line.at(nextHeard).start - slowestSyllable * syllablesUntil));
             }
         }
-        for (AlignedWord &word : line)
-            word.end = std::max(word.end, word.start);
     }
 }
 
