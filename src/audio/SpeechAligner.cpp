@@ -107,19 +107,29 @@ Fsg lyricsGrammar(ps_decoder_t *decoder, const QStringList &wordNames)
     return fsg;
 }
 
-std::vector<int16_t> wholeSong(const QString &audioPath, const CancelToken &cancel)
+// The whole song decoded once, left and right interleaved: the recognizer hears their mix,
+// the voice is listened for in their middle.
+std::vector<int16_t> wholeSongInStereo(const QString &audioPath, const CancelToken &cancel)
 {
-    PcmDecoder audio(audioPath);
+    PcmDecoder audio(audioPath, 2);
     std::vector<int16_t> samples;
     for (;;) {
         cancel.throwIfCancelled();
-        const std::vector<int16_t> more = audio.read(30 * PcmDecoder::sampleRate);
+        const std::vector<int16_t> more = audio.read(std::size_t(30 * PcmDecoder::sampleRate) * 2);
         if (audio.failed())
             throw AlignmentError::failed(QStringLiteral("the audio file could not be decoded."));
         if (more.empty())
             return samples;
         samples.insert(samples.end(), more.begin(), more.end());
     }
+}
+
+std::vector<int16_t> mixedToMono(const std::vector<int16_t> &stereo)
+{
+    std::vector<int16_t> mono(stereo.size() / 2);
+    for (std::size_t i = 0; i < mono.size(); ++i)
+        mono[i] = int16_t((int(stereo[2 * i]) + int(stereo[2 * i + 1])) / 2);
+    return mono;
 }
 
 struct Work {
@@ -180,7 +190,8 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
         throw AlignmentError::notFound();
     for (const char *phone : modelPhones)
         ps_add_word(decoder.get(), (QByteArray("g") + phone).constData(), phone, FALSE);
-    const std::vector<int16_t> samples = wholeSong(work.audioPath, work.cancel);
+    const std::vector<int16_t> stereo = wholeSongInStereo(work.audioPath, work.cancel);
+    const std::vector<int16_t> samples = mixedToMono(stereo);
     const double duration = double(samples.size()) / PcmDecoder::sampleRate;
 
     // Where each line's words start in the flat word list.
@@ -245,7 +256,7 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     // evenly between heard neighbours, or laying lines by loudness alone, is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
-    const VoiceTrack song = listenForVoice(work.audioPath, work.cancel);
+    const VoiceTrack song = listenForVoice(stereo, work.cancel);
     if (const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel))
         if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel,
                                                heardEnough ? lines : QList<QList<AlignedWord>>{}))
