@@ -252,12 +252,14 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     if (heardEnough)
         lines = SpeechAligner::dropStrayWords(lines);
     // The words not heard, or all of them when too few were heard to trust, are followed
-    // through the song as espeak-ng speaks them, held near the words heard; spreading them
-    // evenly between heard neighbours, or laying lines by loudness alone, is the last resort.
+    // through the song as espeak-ng speaks them, held near the words heard, when the song
+    // follows the lyrics in their order better than out of it; spreading them evenly between
+    // heard neighbours, or laying lines by loudness alone, is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
     const VoiceTrack song = listenForVoice(stereo, work.cancel);
-    if (const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel))
+    const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel);
+    if (spoken && songFollowsSpokenOrder(song, *spoken, work.cancel))
         if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel,
                                                heardEnough ? lines : QList<QList<AlignedWord>>{}))
             return *followed;

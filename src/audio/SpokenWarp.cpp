@@ -161,20 +161,27 @@ private:
     std::vector<std::uint8_t> m_bits;
 };
 
-// For each song frame, the template frame the least-cost path is on; nothing when no path
-// reaches the template's end.
+struct Followed {
+    // For each song frame, the template frame the path is on (empty unless asked for).
+    std::vector<std::size_t> path;
+    double cost = 0;
+};
+
+// The least-cost path through the song and the template, its cost, and its frames when
+// `tracePath`; nothing when no path reaches the template's end.
 // `allowed` holds, for each template frame, the first and last song frame it goes with
 // freely; beyond them each frame costs `awayFromHeard` more.
-std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken,
-                                                      const std::vector<bool> &isSpeech, const std::vector<Span> &allowed,
-                                                      const CancelToken &cancel)
+std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken, const std::vector<bool> &isSpeech,
+                                      const std::vector<Span> &allowed, bool tracePath, const CancelToken &cancel)
 {
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
     const std::vector<Timbre> heard = normalised(song.timbre);
     const std::vector<Timbre> said = normalised(spoken.timbre);
     const std::vector<double> voiced = loudnessRanks(song.levels);
-    Strides strides(songFrames, templateFrames);
+    std::optional<Strides> strides;
+    if (tracePath)
+        strides.emplace(songFrames, templateFrames);
     std::vector<double> cost(templateFrames);
     std::vector<double> total(templateFrames, infinity);
     std::vector<double> next(templateFrames);
@@ -208,20 +215,87 @@ std::optional<std::vector<std::size_t>> leastCostPath(const VoiceTrack &song, co
                     best = stride;
                 }
             next[i] = least + cost[i];
-            strides.set(t, i, best);
+            if (strides)
+                strides->set(t, i, best);
         }
         std::swap(total, next);
     }
     if (!std::isfinite(total.back()))
         return std::nullopt;
-    std::vector<std::size_t> path(songFrames);
+    Followed followed{{}, total.back()};
+    if (!strides)
+        return followed;
+    followed.path.resize(songFrames);
     std::size_t i = templateFrames - 1;
     for (std::size_t t = songFrames; t-- > 0;) {
-        path[t] = i;
+        followed.path[t] = i;
         if (t > 0)
-            i -= strides.get(t, i);
+            i -= strides->get(t, i);
     }
-    return path;
+    return followed;
+}
+
+// The template as the song was heard, each line's frames and which frames are speech.
+struct Template {
+    VoiceTrack track;
+    std::vector<Span> lineFrames;
+    std::vector<bool> isSpeech;
+};
+
+Template heardTemplate(const SpokenLyrics &spokenLyrics, const CancelToken &cancel)
+{
+    Template heard{listenForVoice(spokenLyrics.stereo, cancel), {}, {}};
+    // A template frame belongs to a line when the middle of its first window falls in it.
+    const double instantsPerFrame = heard.track.frameSeconds * PcmDecoder::sampleRate;
+    const double middleInstant = firstWindowMiddle * PcmDecoder::sampleRate;
+    const auto frameFrom = [&](std::size_t instant) {
+        return std::size_t(std::max(0.0, std::ceil((double(instant) - middleInstant) / instantsPerFrame)));
+    };
+    for (const auto &[first, after] : spokenLyrics.lineSpans)
+        heard.lineFrames.emplace_back(frameFrom(first), frameFrom(after));
+    heard.isSpeech.assign(heard.track.timbre.size(), false);
+    for (const auto &[first, after] : heard.lineFrames)
+        for (std::size_t i = first; i < std::min(after, heard.isSpeech.size()); ++i)
+            heard.isSpeech[i] = true;
+    return heard;
+}
+
+bool canFollow(const VoiceTrack &song, const VoiceTrack &spoken)
+{
+    const std::size_t songFrames = song.timbre.size();
+    const std::size_t templateFrames = spoken.timbre.size();
+    return songFrames >= 2 && templateFrames >= 2 && song.levels.size() == songFrames
+        && songFrames * templateFrames <= largestSearch && voicedFrames(song.levels);
+}
+
+// The same spoken lines in another order: each line with the silence before it moves as one
+// piece, the silence after the last stays at the end.
+SpokenLyrics inOrder(const SpokenLyrics &spoken, const std::vector<std::size_t> &order)
+{
+    SpokenLyrics moved;
+    const auto &spans = spoken.lineSpans;
+    for (const std::size_t line : order) {
+        const std::size_t from = line == 0 ? 0 : spans[line - 1].second;
+        const std::size_t silence = spans[line].first - from;
+        const std::size_t at = moved.stereo.size() / 2;
+        moved.stereo.insert(moved.stereo.end(), spoken.stereo.begin() + std::ptrdiff_t(2 * from),
+                            spoken.stereo.begin() + std::ptrdiff_t(2 * spans[line].second));
+        moved.lineSpans.emplace_back(at + silence, at + spans[line].second - from);
+    }
+    moved.stereo.insert(moved.stereo.end(), spoken.stereo.begin() + std::ptrdiff_t(2 * spans.back().second),
+                        spoken.stereo.end());
+    return moved;
+}
+
+std::optional<double> followingCost(const VoiceTrack &song, const SpokenLyrics &spokenLyrics, const CancelToken &cancel)
+{
+    const Template spoken = heardTemplate(spokenLyrics, cancel);
+    if (!canFollow(song, spoken.track))
+        return std::nullopt;
+    const std::vector<Span> anywhere(spoken.track.timbre.size(), {0, song.timbre.size()});
+    const std::optional<Followed> followed
+        = leastCostPath(song, spoken.track, spoken.isSpeech, anywhere, false, cancel);
+    return followed ? std::optional<double>(followed->cost) : std::nullopt;
 }
 
 } // namespace
@@ -230,16 +304,9 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
                                                             const QStringList &lines, const CancelToken &cancel,
                                                             const QList<QList<AlignedWord>> &heard)
 {
-    const VoiceTrack spoken = listenForVoice(spokenLyrics.stereo, cancel);
-    // A template frame belongs to a line when the middle of its first window falls in it.
-    const double instantsPerFrame = spoken.frameSeconds * PcmDecoder::sampleRate;
-    const double middleInstant = firstWindowMiddle * PcmDecoder::sampleRate;
-    const auto frameFrom = [&](std::size_t instant) {
-        return std::size_t(std::max(0.0, std::ceil((double(instant) - middleInstant) / instantsPerFrame)));
-    };
-    std::vector<Span> lineFrames;
-    for (const auto &[first, after] : spokenLyrics.lineSpans)
-        lineFrames.emplace_back(frameFrom(first), frameFrom(after));
+    const Template heardSpoken = heardTemplate(spokenLyrics, cancel);
+    const VoiceTrack &spoken = heardSpoken.track;
+    const std::vector<Span> &lineFrames = heardSpoken.lineFrames;
     QList<QStringList> words;
     for (const QString &line : lines)
         words << wordsOf(line);
@@ -252,14 +319,8 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
                 return false;
         return true;
     }());
-    if (songFrames < 2 || templateFrames < 2 || song.levels.size() != songFrames
-        || lineFrames.size() != std::size_t(lines.size()) || !shapesAgree || songFrames * templateFrames > largestSearch
-        || !voicedFrames(song.levels))
+    if (!canFollow(song, spoken) || lineFrames.size() != std::size_t(lines.size()) || !shapesAgree)
         return std::nullopt;
-    std::vector<bool> isSpeech(templateFrames, false);
-    for (const auto &[first, after] : lineFrames)
-        for (std::size_t i = first; i < std::min(after, templateFrames); ++i)
-            isSpeech[i] = true;
     const std::vector<std::vector<Span>> frames = wordFrames(words, lineFrames);
     // A heard word draws its template frames to the song frames around where it was heard.
     std::vector<Span> allowed(templateFrames, {0, songFrames});
@@ -275,14 +336,16 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
             for (std::size_t i = first; i < std::min(after, templateFrames); ++i)
                 allowed[i] = {std::size_t(from), std::size_t(to)};
         }
-    const std::optional<std::vector<std::size_t>> path = leastCostPath(song, spoken, isSpeech, allowed, cancel);
-    if (!path)
+    const std::optional<Followed> followed
+        = leastCostPath(song, spoken, heardSpoken.isSpeech, allowed, true, cancel);
+    if (!followed)
         return std::nullopt;
+    const std::vector<std::size_t> &path = followed->path;
 
     // When the path first reaches each template frame, in seconds of the song.
     std::vector<double> reachedAt(templateFrames + 1, double(songFrames) * step);
     for (std::size_t t = 0, i = 0; t < songFrames; ++t)
-        for (; i <= (*path)[t]; ++i)
+        for (; i <= path[t]; ++i)
             reachedAt[i] = double(t) * step + firstWindowMiddle;
 
     QList<QList<AlignedWord>> placed;
@@ -300,6 +363,27 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     keepLinesTogether(placed);
     keepInOrder(placed);
     return placed;
+}
+
+bool songFollowsSpokenOrder(const VoiceTrack &song, const SpokenLyrics &spoken, const CancelToken &cancel)
+{
+    const std::size_t lines = spoken.lineSpans.size();
+    if (lines < 2)
+        return true;
+    std::vector<std::size_t> reversed(lines);
+    std::iota(reversed.rbegin(), reversed.rend(), std::size_t(0));
+    std::vector<std::size_t> halvesSwapped(lines);
+    for (std::size_t i = 0; i < lines; ++i)
+        halvesSwapped[i] = (i + lines / 2) % lines;
+    const std::optional<double> asWritten = followingCost(song, spoken, cancel);
+    if (!asWritten)
+        return false;
+    for (const auto &order : {reversed, halvesSwapped}) {
+        const std::optional<double> otherwise = followingCost(song, inOrder(spoken, order), cancel);
+        if (otherwise && *otherwise <= *asWritten)
+            return false;
+    }
+    return true;
 }
 
 } // namespace quillvane

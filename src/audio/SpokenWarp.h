@@ -29,4 +29,12 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
                                                             const QStringList &lines, const CancelToken &cancel,
                                                             const QList<QList<AlignedWord>> &heard = {});
 
+// Whether the song follows the spoken lyrics better in their own order than in two others,
+// the lines reversed and the second half of them before the first: the least-cost path costs
+// less with the lyrics as written than with either. When it does not, their sounds tell
+// nothing of where they are sung on this track (a voice too unlike espeak-ng's, a band that
+// sounds more like speech than the singer does) and following them would place lines by
+// chance. A single line has no order to tell; false when the song cannot be followed at all.
+bool songFollowsSpokenOrder(const VoiceTrack &song, const SpokenLyrics &spoken, const CancelToken &cancel);
+
 } // namespace quillvane

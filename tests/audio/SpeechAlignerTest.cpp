@@ -328,8 +328,9 @@ const struct {
 
 // The spoken lyrics followed through the song: every line starts where it is sung, with the
 // band's breaks between lines and with lines sung back to back, where only the sounds tell one
-// line from the next, and so it does when some words were heard already; silence gives
-// nothing to follow.
+// line from the next, and so it does when some words were heard already; the song is told to
+// follow the lyrics as written and not the same lines reversed; silence gives nothing to
+// follow.
 TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
 {
     if (QStandardPaths::findExecutable(QStringLiteral("espeak-ng")).isEmpty())
@@ -343,6 +344,11 @@ TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
             const std::optional<SpokenLyrics> template_ = speakLyrics(c.lines, voice, {});
             ASSERT_TRUE(template_) << c.voice;
             const VoiceTrack song = listenForVoice(recording.path, {});
+            // The song follows the lyrics in their order, not in the reverse of it.
+            EXPECT_TRUE(songFollowsSpokenOrder(song, *template_, {})) << c.voice << " pause " << pause;
+            const QStringList reversed(c.lines.rbegin(), c.lines.rend());
+            EXPECT_FALSE(songFollowsSpokenOrder(song, *speakLyrics(reversed, voice, {}), {}))
+                << c.voice << " pause " << pause;
             const auto laid = warpSpokenOntoSong(song, *template_, c.lines, {});
             ASSERT_TRUE(laid) << c.voice;
             ASSERT_EQ(laid->size(), c.lines.size()) << c.voice;
@@ -375,6 +381,8 @@ TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
     ASSERT_TRUE(writeWav(silence, std::vector<float>(10 * rate)));
     const QStringList lines{QStringLiteral("nothing sung here")};
     EXPECT_FALSE(warpSpokenOntoSong(listenForVoice(silence, {}), *speakLyrics(lines, QStringLiteral("en-us"), {}), lines, {}));
+    const QStringList two{QStringLiteral("nothing sung here"), QStringLiteral("nor here")};
+    EXPECT_FALSE(songFollowsSpokenOrder(listenForVoice(silence, {}), *speakLyrics(two, QStringLiteral("en-us"), {}), {}));
 }
 
 // Lines laid by the voice alone, where no word is heard: each line starts where its first word
