@@ -259,9 +259,11 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
     const VoiceTrack song = listenForVoice(stereo, work.cancel);
     const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel);
-    if (spoken && songFollowsSpokenOrder(song, *spoken, work.cancel))
+    const std::optional<double> holdPrice
+        = spoken ? holdPriceFollowingOrder(song, *spoken, work.cancel) : std::nullopt;
+    if (holdPrice)
         if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel,
-                                               heardEnough ? lines : QList<QList<AlignedWord>>{}))
+                                               heardEnough ? lines : QList<QList<AlignedWord>>{}, *holdPrice))
             return *followed;
     if (heardEnough)
         return SpeechAligner::fillUnplaced(lines, duration);

@@ -31,6 +31,10 @@ constexpr double heardReach = 0.5;
 constexpr double awayFromHeard = 2.0;
 // The longest a sung syllable (with a breath) is taken to last inside a line.
 constexpr double slowestSyllable = 1.0;
+// The prices of holding one spoken sound for one more song frame that are tried: nothing for a
+// singer who stretches every vowel over a slow ballad, up to about what a song frame's loudness
+// weighs, for one as quick and even as speech.
+constexpr double holdPrices[] = {0.0, 0.2, 0.5, 1.0};
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // Each coefficient brought to zero mean and unit spread over the track, then each frame to
@@ -170,9 +174,11 @@ struct Followed {
 // The least-cost path through the song and the template, its cost, and its frames when
 // `tracePath`; nothing when no path reaches the template's end.
 // `allowed` holds, for each template frame, the first and last song frame it goes with
-// freely; beyond them each frame costs `awayFromHeard` more.
+// freely; beyond them each frame costs `awayFromHeard` more. Each song frame that holds a
+// spoken sound (not a silence between lines) costs `holdPrice` more.
 std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken, const std::vector<bool> &isSpeech,
-                                      const std::vector<Span> &allowed, bool tracePath, const CancelToken &cancel)
+                                      const std::vector<Span> &allowed, double holdPrice, bool tracePath,
+                                      const CancelToken &cancel)
 {
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
@@ -208,7 +214,7 @@ std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &
         }
         for (std::size_t i = 0; i < templateFrames; ++i) {
             std::size_t best = 0;
-            double least = total[i];
+            double least = total[i] + (isSpeech[i] ? holdPrice : 0.0);
             for (std::size_t stride = 1; stride <= std::min(longestStride, i); ++stride)
                 if (total[i - stride] < least) {
                     least = total[i - stride];
@@ -287,14 +293,14 @@ SpokenLyrics inOrder(const SpokenLyrics &spoken, const std::vector<std::size_t> 
     return moved;
 }
 
-std::optional<double> followingCost(const VoiceTrack &song, const SpokenLyrics &spokenLyrics, const CancelToken &cancel)
+std::optional<double> followingCost(const VoiceTrack &song, const Template &spoken, double holdPrice,
+                                    const CancelToken &cancel)
 {
-    const Template spoken = heardTemplate(spokenLyrics, cancel);
     if (!canFollow(song, spoken.track))
         return std::nullopt;
     const std::vector<Span> anywhere(spoken.track.timbre.size(), {0, song.timbre.size()});
     const std::optional<Followed> followed
-        = leastCostPath(song, spoken.track, spoken.isSpeech, anywhere, false, cancel);
+        = leastCostPath(song, spoken.track, spoken.isSpeech, anywhere, holdPrice, false, cancel);
     return followed ? std::optional<double>(followed->cost) : std::nullopt;
 }
 
@@ -302,7 +308,7 @@ std::optional<double> followingCost(const VoiceTrack &song, const SpokenLyrics &
 
 std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spokenLyrics,
                                                             const QStringList &lines, const CancelToken &cancel,
-                                                            const QList<QList<AlignedWord>> &heard)
+                                                            const QList<QList<AlignedWord>> &heard, double holdPrice)
 {
     const Template heardSpoken = heardTemplate(spokenLyrics, cancel);
     const VoiceTrack &spoken = heardSpoken.track;
@@ -337,7 +343,7 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
                 allowed[i] = {std::size_t(from), std::size_t(to)};
         }
     const std::optional<Followed> followed
-        = leastCostPath(song, spoken, heardSpoken.isSpeech, allowed, true, cancel);
+        = leastCostPath(song, spoken, heardSpoken.isSpeech, allowed, holdPrice, true, cancel);
     if (!followed)
         return std::nullopt;
     const std::vector<std::size_t> &path = followed->path;
@@ -365,25 +371,38 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     return placed;
 }
 
-bool songFollowsSpokenOrder(const VoiceTrack &song, const SpokenLyrics &spoken, const CancelToken &cancel)
+std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                              const CancelToken &cancel)
 {
     const std::size_t lines = spoken.lineSpans.size();
     if (lines < 2)
-        return true;
+        return canFollow(song, heardTemplate(spoken, cancel).track) ? std::optional<double>(0.0) : std::nullopt;
     std::vector<std::size_t> reversed(lines);
     std::iota(reversed.rbegin(), reversed.rend(), std::size_t(0));
     std::vector<std::size_t> halvesSwapped(lines);
     for (std::size_t i = 0; i < lines; ++i)
         halvesSwapped[i] = (i + lines / 2) % lines;
-    const std::optional<double> asWritten = followingCost(song, spoken, cancel);
-    if (!asWritten)
-        return false;
-    for (const auto &order : {reversed, halvesSwapped}) {
-        const std::optional<double> otherwise = followingCost(song, inOrder(spoken, order), cancel);
-        if (otherwise && *otherwise <= *asWritten)
-            return false;
+    const Template asWritten = heardTemplate(spoken, cancel);
+    const Template others[] = {heardTemplate(inOrder(spoken, reversed), cancel),
+                               heardTemplate(inOrder(spoken, halvesSwapped), cancel)};
+    std::optional<double> chosen;
+    double widestMargin = 0;
+    for (const double price : holdPrices) {
+        const std::optional<double> written = followingCost(song, asWritten, price, cancel);
+        if (!written || !(*written > 0))
+            return std::nullopt;
+        // The margin is a share of the path's cost, so that prices that make every path dearer
+        // are weighed alike.
+        double margin = std::numeric_limits<double>::infinity();
+        for (const Template &other : others)
+            if (const std::optional<double> cost = followingCost(song, other, price, cancel))
+                margin = std::min(margin, (*cost - *written) / *written);
+        if (margin > widestMargin) {
+            widestMargin = margin;
+            chosen = price;
+        }
     }
-    return true;
+    return chosen;
 }
 
 } // namespace quillvane

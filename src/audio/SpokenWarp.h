@@ -22,19 +22,26 @@ namespace quillvane {
 // words with confidence above 0 where found) keep their times and hold the path to within half
 // a second of them, so only the words between are followed. The other words take their
 // syllables' share of their line in the template and follow the path from there, with
-// confidence 0 since none was heard on its own. Nothing when either track is empty, the song
+// confidence 0 since none was heard on its own. `holdPrice` is what each song frame that holds
+// a spoken sound costs (see holdPriceFollowingOrder). Nothing when either track is empty, the song
 // holds no voice (silence, a steady tone) or is too short to hold the template, the heard words
 // do not fit the lyrics or one path, or the search would be too large to hold in memory.
 std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &song, const SpokenLyrics &spoken,
                                                             const QStringList &lines, const CancelToken &cancel,
-                                                            const QList<QList<AlignedWord>> &heard = {});
+                                                            const QList<QList<AlignedWord>> &heard = {},
+                                                            double holdPrice = 0);
 
-// Whether the song follows the spoken lyrics better in their own order than in two others,
-// the lines reversed and the second half of them before the first: the least-cost path costs
-// less with the lyrics as written than with either. When it does not, their sounds tell
-// nothing of where they are sung on this track (a voice too unlike espeak-ng's, a band that
-// sounds more like speech than the singer does) and following them would place lines by
-// chance. A single line has no order to tell; false when the song cannot be followed at all.
-bool songFollowsSpokenOrder(const VoiceTrack &song, const SpokenLyrics &spoken, const CancelToken &cancel);
+// How freely a spoken sound may be held while the song goes on, as the price of each song
+// frame it is held: a singer may stretch every vowel of a slow ballad or rap as quickly as
+// espeak-ng speaks, and the path must neither crawl through a quick song nor race through a
+// slow one. Of a few prices, the one under which the song follows the lyrics as written most
+// clearly better than in two other orders (the lines reversed, the second half of them before
+// the first), the least-cost path costing the least share less. Nothing when under none does
+// it: their sounds tell nothing of where they are sung on this track (a voice too unlike
+// espeak-ng's, a band that sounds more like speech than the singer does) and following them
+// would place lines by chance; nothing as well when the song cannot be followed at all. A
+// single line has no order to tell and is followed freely.
+std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                              const CancelToken &cancel);
 
 } // namespace quillvane

@@ -345,9 +345,9 @@ TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
             ASSERT_TRUE(template_) << c.voice;
             const VoiceTrack song = listenForVoice(recording.path, {});
             // The song follows the lyrics in their order, not in the reverse of it.
-            EXPECT_TRUE(songFollowsSpokenOrder(song, *template_, {})) << c.voice << " pause " << pause;
+            EXPECT_TRUE(holdPriceFollowingOrder(song, *template_, {})) << c.voice << " pause " << pause;
             const QStringList reversed(c.lines.rbegin(), c.lines.rend());
-            EXPECT_FALSE(songFollowsSpokenOrder(song, *speakLyrics(reversed, voice, {}), {}))
+            EXPECT_FALSE(holdPriceFollowingOrder(song, *speakLyrics(reversed, voice, {}), {}))
                 << c.voice << " pause " << pause;
             const auto laid = warpSpokenOntoSong(song, *template_, c.lines, {});
             ASSERT_TRUE(laid) << c.voice;
@@ -382,7 +382,7 @@ TEST(SpokenWarp, EveryLineStartsWhereItIsSung)
     const QStringList lines{QStringLiteral("nothing sung here")};
     EXPECT_FALSE(warpSpokenOntoSong(listenForVoice(silence, {}), *speakLyrics(lines, QStringLiteral("en-us"), {}), lines, {}));
     const QStringList two{QStringLiteral("nothing sung here"), QStringLiteral("nor here")};
-    EXPECT_FALSE(songFollowsSpokenOrder(listenForVoice(silence, {}), *speakLyrics(two, QStringLiteral("en-us"), {}), {}));
+    EXPECT_FALSE(holdPriceFollowingOrder(listenForVoice(silence, {}), *speakLyrics(two, QStringLiteral("en-us"), {}), {}));
 }
 
 // Lines laid by the voice alone, where no word is heard: each line starts where its first word
