@@ -253,21 +253,22 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
         lines = SpeechAligner::dropStrayWords(lines);
     // The words not heard, or all of them when too few were heard to trust, are followed
     // through the song as espeak-ng speaks them, held near the words heard, when the song
-    // follows the lyrics in their order better than out of it; spreading them evenly between
+    // follows the lyrics in their order better than out of it (in a loose middle of the mix or a
+    // strict one, whichever tells the order better); spreading them evenly between
     // heard neighbours, or laying lines by loudness alone, is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
-    const VoiceTrack song = listenForVoice(stereo, work.cancel);
     const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel);
-    const std::optional<double> holdPrice
-        = spoken ? holdPriceFollowingOrder(song, *spoken, work.cancel) : std::nullopt;
-    if (holdPrice)
-        if (auto followed = warpSpokenOntoSong(song, *spoken, work.lines, work.cancel,
-                                               heardEnough ? lines : QList<QList<AlignedWord>>{}, *holdPrice))
+    const std::optional<HeardInOrder> heard = spoken ? hearingFollowingOrder(stereo, *spoken, work.cancel) : std::nullopt;
+    if (heard)
+        if (auto followed = warpSpokenOntoSong(heard->song, *spoken, work.lines, work.cancel,
+                                               heardEnough ? lines : QList<QList<AlignedWord>>{},
+                                               heard->following.holdPrice))
             return *followed;
     if (heardEnough)
         return SpeechAligner::fillUnplaced(lines, duration);
-    const std::optional<QList<QList<AlignedWord>>> byVoice = layLinesOnVoice(song, work.lines);
+    const std::optional<QList<QList<AlignedWord>>> byVoice
+        = layLinesOnVoice(heard ? heard->song : listenForVoice(stereo, work.cancel), work.lines);
     if (!byVoice)
         throw AlignmentError::notFound();
     return *byVoice;

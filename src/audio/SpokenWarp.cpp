@@ -371,12 +371,13 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     return placed;
 }
 
-std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
-                                              const CancelToken &cancel)
+std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                                 const CancelToken &cancel)
 {
     const std::size_t lines = spoken.lineSpans.size();
     if (lines < 2)
-        return canFollow(song, heardTemplate(spoken, cancel).track) ? std::optional<double>(0.0) : std::nullopt;
+        return canFollow(song, heardTemplate(spoken, cancel).track) ? std::optional<Following>(Following{})
+                                                                    : std::nullopt;
     std::vector<std::size_t> reversed(lines);
     std::iota(reversed.rbegin(), reversed.rend(), std::size_t(0));
     std::vector<std::size_t> halvesSwapped(lines);
@@ -385,8 +386,7 @@ std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const Spok
     const Template asWritten = heardTemplate(spoken, cancel);
     const Template others[] = {heardTemplate(inOrder(spoken, reversed), cancel),
                                heardTemplate(inOrder(spoken, halvesSwapped), cancel)};
-    std::optional<double> chosen;
-    double widestMargin = 0;
+    std::optional<Following> chosen;
     for (const double price : holdPrices) {
         const std::optional<double> written = followingCost(song, asWritten, price, cancel);
         if (!written || !(*written > 0))
@@ -397,12 +397,23 @@ std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const Spok
         for (const Template &other : others)
             if (const std::optional<double> cost = followingCost(song, other, price, cancel))
                 margin = std::min(margin, (*cost - *written) / *written);
-        if (margin > widestMargin) {
-            widestMargin = margin;
-            chosen = price;
-        }
+        if (margin > (chosen ? chosen->margin : 0.0))
+            chosen = Following{price, margin};
     }
     return chosen;
+}
+
+std::optional<HeardInOrder> hearingFollowingOrder(const std::vector<int16_t> &stereo, const SpokenLyrics &spoken,
+                                                  const CancelToken &cancel)
+{
+    std::optional<HeardInOrder> best;
+    for (const double sideShare : {looseMiddle, strictMiddle}) {
+        VoiceTrack song = listenForVoice(stereo, cancel, sideShare);
+        const std::optional<Following> following = holdPriceFollowingOrder(song, spoken, cancel);
+        if (following && (!best || following->margin > best->following.margin))
+            best = HeardInOrder{std::move(song), *following};
+    }
+    return best;
 }
 
 } // namespace quillvane

@@ -36,12 +36,26 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
 // espeak-ng speaks, and the path must neither crawl through a quick song nor race through a
 // slow one. Of a few prices, the one under which the song follows the lyrics as written most
 // clearly better than in two other orders (the lines reversed, the second half of them before
-// the first), the least-cost path costing the least share less. Nothing when under none does
-// it: their sounds tell nothing of where they are sung on this track (a voice too unlike
-// espeak-ng's, a band that sounds more like speech than the singer does) and following them
-// would place lines by chance; nothing as well when the song cannot be followed at all. A
-// single line has no order to tell and is followed freely.
-std::optional<double> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
-                                              const CancelToken &cancel);
+// the first), the least-cost path costing the least share less; that share is the margin.
+// Nothing when under none does it: their sounds tell nothing of where they are sung on this
+// track (a voice too unlike espeak-ng's, a band that sounds more like speech than the singer
+// does) and following them would place lines by chance; nothing as well when the song cannot
+// be followed at all. A single line has no order to tell and is followed freely (margin 0).
+struct Following {
+    double holdPrice = 0;
+    double margin = 0;
+};
+std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                                 const CancelToken &cancel);
+
+// The song (16 kHz stereo, interleaved) heard with a loose middle and with a strict one, and
+// of the two the hearing in which it follows the lyrics as written by the widest margin, with
+// its hold price. Nothing when neither follows them.
+struct HeardInOrder {
+    VoiceTrack song;
+    Following following;
+};
+std::optional<HeardInOrder> hearingFollowingOrder(const std::vector<int16_t> &stereo, const SpokenLyrics &spoken,
+                                                  const CancelToken &cancel);
 
 } // namespace quillvane

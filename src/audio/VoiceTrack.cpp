@@ -25,11 +25,9 @@ constexpr int hop = 320;
 // consonant or a drum hit from reading as a pause.
 constexpr int pooled = 2;
 constexpr int smoothing = 5;
-// The voice's band, and how much of a bin may be opposed between the channels (the side)
-// before the bin counts as spread rather than in the middle.
+// The voice's band.
 constexpr double lowestHz = 300;
 constexpr double highestHz = 4000;
-constexpr double sideShare = 0.1;
 // The mel bands the timbre is read from: the voice's formants and its consonants' hiss.
 constexpr int melBands = 40;
 constexpr double melLowestHz = 100;
@@ -84,8 +82,9 @@ struct TxFreer {
 // One hop's middle energy in the voice's band, from a window of interleaved stereo samples.
 class MiddleMeter {
 public:
-    MiddleMeter()
-        : m_window(windowLength)
+    explicit MiddleMeter(double sideShare)
+        : m_sideShare(sideShare)
+        , m_window(windowLength)
         , m_left(windowLength)
         , m_right(windowLength)
         , m_leftBins(windowLength / 2 + 1)
@@ -117,7 +116,7 @@ public:
             const std::complex<float> middle = (m_leftBins[bin] + m_rightBins[bin]) * 0.5F;
             const std::complex<float> side = (m_leftBins[bin] - m_rightBins[bin]) * 0.5F;
             const float middlePower = std::norm(middle);
-            m_middlePower[bin] = std::norm(side) < sideShare * middlePower ? middlePower : 0.0F;
+            m_middlePower[bin] = std::norm(side) < m_sideShare * middlePower ? middlePower : 0.0F;
             if (bin >= first && bin <= last)
                 energy += m_middlePower[bin];
         }
@@ -146,6 +145,7 @@ private:
         return coefficients;
     }
 
+    double m_sideShare;
     std::unique_ptr<AVTXContext, TxFreer> m_context;
     av_tx_fn m_transform = nullptr;
     std::vector<float> m_window;
@@ -216,10 +216,10 @@ VoiceCosts voiceCosts(double voiceChance)
             -std::log(voicedInPause * voiceChance + (1 - voicedInPause) * (1 - voiceChance))};
 }
 
-VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel)
+VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel, double sideShare)
 {
     PcmDecoder audio(audioPath, 2);
-    MiddleMeter meter;
+    MiddleMeter meter(sideShare);
     std::vector<Hop> hops;
     std::vector<int16_t> pending;
     for (;;) {
@@ -235,10 +235,10 @@ VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel)
     return pool(hops);
 }
 
-VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken &cancel)
+VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken &cancel, double sideShare)
 {
     cancel.throwIfCancelled();
-    MiddleMeter meter;
+    MiddleMeter meter(sideShare);
     std::vector<Hop> hops;
     std::vector<int16_t> pending = stereo;
     measureWindows(meter, pending, hops);

@@ -25,12 +25,20 @@ struct VoiceTrack {
     std::vector<std::array<float, timbreSize>> timbre;
 };
 
+// How much of a frequency bin's power may be opposed between the channels (the side) before
+// the bin counts as spread rather than in the middle. Mixes differ: in one the backing
+// vocals and ad-libs are spread a little and a loose middle keeps them; in another guitars
+// and keys sit near the middle and only a strict one leaves the lead voice alone.
+inline constexpr double looseMiddle = 0.1;
+inline constexpr double strictMiddle = 0.01;
+
 // Hears the whole track off the caller's thread of control (it blocks; run it on a worker).
 // Throws AlignmentError::failed when the audio cannot be decoded, Cancelled on cancel.
-VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel);
+VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel, double sideShare = looseMiddle);
 
 // The same hearing of sound already in memory: 16 kHz stereo, left and right interleaved.
-VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken &cancel);
+VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken &cancel,
+                          double sideShare = looseMiddle);
 
 // Each frame's place among all the track's frames, from 0 (quietest) to 1 (loudest): the
 // chance it is voiced, without any fixed level, so a quiet recording and a loud one read alike.
