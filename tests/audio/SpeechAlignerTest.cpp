@@ -159,8 +159,8 @@ Recording record(const QTemporaryDir &folder, const QStringList &lines, const QS
 
 } // namespace
 
-// Every word is given a time, in order, inside the track, whether found or guessed; the song's
-// first word, sung after the band's intro, is found where it is sung.
+// Every word is given a time, in order, inside the track, whether found or guessed, and nearly
+// every one starts where it is sung, in English and in French.
 TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
 {
     SpeechAligner aligner;
@@ -170,16 +170,13 @@ TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
     const struct {
         const char *voice;
         QStringList lines;
-        bool firstWordFound;
     } cases[] = {
         {"en-us",
          {QStringLiteral("city lights are burning low"), QStringLiteral("down the road we used to know"),
-          QStringLiteral("hold my hand and don't let go")},
-         true},
+          QStringLiteral("hold my hand and don't let go")}},
         {"fr",
          {QStringLiteral("je marche dans la ville"), QStringLiteral("les lumières sont belles ce soir"),
-          QStringLiteral("et tu chantes avec moi")},
-         false},
+          QStringLiteral("et tu chantes avec moi")}},
     };
     for (const auto &c : cases) {
         const QString voice = QString::fromLatin1(c.voice);
@@ -193,7 +190,7 @@ TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
             aligned = blockingWait(
                 aligner.align(recording.path, recording.lines, [&](QString status) { progress << status; }, {}));
         } catch (const AlignmentError &error) {
-            EXPECT_FALSE(c.firstWordFound) << c.voice << ": " << error.description().toStdString();
+            ADD_FAILURE() << c.voice << ": " << error.description().toStdString();
             continue;
         }
         ASSERT_EQ(aligned.size(), c.lines.size()) << c.voice;
@@ -207,11 +204,17 @@ TEST(SpeechAligner, TimesEveryWordInOrderOverABandInEnglishAndFrench)
                 previous = word.start;
                 ++count;
             }
-        EXPECT_EQ(count, recording.wordStarts.size()) << c.voice;
-        if (c.firstWordFound) {
-            EXPECT_GT(aligned[0][0].confidence, 0) << c.voice;
-            EXPECT_NEAR(aligned[0][0].start, recording.wordStarts[0], 0.3) << c.voice;
-        }
+        ASSERT_EQ(count, recording.wordStarts.size()) << c.voice;
+        // Nine words in ten start within 0.3 s of where they are sung, and none is a second off.
+        std::size_t near = 0;
+        std::size_t word = 0;
+        for (const QList<AlignedWord> &line : aligned)
+            for (const AlignedWord &placed : line) {
+                const double off = std::abs(placed.start - recording.wordStarts[word++]);
+                near += off <= 0.3 ? 1 : 0;
+                EXPECT_LT(off, 1.0) << c.voice << " " << placed.text.toStdString();
+            }
+        EXPECT_GE(double(near), 0.9 * double(count)) << c.voice;
         EXPECT_TRUE(progress.contains(QStringLiteral("Aligning lyrics 100%"))) << c.voice;
     }
 }
