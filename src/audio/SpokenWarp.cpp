@@ -20,6 +20,11 @@ using Timbre = std::array<float, VoiceTrack::timbreSize>;
 constexpr double timbreWeight = 0.3;
 // Each song frame moves the template on by 0 (a held sound) up to this many frames.
 constexpr std::size_t longestStride = 3;
+// Each spoken frame skipped beyond the next costs what a frame one spread worse in timbre
+// does: a rapper may outpace espeak-ng where the sounds say so, but the path does not race
+// through one line on loudness alone, crowding it into the end of the line before and
+// stretching the lines after it to catch up.
+constexpr double racePrice = timbreWeight;
 // Two bits of way back per song and template frame; beyond this the search is not tried.
 constexpr std::size_t largestSearch = std::size_t(400) * 1000 * 1000;
 // Where in its frame a frame is heard: the middle of its first 64 ms window.
@@ -175,7 +180,8 @@ struct Followed {
 // `tracePath`; nothing when no path reaches the template's end.
 // `allowed` holds, for each template frame, the first and last song frame it goes with
 // freely; beyond them each frame costs `awayFromHeard` more. Each song frame that holds a
-// spoken sound (not a silence between lines) costs `holdPrice` more.
+// spoken sound (not a silence between lines) costs `holdPrice` more, and each spoken frame it
+// skips beyond the next `racePrice`.
 std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken, const std::vector<bool> &isSpeech,
                                       const std::vector<Span> &allowed, double holdPrice, bool tracePath,
                                       const CancelToken &cancel)
@@ -215,11 +221,13 @@ std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &
         for (std::size_t i = 0; i < templateFrames; ++i) {
             std::size_t best = 0;
             double least = total[i] + (isSpeech[i] ? holdPrice : 0.0);
-            for (std::size_t stride = 1; stride <= std::min(longestStride, i); ++stride)
-                if (total[i - stride] < least) {
-                    least = total[i - stride];
+            for (std::size_t stride = 1; stride <= std::min(longestStride, i); ++stride) {
+                const double reached = total[i - stride] + (isSpeech[i] ? racePrice * double(stride - 1) : 0.0);
+                if (reached < least) {
+                    least = reached;
                     best = stride;
                 }
+            }
             next[i] = least + cost[i];
             if (strides)
                 strides->set(t, i, best);
