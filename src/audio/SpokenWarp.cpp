@@ -36,10 +36,12 @@ constexpr double heardReach = 0.5;
 constexpr double awayFromHeard = 2.0;
 // The longest a sung syllable (with a breath) is taken to last inside a line.
 constexpr double slowestSyllable = 1.0;
-// The prices of holding one spoken sound for one more song frame that are tried: nothing for a
+// The prices of holding one spoken sound for one more song frame that are tried: little for a
 // singer who stretches every vowel over a slow ballad, up to about what a song frame's loudness
-// weighs, for one as quick and even as speech.
-constexpr double holdPrices[] = {0.0, 0.2, 0.5, 1.0};
+// weighs, for one as quick and even as speech. Never nothing: a sound held for free lets the
+// path start a line early and idle on its first sound through a break where a lead instrument
+// plays near the middle.
+constexpr double holdPrices[] = {0.1, 0.2, 0.5, 1.0};
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // Each coefficient brought to zero mean and unit spread over the track, then each frame to
