@@ -381,30 +381,44 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
     return placed;
 }
 
-std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
-                                                 const CancelToken &cancel)
+namespace {
+
+// The spoken lyrics as written and in the two other orders, heard once for every hearing of
+// the song they are weighed against.
+struct Orders {
+    Template asWritten;
+    std::vector<Template> others; // none for a single line, which has no order to tell
+};
+
+Orders heardInOrders(const SpokenLyrics &spoken, const CancelToken &cancel)
 {
+    Orders orders{heardTemplate(spoken, cancel), {}};
     const std::size_t lines = spoken.lineSpans.size();
     if (lines < 2)
-        return canFollow(song, heardTemplate(spoken, cancel).track) ? std::optional<Following>(Following{})
-                                                                    : std::nullopt;
+        return orders;
     std::vector<std::size_t> reversed(lines);
     std::iota(reversed.rbegin(), reversed.rend(), std::size_t(0));
     std::vector<std::size_t> halvesSwapped(lines);
     for (std::size_t i = 0; i < lines; ++i)
         halvesSwapped[i] = (i + lines / 2) % lines;
-    const Template asWritten = heardTemplate(spoken, cancel);
-    const Template others[] = {heardTemplate(inOrder(spoken, reversed), cancel),
-                               heardTemplate(inOrder(spoken, halvesSwapped), cancel)};
+    orders.others.push_back(heardTemplate(inOrder(spoken, reversed), cancel));
+    orders.others.push_back(heardTemplate(inOrder(spoken, halvesSwapped), cancel));
+    return orders;
+}
+
+std::optional<Following> holdPriceFollowing(const VoiceTrack &song, const Orders &orders, const CancelToken &cancel)
+{
+    if (orders.others.empty())
+        return canFollow(song, orders.asWritten.track) ? std::optional<Following>(Following{}) : std::nullopt;
     std::optional<Following> chosen;
     for (const double price : holdPrices) {
-        const std::optional<double> written = followingCost(song, asWritten, price, cancel);
+        const std::optional<double> written = followingCost(song, orders.asWritten, price, cancel);
         if (!written || !(*written > 0))
             return std::nullopt;
         // The margin is a share of the path's cost, so that prices that make every path dearer
         // are weighed alike.
         double margin = std::numeric_limits<double>::infinity();
-        for (const Template &other : others)
+        for (const Template &other : orders.others)
             if (const std::optional<double> cost = followingCost(song, other, price, cancel))
                 margin = std::min(margin, (*cost - *written) / *written);
         if (margin > (chosen ? chosen->margin : 0.0))
@@ -413,13 +427,22 @@ std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const S
     return chosen;
 }
 
+} // namespace
+
+std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
+                                                 const CancelToken &cancel)
+{
+    return holdPriceFollowing(song, heardInOrders(spoken, cancel), cancel);
+}
+
 std::optional<HeardInOrder> hearingFollowingOrder(const std::vector<int16_t> &stereo, const SpokenLyrics &spoken,
                                                   const CancelToken &cancel)
 {
+    const Orders orders = heardInOrders(spoken, cancel);
     std::optional<HeardInOrder> best;
     for (const double sideShare : {looseMiddle, strictMiddle}) {
         VoiceTrack song = listenForVoice(stereo, cancel, sideShare);
-        const std::optional<Following> following = holdPriceFollowingOrder(song, spoken, cancel);
+        const std::optional<Following> following = holdPriceFollowing(song, orders, cancel);
         if (following && (!best || following->margin > best->following.margin))
             best = HeardInOrder{std::move(song), *following};
     }

@@ -13,11 +13,11 @@ namespace quillvane {
 
 // Lays the lyric lines over the song by following their spoken template through it: one
 // least-cost path that walks the template in order while the song plays, at any pace from
-// holding a sound to three times the template's speed, going faster than the template only where
-// the timbre pays for it. A song frame goes well with a spoken
-// frame when their timbres agree more than the song frame agrees with the template overall and
-// the middle of the mix is loud, and with the silence between spoken lines when it is quiet,
-// so that the band's breaks are where the path waits between lines.
+// holding a sound to three times the template's speed, going faster than the template only
+// where the timbre pays for it. A song frame goes well with a spoken frame when their timbres
+// agree more than the song frame agrees with the template overall and the middle of the mix is
+// loud, and with the silence between spoken lines when it is quiet, so that the band's breaks
+// are where the path waits between lines.
 //
 // The template is heard here the way the song was. Words already heard (`heard`, the lyrics'
 // words with confidence above 0 where found) keep their times and hold the path to within half
