@@ -7,11 +7,10 @@
 // Run: build/bench/align_bench [--timing-only] [--proportional] [--lines] [SONG_FOLDER [NAME ...]]   (default ../shared/eval/songs from
 // the source folder)
 
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/AudioTools.h"
 #include "audio/Lyrics.h"
 #include "audio/SpeechAligner.h"
-#include "audio/TimingRun.h"
 #include "store/BlockingWait.h"
 
 #include <QCoreApplication>

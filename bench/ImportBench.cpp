@@ -2,7 +2,7 @@
 // engine: tags, cleaned lyrics and duration are read, and the lyrics are taken as they are.
 // This is what a user waits for after dropping a track.
 
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/LocalWhisperTranscriber.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"

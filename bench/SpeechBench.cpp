@@ -5,12 +5,11 @@
 //     and timed with the built-in engine; how far each timed line starts from where it is sung.
 // Run: build/bench/speech_bench
 
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/AudioTools.h"
 #include "audio/LocalWhisperTranscriber.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"
-#include "audio/TimingRun.h"
 #include "store/BlockingWait.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 // manager's "Open With" hands one over) is imported once the window is up.
 
 #include "audio/AudioTools.h"
-#include "media/DefaultServices.h"
+#include "pipeline/DefaultServices.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "ui/AppStore.h"

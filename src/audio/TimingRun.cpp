@@ -44,7 +44,7 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
 
     QList<TranscriptSegment> segments;
     const std::shared_ptr<LyricsAligner> aligner = store.services().aligner;
-    if (store.timingMethod() == QLatin1String("words") && aligner && aligner->isAvailable()) {
+    if (store.timingMethod() == TimingMethod::words && aligner && aligner->isAvailable()) {
         // The track is heard beside the alignment, each on a core of its own, so that the
         // proportional layout has its chunks at once when the lyrics cannot be placed; when
         // they can, the hearing is stopped. Both are awaited on every path.

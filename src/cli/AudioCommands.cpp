@@ -1,8 +1,7 @@
 // Commands that bring a track in and time its lyrics.
 
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/Lyrics.h"
-#include "audio/TimingRun.h"
 #include "cli/Command.h"
 #include "model/ProjectJson.h"
 

@@ -1,7 +1,7 @@
 // Commands that cast the project's recurring characters.
 
 #include "cli/Command.h"
-#include "generation/ReferenceImages.h"
+#include "pipeline/GenerationOperations.h"
 #include "model/ProjectJson.h"
 
 #include <QFileInfo>

@@ -3,8 +3,8 @@
 #include "cli/Command.h"
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
-#include "media/DefaultServices.h"
-#include "studio/GenerationBackend.h"
+#include "pipeline/DefaultServices.h"
+#include "pipeline/GenerationBackend.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -132,8 +132,8 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
         ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
         // --offline (or the offline setting): this run's generation goes to the built-in
         // studio, which lives as long as the command.
-        studio::GenerationBackend generation(store);
-        generation.use(globals.offline || command.alwaysOffline || store.generatesOffline(), globals.serviceURL);
+        GenerationBackend generation(store);
+        generation.use(globals.offline || command.alwaysOffline || store.generationBackend() == Backend::offline, globals.serviceURL);
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         const InterruptCanceller interrupt([&store, &out] {

@@ -1,8 +1,7 @@
 // Commands that change a chunk's frame by request, step through its versions, and review it.
 
 #include "cli/Command.h"
-#include "generation/FrameEditing.h"
-#include "generation/FrameReview.h"
+#include "pipeline/GenerationOperations.h"
 
 #include <QJsonObject>
 

@@ -1,8 +1,8 @@
 // Commands that render the plan's elements and the storyboard's frames.
 
 #include "cli/Command.h"
-#include "generation/FrameGeneration.h"
-#include "media/Road.h"
+#include "pipeline/GenerationOperations.h"
+#include "pipeline/Road.h"
 
 #include <QJsonArray>
 

@@ -2,7 +2,7 @@
 
 #include "cli/Command.h"
 #include "media/MediaErrors.h"
-#include "media/MediaRuns.h"
+#include "pipeline/MediaOperations.h"
 #include "media/MotionGeometry.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 // Commands that plan the storyboard.
 
-#include "generation/Planning.h"
+#include "pipeline/GenerationOperations.h"
 #include "cli/Command.h"
 
 namespace quillvane::cli {

@@ -68,9 +68,9 @@ QCoro::Task<int> settings(CommandContext context)
     ProjectStore &store = context.store;
     const ParsedArgs &args = context.args;
     if (const auto backend = args.value(QStringLiteral("backend")))
-        store.setGenerationBackend(*backend);
+        store.setGenerationBackend(*backendNamed(*backend));
     if (const auto timing = args.value(QStringLiteral("timing")))
-        store.setTimingMethod(*timing);
+        store.setTimingMethod(*timingMethodNamed(*timing));
     if (const auto model = args.value(QStringLiteral("model")))
         store.setGenerationModel(*model);
     if (const auto workflow = args.value(QStringLiteral("edit-workflow")))
@@ -86,9 +86,9 @@ QCoro::Task<int> settings(CommandContext context)
         context.out.line(QStringLiteral("Generation model: %1").arg(store.generationModel()));
         context.out.line(QStringLiteral("Edit workflow:    %1").arg(store.editWorkflow()));
         context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.proxyBaseURL()));
-        context.out.line(QStringLiteral("Generation:       %1").arg(store.generatesOffline() ? QStringLiteral("offline studio")
+        context.out.line(QStringLiteral("Generation:       %1").arg(store.generationBackend() == Backend::offline ? QStringLiteral("offline studio")
                                                                                              : QStringLiteral("Quillvane service")));
-        context.out.line(QStringLiteral("Timing:           %1").arg(store.timingMethod() == QLatin1String("words")
+        context.out.line(QStringLiteral("Timing:           %1").arg(store.timingMethod() == TimingMethod::words
                                                                         ? QStringLiteral("align words")
                                                                         : QStringLiteral("by proportion")));
     }
@@ -168,10 +168,10 @@ QList<Command> projectCommands()
          0, 0, settings,
          [](const ParsedArgs &args) {
              const auto backend = args.value(QStringLiteral("backend"));
-             if (backend && *backend != QLatin1String("service") && *backend != QLatin1String("offline"))
+             if (backend && !backendNamed(*backend))
                  throw UsageError(QStringLiteral("--backend needs service or offline"));
              const auto timing = args.value(QStringLiteral("timing"));
-             if (timing && *timing != QLatin1String("words") && *timing != QLatin1String("proportional"))
+             if (timing && !timingMethodNamed(*timing))
                  throw UsageError(QStringLiteral("--timing needs words or proportional"));
          }},
         textFieldCommand(QStringLiteral("title"), QStringLiteral("TITLE"), QStringLiteral("set the track title"),

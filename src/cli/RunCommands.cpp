@@ -2,11 +2,10 @@
 // frames, then (when every frame may be accepted unseen) motion and export. The demo is the
 // same road over the song and character that come with Quillvane.
 
-#include "audio/AudioImport.h"
-#include "audio/TimingRun.h"
+#include "pipeline/IntakeOperations.h"
 #include "cli/Command.h"
-#include "generation/FrameReview.h"
-#include "media/Road.h"
+#include "pipeline/GenerationOperations.h"
+#include "pipeline/Road.h"
 #include "model/PipelineConfig.h"
 #include "storage/Locations.h"
 #include "store/SampleProject.h"

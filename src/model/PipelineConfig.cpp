@@ -112,4 +112,30 @@ QString PipelineError::message(Case kind)
     return {};
 }
 
+QString settingName(Backend backend)
+{
+    return backend == Backend::offline ? QStringLiteral("offline") : QStringLiteral("service");
+}
+
+QString settingName(TimingMethod method)
+{
+    return method == TimingMethod::proportional ? QStringLiteral("proportional") : QStringLiteral("words");
+}
+
+std::optional<Backend> backendNamed(const QString &name)
+{
+    for (const Backend backend : {Backend::service, Backend::offline})
+        if (name == settingName(backend))
+            return backend;
+    return std::nullopt;
+}
+
+std::optional<TimingMethod> timingMethodNamed(const QString &name)
+{
+    for (const TimingMethod method : {TimingMethod::words, TimingMethod::proportional})
+        if (name == settingName(method))
+            return method;
+    return std::nullopt;
+}
+
 } // namespace quillvane

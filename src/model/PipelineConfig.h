@@ -33,6 +33,19 @@ inline constexpr auto generationBackend = "generationBackend";
 inline constexpr auto timingMethod = "timingMethod";
 } // namespace preferenceKeys
 
+// Where generation runs: the remote generation service, or the built-in offline studio.
+enum class Backend { service, offline };
+// How the timing run places lyric lines: words aligned to the audio, or lines laid over the
+// transcribed chunks by proportion.
+enum class TimingMethod { words, proportional };
+
+// The names the preferences and the command line use ("service", "offline", "words",
+// "proportional"); an unknown name is nullopt.
+QString settingName(Backend backend);
+QString settingName(TimingMethod method);
+std::optional<Backend> backendNamed(const QString &name);
+std::optional<TimingMethod> timingMethodNamed(const QString &name);
+
 struct PipelineConfig {
     QString planWorkflow = QStringLiteral("workflows/brackenfold/lyric-video-planner-character");
     QString elementWorkflow = QStringLiteral("workflows/brackenfold/element-image");

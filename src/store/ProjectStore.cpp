@@ -37,10 +37,11 @@ ProjectStore::ProjectStore(ProjectLibrary library, std::optional<Project> projec
     const Preferences &prefs = m_library.preferences();
     m_generationModel = prefs.string(key(preferenceKeys::generationModel)).value_or(m_services.config.generationModel);
     m_editWorkflow = prefs.string(key(preferenceKeys::editWorkflow)).value_or(m_services.config.editWorkflow);
-    if (prefs.string(key(preferenceKeys::generationBackend)) == QStringLiteral("offline"))
-        m_generationBackend = QStringLiteral("offline");
-    if (prefs.string(key(preferenceKeys::timingMethod)) == QStringLiteral("proportional"))
-        m_timingMethod = QStringLiteral("proportional");
+    // An unknown stored name reads as the default.
+    m_generationBackend = backendNamed(prefs.string(key(preferenceKeys::generationBackend)).value_or(QString()))
+                              .value_or(Backend::service);
+    m_timingMethod = timingMethodNamed(prefs.string(key(preferenceKeys::timingMethod)).value_or(QString()))
+                         .value_or(TimingMethod::words);
     const auto storedProxy = prefs.string(key(preferenceKeys::proxyBaseURL));
     m_proxyBaseURL = normaliseProxyURL(storedProxy, m_services.config.proxyBaseURL);
     if (storedProxy && *storedProxy != m_proxyBaseURL)
@@ -184,16 +185,22 @@ void ProjectStore::setGenerationModel(const QString &value)
     storeSetting(preferenceKeys::generationModel, m_generationModel, value, &ProjectStore::generationModelChanged);
 }
 
-void ProjectStore::setGenerationBackend(const QString &value)
+void ProjectStore::setGenerationBackend(Backend backend)
 {
-    const QString backend = value == QLatin1String("offline") ? QStringLiteral("offline") : QStringLiteral("service");
-    storeSetting(preferenceKeys::generationBackend, m_generationBackend, backend, &ProjectStore::generationBackendChanged);
+    m_library.preferences().setString(key(preferenceKeys::generationBackend), settingName(backend));
+    if (backend == m_generationBackend)
+        return;
+    m_generationBackend = backend;
+    Q_EMIT generationBackendChanged();
 }
 
-void ProjectStore::setTimingMethod(const QString &value)
+void ProjectStore::setTimingMethod(TimingMethod method)
 {
-    const QString method = value == QLatin1String("proportional") ? QStringLiteral("proportional") : QStringLiteral("words");
-    storeSetting(preferenceKeys::timingMethod, m_timingMethod, method, &ProjectStore::timingMethodChanged);
+    m_library.preferences().setString(key(preferenceKeys::timingMethod), settingName(method));
+    if (method == m_timingMethod)
+        return;
+    m_timingMethod = method;
+    Q_EMIT timingMethodChanged();
 }
 
 void ProjectStore::setEditWorkflow(const QString &value)

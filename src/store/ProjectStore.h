@@ -8,6 +8,7 @@
 #include "store/Outcome.h"
 #include "store/PipelineServices.h"
 #include "store/ProjectHistory.h"
+#include "store/TaskReport.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -102,6 +103,13 @@ public:
     std::optional<QString> lastError() const { return m_lastError; }
     void setLastError(const std::optional<QString> &message);
     void dismissError() { setLastError(std::nullopt); }
+    // A precondition the person can fix before a task starts: the sentence becomes the banner
+    // and the returned failure, and no task runs.
+    Done refuse(const QString &sentence)
+    {
+        setLastError(sentence);
+        return Done::failed(sentence);
+    }
 
     QString generationModel() const { return m_generationModel; }
     void setGenerationModel(const QString &value);
@@ -110,14 +118,12 @@ public:
     QString proxyBaseURL() const { return m_proxyBaseURL; }
     // Stores the normalised form of value.
     void setProxyBaseURL(const QString &value);
-    // "service" or "offline": where generation runs. Anything else reads as "service".
-    QString generationBackend() const { return m_generationBackend; }
-    void setGenerationBackend(const QString &value);
-    bool generatesOffline() const { return m_generationBackend == QLatin1String("offline"); }
-    // "words" or "proportional": how the timing run places lyric lines. Anything else reads
-    // as "words".
-    QString timingMethod() const { return m_timingMethod; }
-    void setTimingMethod(const QString &value);
+    // Where generation runs; kept in the preferences.
+    Backend generationBackend() const { return m_generationBackend; }
+    void setGenerationBackend(Backend backend);
+    // How the timing run places lyric lines; kept in the preferences.
+    TimingMethod timingMethod() const { return m_timingMethod; }
+    void setTimingMethod(TimingMethod method);
     // Base URL of the generation client made for the next operation: the override when one
     // is set, else the normalised setting (the built-in default when that does not parse).
     QUrl generationBaseURL() const;
@@ -176,6 +182,8 @@ public:
     // thread without waiting and drops it if the store is gone by then.
     std::function<void(double)> progressSink();
     std::function<void(QString)> statusSink();
+    // Both sinks, as engines take them.
+    TaskReport report() { return TaskReport{statusSink(), progressSink()}; }
 
     bool hasPendingSave() const { return m_saveTimer.isActive(); }
     // Writes a waiting save now. Throws SaveError when it fails (the save stays pending).
@@ -216,8 +224,8 @@ private:
     QString m_generationModel;
     QString m_editWorkflow;
     QString m_proxyBaseURL;
-    QString m_generationBackend = QStringLiteral("service");
-    QString m_timingMethod = QStringLiteral("words");
+    Backend m_generationBackend = Backend::service;
+    TimingMethod m_timingMethod = TimingMethod::words;
     std::optional<QUrl> m_serviceURLOverride;
     std::vector<CancelToken> m_activeRuns;
     QTimer m_saveTimer;

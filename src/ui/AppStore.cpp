@@ -1,15 +1,10 @@
 #include "ui/AppStore.h"
 
-#include "audio/AudioImport.h"
-#include "audio/TimingRun.h"
-#include "generation/FrameEditing.h"
-#include "generation/FrameGeneration.h"
-#include "generation/FrameReview.h"
-#include "generation/Planning.h"
-#include "generation/ReferenceImages.h"
+#include "pipeline/IntakeOperations.h"
+#include "pipeline/GenerationOperations.h"
 #include "audio/Lyrics.h"
-#include "media/MediaRuns.h"
-#include "media/Road.h"
+#include "pipeline/MediaOperations.h"
+#include "pipeline/Road.h"
 #include "model/PipelineConfig.h"
 
 #include <QFileInfo>
@@ -96,13 +91,13 @@ AppStore *AppStore::create(QQmlEngine *, QJSEngine *)
 
 void AppStore::setOfflineStudio(bool offline)
 {
-    m_store.setGenerationBackend(offline ? QStringLiteral("offline") : QStringLiteral("service"));
+    m_store.setGenerationBackend(offline ? Backend::offline : Backend::service);
 }
 
 void AppStore::applyBackend()
 {
     try {
-        m_generation.use(m_store.generatesOffline());
+        m_generation.use(m_store.generationBackend() == Backend::offline);
     } catch (const Error &error) {
         m_store.setLastError(error.description());
     }

@@ -2,7 +2,7 @@
 
 #include "store/ProjectStore.h"
 #include "store/TapAlong.h"
-#include "studio/GenerationBackend.h"
+#include "pipeline/GenerationBackend.h"
 #include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
@@ -149,12 +149,12 @@ public:
     QString proxyBaseURL() const { return m_store.proxyBaseURL(); }
     void setProxyBaseURL(const QString &value) { m_store.setProxyBaseURL(value); }
     // Whether generation runs in the built-in offline studio (kept as a preference).
-    bool offlineStudio() const { return m_store.generatesOffline(); }
+    bool offlineStudio() const { return m_store.generationBackend() == Backend::offline; }
     void setOfflineStudio(bool offline);
-    bool alignsWords() const { return m_store.timingMethod() == QLatin1String("words"); }
+    bool alignsWords() const { return m_store.timingMethod() == TimingMethod::words; }
     void setAlignsWords(bool words)
     {
-        m_store.setTimingMethod(words ? QStringLiteral("words") : QStringLiteral("proportional"));
+        m_store.setTimingMethod(words ? TimingMethod::words : TimingMethod::proportional);
     }
 
     QAbstractListModel *stages() const { return m_stages; }
@@ -276,7 +276,7 @@ private:
     ChunkListModel *m_chunks;
     MediaSettings *m_media;
     Choosers *m_choosers;
-    studio::GenerationBackend m_generation;
+    GenerationBackend m_generation;
     std::unique_ptr<TapAlong> m_tapAlong;
     TrackOutline *m_outline;
     static inline AppStore *s_current = nullptr;

@@ -5,7 +5,7 @@
 #include "XSession.h"
 
 #include "../ui/UiHarness.h"
-#include "media/MediaRuns.h"
+#include "pipeline/MediaOperations.h"
 #include "model/ProjectJson.h"
 #include "storage/Preferences.h"
 

@@ -1,5 +1,5 @@
 #include "ScriptedTranscriber.h"
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/AudioTools.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/SystemTranscriber.h"

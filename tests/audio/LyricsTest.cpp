@@ -1,4 +1,4 @@
-#include "audio/AudioImport.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/Lyrics.h"
 
 #include <gtest/gtest.h>

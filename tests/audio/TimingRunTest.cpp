@@ -1,5 +1,5 @@
 #include "ScriptedTranscriber.h"
-#include "audio/TimingRun.h"
+#include "pipeline/IntakeOperations.h"
 #include "audio/TranscriptionError.h"
 #include "model/PipelineConfig.h"
 #include "store/BlockingWait.h"
@@ -109,16 +109,16 @@ TEST(TimingRun, WithTheAlignerEachLineSpansItsWordsOrFallsBackToProportionWhenNo
     const auto notFound = [](const QStringList &) -> QList<QList<AlignedWord>> { throw AlignmentError::notFound(); };
     const struct {
         const char *name;
-        QString method;
+        TimingMethod method;
         bool available;
         std::function<QList<QList<AlignedWord>>(const QStringList &)> respond;
         bool aligned;
         bool saysItFellBack;
     } cases[] = {
-        {"aligned words", QStringLiteral("words"), true, words, true, false},
-        {"lyrics not found", QStringLiteral("words"), true, notFound, false, true},
-        {"aligner not available", QStringLiteral("words"), false, words, false, false},
-        {"timing by proportion", QStringLiteral("proportional"), true, words, false, false},
+        {"aligned words", TimingMethod::words, true, words, true, false},
+        {"lyrics not found", TimingMethod::words, true, notFound, false, true},
+        {"aligner not available", TimingMethod::words, false, words, false, false},
+        {"timing by proportion", TimingMethod::proportional, true, words, false, false},
     };
     for (const auto &c : cases) {
         test::TempLibrary temp;

@@ -1,7 +1,7 @@
 // Importing and timing a track through quillvane-cli, with a stand-in whisper program in the
 // user's ~/.local/bin: a shell script that writes the JSON a real whisper would.
 
-#include "audio/TimingRun.h"
+#include "pipeline/IntakeOperations.h"
 #include "../audio/TaggedTrack.h"
 #include "CliHome.h"
 

@@ -3,8 +3,7 @@
 // the loopback service starts from the frame the user saw.
 
 #include "generation/FalClient.h"
-#include "generation/FrameEditing.h"
-#include "generation/FrameReview.h"
+#include "pipeline/GenerationOperations.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"

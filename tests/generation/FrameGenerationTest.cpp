@@ -2,8 +2,8 @@
 // what the user sees while it runs, which files land where, how a new frame enters a chunk's
 // history, and where a failure leaves the project.
 
-#include "generation/FrameGeneration.h"
-#include "media/Road.h"
+#include "pipeline/GenerationOperations.h"
+#include "pipeline/Road.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"

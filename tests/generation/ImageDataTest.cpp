@@ -2,7 +2,7 @@
 // always JPEG, and left out when they cannot be read.
 
 #include "generation/FalClient.h"
-#include "generation/ReferenceImages.h"
+#include "pipeline/GenerationOperations.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 

@@ -3,7 +3,7 @@
 // storyboard replaces the old one without losing the frames already made.
 
 #include "generation/FalClient.h"
-#include "generation/Planning.h"
+#include "pipeline/GenerationOperations.h"
 #include "model/PipelineConfig.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"

@@ -2,7 +2,7 @@
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
 #include "media/MediaFixtures.h"
-#include "media/MediaRuns.h"
+#include "pipeline/MediaOperations.h"
 #include "media/VideoFacts.h"
 #include "model/PipelineConfig.h"
 #include "store/BlockingWait.h"

@@ -1,10 +1,10 @@
-#include "studio/GenerationBackend.h"
+#include "pipeline/GenerationBackend.h"
 
 #include "studio/OfflineStudio.h"
 
 #include <mutex>
 
-namespace quillvane::studio {
+namespace quillvane {
 
 namespace {
 
@@ -44,7 +44,7 @@ void GenerationBackend::use(bool offline, const std::optional<QUrl> &serviceURL)
         return;
     }
     if (!m_studio) {
-        m_studio = std::make_unique<OfflineStudio>([folders = m_folders] {
+        m_studio = std::make_unique<studio::OfflineStudio>([folders = m_folders] {
             const std::lock_guard lock(folders->mutex);
             return folders->list;
         });
@@ -53,4 +53,4 @@ void GenerationBackend::use(bool offline, const std::optional<QUrl> &serviceURL)
     m_store.setGenerationPollInterval(studioPollInterval);
 }
 
-} // namespace quillvane::studio
+} // namespace quillvane

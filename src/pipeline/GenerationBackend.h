@@ -11,9 +11,11 @@
 #include <memory>
 #include <optional>
 
-namespace quillvane::studio {
+namespace quillvane {
 
+namespace studio {
 class OfflineStudio;
+}
 
 class GenerationBackend : public QObject {
 public:
@@ -32,7 +34,7 @@ private:
 
     ProjectStore &m_store;
     std::shared_ptr<Folders> m_folders;
-    std::unique_ptr<OfflineStudio> m_studio;
+    std::unique_ptr<studio::OfflineStudio> m_studio;
 };
 
-} // namespace quillvane::studio
+} // namespace quillvane

@@ -1,4 +1,4 @@
-#include "media/Road.h"
+#include "pipeline/Road.h"
 
 #include "generation/FrameGeneration.h"
 #include "generation/Planning.h"

@@ -3,7 +3,7 @@
 // The stage sequence bound to the operations of this build: planning, elements and frames from
 // the generation library, motion and export from this one.
 
-#include "store/StageSequence.h"
+#include "pipeline/StageSequence.h"
 
 namespace quillvane {
 

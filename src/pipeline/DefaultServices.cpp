@@ -1,4 +1,4 @@
-#include "media/DefaultServices.h"
+#include "pipeline/DefaultServices.h"
 
 #include "audio/SpeechAligner.h"
 #include "audio/SystemTranscriber.h"

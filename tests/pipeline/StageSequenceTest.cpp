@@ -2,7 +2,7 @@
 // user cancels, no later stage starts, and what the finished stages made stays.
 
 #include "store/BlockingWait.h"
-#include "store/StageSequence.h"
+#include "pipeline/StageSequence.h"
 #include "support/Fixtures.h"
 
 #include <QCoro/QCoroTimer>

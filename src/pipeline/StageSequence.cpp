@@ -1,4 +1,4 @@
-#include "store/StageSequence.h"
+#include "pipeline/StageSequence.h"
 
 namespace quillvane {
 
