@@ -6,7 +6,7 @@
 #include "pipeline/DefaultServices.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
-#include "ui/AppStore.h"
+#include "ui/Bridges.h"
 #include "ui/Fonts.h"
 #include "ui/IconProvider.h"
 
@@ -56,15 +56,16 @@ int main(int argc, char *argv[])
         return 1;
     }
     ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
-    ui::AppStore bridge(store);
+    ui::Bridges bridges(store);
 
     QQmlApplicationEngine engine;
+    bridges.expose(engine);
     engine.addImageProvider(QStringLiteral("symbol"), new ui::IconProvider);
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
     if (!arguments.positionalArguments().isEmpty())
-        bridge.importAudio(QUrl::fromLocalFile(QFileInfo(arguments.positionalArguments().first()).absoluteFilePath()));
+        bridges.intake.importAudio(QUrl::fromLocalFile(QFileInfo(arguments.positionalArguments().first()).absoluteFilePath()));
     const int status = QGuiApplication::exec();
     try {
         store.flushPendingSave();

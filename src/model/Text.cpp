@@ -1,7 +1,5 @@
 #include "model/Text.h"
 
-#include <cmath>
-
 namespace quillvane {
 
 bool isNewline(QChar c)
@@ -38,13 +36,6 @@ QString withoutClosingPunctuation(const QString &text)
     while (!result.isEmpty() && QStringView(u".,;:").contains(result.back()))
         result = result.chopped(1).trimmed();
     return result;
-}
-
-QString hundredthsClock(double seconds)
-{
-    const long long hundredths = std::llround(std::abs(seconds) * 100);
-    return QString::asprintf("%s%lld:%02lld.%02lld", seconds < 0 && hundredths > 0 ? "-" : "", hundredths / 6000,
-                             (hundredths / 100) % 60, hundredths % 100);
 }
 
 } // namespace quillvane

@@ -17,7 +17,4 @@ QString trimBlanks(const QString &text);
 // read ".,").
 QString withoutClosingPunctuation(const QString &text);
 
-// A time as "m:ss.cc", rounded to the hundredth ("1:00.00" for 59.999).
-QString hundredthsClock(double seconds);
-
 } // namespace quillvane

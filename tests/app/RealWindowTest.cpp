@@ -75,7 +75,7 @@ protected:
                             const std::function<void(UiHarness &)> &prepare = {})
     {
         UiHarness harness(project);
-        harness.bridge.setSelectedStage(stage);
+        harness.bridges.session.setSelectedStage(stage);
         if (prepare)
             prepare(harness);
         harness.settle();
@@ -89,7 +89,7 @@ protected:
                          const std::function<void(UiHarness &)> &prepare)
     {
         UiHarness harness(project);
-        harness.bridge.setSelectedStage(stage);
+        harness.bridges.session.setSelectedStage(stage);
         prepare(harness);
         harness.settle();
         const QQuickItem *item = harness.find(objectName);

@@ -1,4 +1,5 @@
 #include "UiHarness.h"
+#include "model/TimeFormat.h"
 
 #include <QImage>
 #include <QQuickItem>
@@ -126,7 +127,7 @@ TEST(TimingScreen, ListsTheLinesOrSaysThereAreNone)
     UiHarness ui(imported(true));
     ui.store.setSelectedStage(PipelineStage::timing);
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("transcriptLength")), QStringLiteral("1:11"));
+    EXPECT_EQ(ui.text(QStringLiteral("transcriptLength")), QStringLiteral("1:10"));
     ui.screenshot(QStringLiteral("timing-filled"));
 
     ui.store.setRunningTask(QStringLiteral("Generating frame 3"));
@@ -166,16 +167,16 @@ TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
     QMetaObject::invokeMethod(starts[1], "step", Q_ARG(double, 0.1));
     ui.settle();
     EXPECT_NEAR(ui.store.project().transcript[1].start, second + 0.1, 1e-9);
-    EXPECT_EQ(fields[1]->property("text").toString(), ui::MediaSettings::chunkTime(second + 0.1));
+    EXPECT_EQ(fields[1]->property("text").toString(), clockText(second + 0.1, ClockUnit::hundredths));
 
     // Typed past the next line's start: refused with a sentence, the line keeps its time.
     const Project before = ui.store.project();
-    fields[1]->setProperty("text", ui::MediaSettings::chunkTime(before.transcript[2].start + 1));
+    fields[1]->setProperty("text", clockText(before.transcript[2].start + 1, ClockUnit::hundredths));
     QMetaObject::invokeMethod(fields[1], "editingFinished");
     ui.settle();
     EXPECT_EQ(ui.store.project(), before);
     EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
-    EXPECT_EQ(fields[1]->property("text").toString(), ui::MediaSettings::chunkTime(second + 0.1));
+    EXPECT_EQ(fields[1]->property("text").toString(), clockText(second + 0.1, ClockUnit::hundredths));
     ui.screenshot(QStringLiteral("timing-refused-start"));
 }
 
@@ -195,14 +196,14 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
 
     // From a playhead of 3 s the next line is the second; a tap past the third line's start
     // pulls the third up with it, so the lines stay in order.
-    ui.bridge.startTapping(3.0);
-    EXPECT_EQ(ui.bridge.nextTapLine(), 1);
-    EXPECT_TRUE(ui.bridge.tap(4.75));
-    EXPECT_TRUE(ui.bridge.tap(62.5));
-    EXPECT_TRUE(ui.bridge.tap(63.0));
+    ui.bridges.timing.startTapping(3.0);
+    EXPECT_EQ(ui.bridges.timing.nextTapLine(), 1);
+    EXPECT_TRUE(ui.bridges.timing.tap(4.75));
+    EXPECT_TRUE(ui.bridges.timing.tap(62.5));
+    EXPECT_TRUE(ui.bridges.timing.tap(63.0));
     EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
     EXPECT_DOUBLE_EQ(ui.store.project().transcript[0].end, 4.75) << "a tap ends the line before";
-    EXPECT_FALSE(ui.bridge.tap(70)) << "every line is tapped";
+    EXPECT_FALSE(ui.bridges.timing.tap(70)) << "every line is tapped";
     EXPECT_TRUE(ui.store.lastError().has_value());
 
     // Backspace, as a person presses it, takes the taps back one by one.
@@ -211,12 +212,12 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     QMetaObject::invokeMethod(ui.find(QStringLiteral("tapButton")), "clicked"); // stop
     QMetaObject::invokeMethod(ui.find(QStringLiteral("tapButton")), "clicked"); // start again at the playhead
     ui.settle();
-    ASSERT_TRUE(ui.bridge.tapping());
+    ASSERT_TRUE(ui.bridges.timing.tapping());
     EXPECT_TRUE(ui.shown(QStringLiteral("nextTapBar")));
     ui.screenshot(QStringLiteral("timing-tapping"));
     QTest::keyClick(ui.window(), Qt::Key_Space);
     ui.settle();
-    EXPECT_EQ(ui.bridge.nextTapLine(), 1) << "Space tapped the first line";
+    EXPECT_EQ(ui.bridges.timing.nextTapLine(), 1) << "Space tapped the first line";
     QTest::keyClick(ui.window(), Qt::Key_Backspace);
     ui.settle();
     EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
@@ -224,10 +225,10 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     QTest::keyClick(ui.window(), Qt::Key_Escape);
     ui.settle();
     EXPECT_FALSE(ui.store.lastError().has_value());
-    EXPECT_TRUE(ui.bridge.tapping());
+    EXPECT_TRUE(ui.bridges.timing.tapping());
     QTest::keyClick(ui.window(), Qt::Key_Escape);
     ui.settle();
-    EXPECT_FALSE(ui.bridge.tapping());
+    EXPECT_FALSE(ui.bridges.timing.tapping());
 
     // Shift all, typed into its field.
     ui.find(QStringLiteral("shiftField"))->setProperty("text", QStringLiteral("-0.25"));
@@ -263,7 +264,7 @@ TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)
     UiHarness ui(project);
     ui.window()->resize(1200, 800);
     ui.store.setSelectedStage(PipelineStage::timing);
-    auto *outline = ui.bridge.outline();
+    auto *outline = ui.bridges.timing.outline();
     ASSERT_TRUE(test::processEventsUntil([&] { return !outline->property("peaks").toList().isEmpty(); }, 10s));
     const QVariantList peaks = outline->property("peaks").toList();
     EXPECT_GT(peaks.at(peaks.size() / 4).toDouble(), 0.3) << "the tone is loud";
@@ -292,26 +293,6 @@ TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)
     drag(kept, 3.6);
     EXPECT_DOUBLE_EQ(ui.store.project().transcript[1].start, kept);
     EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
-}
-
-TEST(TimeFormat, TypedTimesReadBackAsWritten)
-{
-    const std::pair<const char *, double> rows[] = {{"1:02.35", 62.35}, {"62.35", 62.35}, {"0:00.00", 0},
-                                                    {"1:00:01.5", 3601.5}, {" 3:07 ", 187}};
-    for (const auto &[text, seconds] : rows)
-        EXPECT_NEAR(ui::AppStore::parseTime(QString::fromLatin1(text)), seconds, 1e-9) << text;
-    for (const char *bad : {"", "x", "1:75", "-3", "1.5:20", "1:2:3:4"})
-        EXPECT_TRUE(std::isnan(ui::AppStore::parseTime(QString::fromLatin1(bad)))) << bad;
-    for (const double seconds : {0.0, 9.99, 61.4, 600.05})
-        EXPECT_NEAR(ui::AppStore::parseTime(ui::MediaSettings::chunkTime(seconds)), seconds, 1e-9) << seconds;
-}
-
-TEST(TimeFormat, RoundsToWholeSecondsHalvesUp)
-{
-    const std::pair<double, const char *> rows[] = {{0, "0:00"}, {59.4, "0:59"}, {59.5, "1:00"}, {61.4, "1:01"},
-                                                    {600, "10:00"}, {3599.6, "60:00"}};
-    for (const auto &[seconds, text] : rows)
-        EXPECT_EQ(ui::AppStore::formatTime(seconds), QString::fromLatin1(text)) << seconds;
 }
 
 QString referenceImage(const test::TempLibrary &temp, const QString &name, QColor colour)

@@ -1,5 +1,4 @@
 #include "UiHarness.h"
-#include "ui/MediaSettings.h"
 
 #include <QImage>
 #include <QQuickItem>
@@ -92,7 +91,7 @@ TEST(PreviewScreen, FindsTheClipOnScreenAtEveryMomentOfTheVideo)
     const QString second = uuidText(timed.chunks[1].id);
     const QString third = uuidText(timed.chunks[2].id);
     UiHarness ui(timed);
-    ui::MediaSettings media(ui.store);
+    const ui::ExportBridge &media = ui.bridges.exporting;
     const struct {
         double seconds;
         QString chunk;
@@ -150,9 +149,9 @@ TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
     EXPECT_EQ(ui.text(QStringLiteral("summary-Output")), QStringLiteral("1080p · MP4 (H.264)"));
     ui.screenshot(QStringLiteral("export-locked"));
 
-    ui.bridge.media()->setDestination(QStringLiteral("file:///home/mara/Videos/Finished"));
-    ui.bridge.media()->setResolution(3);
-    ui.bridge.media()->setContainer(1);
+    ui.bridges.exporting.setDestination(QStringLiteral("file:///home/mara/Videos/Finished"));
+    ui.bridges.exporting.setResolution(3);
+    ui.bridges.exporting.setContainer(1);
     ui.store.editProject([](Project &p) {
         for (StoryboardChunk &chunk : p.chunks)
             chunk.frame->review = test::chunkWithFrame(true).frame->review;
@@ -203,13 +202,6 @@ TEST(SettingsWindow, ShowsTheEngineAndWritesTheServiceURLWhenEditingEnds)
     settings->grabWindow().save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/settings-window.png"));
 }
 
-TEST(MediaFormats, ChunkTimesAndDurations)
-{
-    EXPECT_EQ(ui::MediaSettings::chunkTime(59.999), QStringLiteral("1:00.00"));
-    EXPECT_EQ(ui::MediaSettings::durationTime(187.9), QStringLiteral("3:07"));
-    EXPECT_EQ(ui::MediaSettings::durationTime(59.99), QStringLiteral("0:59"));
-}
-
 TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
 {
     UiHarness ui(project(2, 2));
@@ -217,7 +209,7 @@ TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("revealFallback")));
     // The test machine has no session bus and no program registered for folders.
-    Q_EMIT ui.bridge.exported(QUrl::fromLocalFile(QStringLiteral("/videos/Song.mp4")));
+    Q_EMIT ui.bridges.exporting.exported(QUrl::fromLocalFile(QStringLiteral("/videos/Song.mp4")));
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("revealFallback")));
     EXPECT_TRUE(ui.shown(QStringLiteral("copyPathButton")));

@@ -1,6 +1,6 @@
 #include "support/Fixtures.h"
 #include "model/PipelineConfig.h"
-#include "ui/AppStore.h"
+#include "ui/SettingsBridge.h"
 #include "ui/ProjectModels.h"
 
 #include <QSignalSpy>
@@ -93,7 +93,7 @@ TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
 {
     test::TempLibrary temp;
     ProjectStore store(temp.library(), project());
-    ui::AppStore bridge(store);
+    ui::SettingsBridge bridge(store);
     EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
     bridge.setOfflineStudio(true);
     EXPECT_EQ(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));

@@ -88,7 +88,7 @@ TEST(Shell, CtrlZAndCtrlShiftZUndoAndRedoTheProjectAndTheButtonsFollow)
     ui.window()->requestActivate();
     ui.settle();
     EXPECT_LT(ui.find(QStringLiteral("projectUndoButton"))->opacity(), 1.0) << "nothing to undo yet";
-    ui.bridge.setProperty("title", QStringLiteral("Another title"));
+    ui.bridges.intake.setTitle(QStringLiteral("Another title"));
     ui.settle();
     const Project edited = ui.store.project();
     ASSERT_NE(edited, before);

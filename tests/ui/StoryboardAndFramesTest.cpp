@@ -170,7 +170,7 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
     EXPECT_FALSE(ui.shown(QStringLiteral("sendButton")));
     ui.store.setRunningTask(std::nullopt);
 
-    ui.bridge.undoFrame(chunkID);
+    ui.bridges.storyboard.undoFrame(chunkID);
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 2 · 2 redo"));
 }

@@ -5,7 +5,7 @@
 // reading what they show.
 
 #include "support/Fixtures.h"
-#include "ui/AppStore.h"
+#include "ui/Bridges.h"
 #include "ui/IconProvider.h"
 
 #include <QDir>
@@ -21,8 +21,9 @@ class UiHarness {
 public:
     explicit UiHarness(const Project &project)
         : store(temp.library(), project)
-        , bridge(store)
+        , bridges(store)
     {
+        bridges.expose(engine);
         engine.addImageProvider(QStringLiteral("symbol"), new ui::IconProvider);
         engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Quillvane/Main.qml")));
         settle();
@@ -98,7 +99,7 @@ public:
 
     TempLibrary temp;
     ProjectStore store;
-    ui::AppStore bridge;
+    ui::Bridges bridges;
     QQmlApplicationEngine engine;
 };
 

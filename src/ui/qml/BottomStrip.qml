@@ -7,8 +7,8 @@ import Quillvane
 // button, else nothing.
 Rectangle {
     id: strip
-    readonly property bool showingError: Store.lastError.length > 0
-    readonly property bool showingTask: !showingError && Store.busy
+    readonly property bool showingError: Session.lastError.length > 0
+    readonly property bool showingTask: !showingError && Session.busy
 
     visible: showingError || showingTask
     implicitHeight: content.implicitHeight + 20
@@ -37,7 +37,7 @@ Rectangle {
         }
         Text {
             objectName: "stripText"
-            text: strip.showingError ? Store.lastError : Store.runningTask
+            text: strip.showingError ? Session.lastError : Session.runningTask
             font.pixelSize: 12
             font.weight: Font.DemiBold
             color: Theme.cream
@@ -45,8 +45,8 @@ Rectangle {
             Layout.fillWidth: true
         }
         Text {
-            visible: strip.showingTask && Store.taskProgress >= 0
-            text: Math.round(Store.taskProgress * 100) + "%"
+            visible: strip.showingTask && Session.taskProgress >= 0
+            text: Math.round(Session.taskProgress * 100) + "%"
             font.pixelSize: 11
             font.family: "monospace"
             color: Theme.muted
@@ -56,7 +56,7 @@ Rectangle {
             visible: strip.showingTask
             text: "Cancel"
             flat: true
-            onClicked: Store.cancelTasks()
+            onClicked: Session.cancelTasks()
             contentItem: Text {
                 text: "Cancel"
                 font.pixelSize: 11
@@ -70,7 +70,7 @@ Rectangle {
             visible: strip.showingError
             text: "Dismiss"
             flat: true
-            onClicked: Store.dismissError()
+            onClicked: Session.dismissError()
             contentItem: Text {
                 text: "Dismiss"
                 font.pixelSize: 11

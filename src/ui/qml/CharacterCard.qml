@@ -26,7 +26,7 @@ Panel {
         title: "Add reference images"
         fileMode: FileDialog.OpenFiles
         nameFilters: ["Images (*.png *.jpg *.jpeg *.webp *.heic *.gif *.bmp *.tif *.tiff)"]
-        onAccepted: Store.addReferenceImages(card.characterId, selectedFiles)
+        onAccepted: Cast.addReferenceImages(card.characterId, selectedFiles)
     }
 
     ConfirmDialog {
@@ -34,7 +34,7 @@ Panel {
         objectName: "removeCharacterConfirm"
         message: "Remove " + (card.name.length > 0 ? "“" + card.name + "”" : "this character")
                  + " from the project? Its reference images stay on disk."
-        onConfirmed: Store.removeCharacter(card.characterId)
+        onConfirmed: Cast.removeCharacter(card.characterId)
     }
 
     ColumnLayout {
@@ -58,13 +58,13 @@ Panel {
             }
             StatusChip {
                 objectName: "framesChip"
-                text: Store.featuredFrameCount + " frames"
-                intent: Store.featuredFrameCount > 0 ? "accent" : "neutral"
+                text: Cast.featuredFrameCount + " frames"
+                intent: Cast.featuredFrameCount > 0 ? "accent" : "neutral"
             }
             IconButton {
                 objectName: "removeCharacterButton"
                 symbol: "trash"
-                enabled: !Store.busy
+                enabled: !Session.busy
                 onClicked: removeConfirm.open()
             }
         }
@@ -84,7 +84,7 @@ Panel {
                 delegate: CharacterThumb {
                     id: thumb
                     required property string modelData
-                    source: Store.choosers.fileURL(modelData)
+                    source: Session.choosers.fileURL(modelData)
                     IconButton {
                         objectName: "removeReferenceButton"
                         anchors.top: parent.top
@@ -94,8 +94,8 @@ Panel {
                         implicitHeight: 24
                         symbol: "xmark"
                         color: Theme.withAlpha(Theme.inkDeep, 0.8)
-                        enabled: !Store.busy
-                        onClicked: Store.removeReferenceImage(card.characterId, thumb.modelData)
+                        enabled: !Session.busy
+                        onClicked: Cast.removeReferenceImage(card.characterId, thumb.modelData)
                     }
                 }
             }
@@ -115,7 +115,7 @@ Panel {
                 objectName: "addReferencesButton"
                 text: "Add references…"
                 symbol: "photo"
-                enabled: !Store.busy
+                enabled: !Session.busy
                 onClicked: chooser.show()
             }
         }

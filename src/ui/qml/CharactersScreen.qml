@@ -12,7 +12,7 @@ ColumnLayout {
     spacing: 18
 
     function addCharacter() {
-        if (Store.addCharacter(screen.newName))
+        if (Cast.addCharacter(screen.newName))
             screen.newName = ""
     }
 
@@ -34,8 +34,8 @@ ColumnLayout {
             KitTextArea {
                 objectName: "conceptField"
                 placeholderText: "e.g. 80s neon, moody, mirrorball light-play"
-                text: Store.conceptPrompt
-                onTextChanged: if (text !== Store.conceptPrompt) Store.conceptPrompt = text
+                text: Cast.conceptPrompt
+                onTextChanged: if (text !== Cast.conceptPrompt) Cast.conceptPrompt = text
                 Layout.fillWidth: true
             }
             Text {
@@ -67,7 +67,7 @@ ColumnLayout {
 
     Text {
         objectName: "noCharacters"
-        visible: Store.characters.count === 0
+        visible: Cast.characters.count === 0
         text: "No characters yet. Add one and give it a reference image to keep the subject consistent across the video."
         font.pixelSize: 13
         color: Theme.muted
@@ -76,7 +76,7 @@ ColumnLayout {
     }
 
     Repeater {
-        model: Store.characters
+        model: Cast.characters
         delegate: CharacterCard {
             Layout.fillWidth: true
         }
@@ -84,9 +84,9 @@ ColumnLayout {
 
     PrimaryButton {
         objectName: "storyboardButton"
-        symbol: Store.chunkCount === 0 ? "sparkles" : "arrow.right"
-        text: Store.chunkCount === 0 ? "Generate storyboard" : "Continue to storyboard"
-        enabled: !Store.busy
-        onClicked: Store.startStoryboard()
+        symbol: Storyboard.chunkCount === 0 ? "sparkles" : "arrow.right"
+        text: Storyboard.chunkCount === 0 ? "Generate storyboard" : "Continue to storyboard"
+        enabled: !Session.busy
+        onClicked: Cast.startStoryboard()
     }
 }

@@ -38,7 +38,7 @@ Panel {
             }
             Text {
                 objectName: "spanText"
-                text: Store.media.chunkTime(card.start) + " · " + Math.max(0, card.end - card.start).toFixed(1) + " s"
+                text: Session.clock(card.start, true) + " · " + Math.max(0, card.end - card.start).toFixed(1) + " s"
                 font.family: "monospace"
                 font.pixelSize: 11
                 font.weight: Font.Medium
@@ -81,8 +81,8 @@ Panel {
         SecondaryButton {
             symbol: "sparkles"
             text: card.hasFrame ? "Regenerate" : "Generate"
-            enabled: !Store.busy
-            onClicked: Store.generateFrame(card.chunkId)
+            enabled: !Session.busy
+            onClicked: Storyboard.generateFrame(card.chunkId)
         }
     }
 }

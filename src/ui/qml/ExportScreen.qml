@@ -7,17 +7,16 @@ import Quillvane
 // Step 7: the export settings, a summary, and the export with its result.
 ColumnLayout {
     id: screen
-    readonly property var media: Store.media
     property url lastExport
     property bool revealFailed: false
 
     spacing: 18
 
     Connections {
-        target: Store
+        target: Export
         function onExported(file) {
             screen.lastExport = file
-            screen.revealFailed = !Store.choosers.showInFolder(file)
+            screen.revealFailed = !Session.choosers.showInFolder(file)
         }
     }
 
@@ -26,7 +25,7 @@ ColumnLayout {
         objectName: "folderChooser"
         kind: "export"
         title: "Choose where to export"
-        onAccepted: screen.media.destination = selectedFolder
+        onAccepted: Export.destination = selectedFolder
     }
 
     SurfaceHeader {
@@ -38,7 +37,7 @@ ColumnLayout {
 
     RowLayout {
         objectName: "lockNotice"
-        visible: !Store.allAccepted
+        visible: !Storyboard.allAccepted
         spacing: 10
         Layout.fillWidth: true
         SymbolIcon {
@@ -54,7 +53,7 @@ ColumnLayout {
         }
         SecondaryButton {
             text: "Review frames"
-            onClicked: Store.selectedStage = 4
+            onClicked: Session.selectedStage = 4
         }
     }
 
@@ -71,28 +70,28 @@ ColumnLayout {
             KitComboBox {
                 objectName: "resolutionPicker"
                 Layout.preferredWidth: 140
-                model: screen.media.resolutionLabels
-                currentIndex: screen.media.resolution
-                onActivated: index => screen.media.resolution = index
+                model: Export.resolutionLabels
+                currentIndex: Export.resolution
+                onActivated: index => Export.resolution = index
             }
             Text { text: "Container"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
             KitComboBox {
                 objectName: "containerPicker"
                 Layout.preferredWidth: 180
-                model: screen.media.containerLabels
-                currentIndex: screen.media.container
-                onActivated: index => screen.media.container = index
+                model: Export.containerLabels
+                currentIndex: Export.container
+                onActivated: index => Export.container = index
             }
             Text { text: "Include original audio"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
             ReviewToggle {
-                checked: screen.media.includeAudio
-                onToggled: value => screen.media.includeAudio = value
+                checked: Export.includeAudio
+                onToggled: value => Export.includeAudio = value
             }
             Text { text: "Lyrics files (SRT, LRC)"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
             ReviewToggle {
                 objectName: "subtitlesToggle"
-                checked: screen.media.subtitles
-                onToggled: value => screen.media.subtitles = value
+                checked: Export.subtitles
+                onToggled: value => Export.subtitles = value
             }
             Text { text: "Destination"; font.pixelSize: 13; color: Theme.cream }
             RowLayout {
@@ -100,7 +99,7 @@ ColumnLayout {
                 Layout.fillWidth: true
                 Text {
                     objectName: "destinationText"
-                    text: screen.media.destination.length > 0 ? screen.media.destination : "Not chosen"
+                    text: Export.destination.length > 0 ? Export.destination : "Not chosen"
                     font.pixelSize: 11
                     color: Theme.muted
                     elide: Text.ElideMiddle
@@ -133,11 +132,11 @@ ColumnLayout {
             }
             Repeater {
                 model: [
-                    ["Chunks", String(Store.chunkCount)],
-                    ["Accepted frames", String(Store.acceptedCount)],
-                    ["Duration", screen.media.durationTime(screen.media.projectDuration)],
-                    ["Output", screen.media.resolutionLabels[screen.media.resolution] + " · "
-                               + screen.media.containerLabels[screen.media.container]]
+                    ["Chunks", String(Storyboard.chunkCount)],
+                    ["Accepted frames", String(Storyboard.acceptedCount)],
+                    ["Duration", Session.clock(Export.projectDuration)],
+                    ["Output", Export.resolutionLabels[Export.resolution] + " · "
+                               + Export.containerLabels[Export.container]]
                 ]
                 delegate: RowLayout {
                     id: summaryRow
@@ -158,8 +157,8 @@ ColumnLayout {
     }
 
     ProgressMeter {
-        visible: Store.busy && Store.taskProgress >= 0
-        value: Store.taskProgress
+        visible: Session.busy && Session.taskProgress >= 0
+        value: Session.taskProgress
         tint: Theme.lime
         Layout.fillWidth: true
     }
@@ -183,7 +182,7 @@ ColumnLayout {
         SecondaryButton {
             objectName: "showInFolderButton"
             text: "Show in Folder"
-            onClicked: screen.revealFailed = !Store.choosers.showInFolder(screen.lastExport)
+            onClicked: screen.revealFailed = !Session.choosers.showInFolder(screen.lastExport)
         }
     }
 
@@ -213,19 +212,19 @@ ColumnLayout {
             objectName: "copyPathButton"
             text: "Copy"
             symbol: "doc.on.doc"
-            onClicked: Store.choosers.copyText(exportPathText.text)
+            onClicked: Session.choosers.copyText(exportPathText.text)
         }
     }
 
     PrimaryButton {
         objectName: "exportButton"
         symbol: "square.and.arrow.up.fill"
-        text: Store.busy ? "Exporting…" : "Export lyric video"
-        enabled: Store.allAccepted && !Store.busy
+        text: Session.busy ? "Exporting…" : "Export lyric video"
+        enabled: Storyboard.allAccepted && !Session.busy
         onClicked: {
             screen.lastExport = ""
             screen.revealFailed = false
-            Store.exportVideo()
+            Export.exportVideo()
         }
     }
 }

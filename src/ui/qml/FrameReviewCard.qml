@@ -92,7 +92,7 @@ Panel {
                     objectName: "check-" + card.checkNames[index]
                     label: card.checkLabels[index]
                     checked: card.checks[index] === true
-                    onToggled: value => Store.setReviewCheck(card.chunkId, card.checkNames[index], value)
+                    onToggled: value => Storyboard.setReviewCheck(card.chunkId, card.checkNames[index], value)
                     Layout.fillWidth: true
                 }
             }
@@ -101,7 +101,7 @@ Panel {
                 symbol: "checkmark.circle"
                 text: "All checks pass"
                 enabled: card.passedCount < 5
-                onClicked: Store.passAllChecks(card.chunkId)
+                onClicked: Storyboard.passAllChecks(card.chunkId)
             }
         }
         Text {
@@ -119,13 +119,13 @@ Panel {
                 objectName: "generateButton"
                 symbol: card.hasFrame ? "arrow.clockwise" : "sparkles"
                 text: card.hasFrame ? "Regenerate" : "Generate"
-                enabled: !Store.busy
-                onClicked: Store.generateFrame(card.chunkId)
+                enabled: !Session.busy
+                onClicked: Storyboard.generateFrame(card.chunkId)
             }
             SecondaryButton {
                 symbol: "wand.and.stars"
                 text: "Edit"
-                enabled: card.hasFrame && !Store.busy
+                enabled: card.hasFrame && !Session.busy
                 onClicked: card.editRequested(card.chunkId)
             }
             Item { Layout.fillWidth: true }
@@ -133,13 +133,13 @@ Panel {
                 objectName: "undoButton"
                 symbol: "arrow.uturn.backward"
                 enabled: card.undoCount > 0
-                onClicked: Store.undoFrame(card.chunkId)
+                onClicked: Storyboard.undoFrame(card.chunkId)
             }
             IconButton {
                 objectName: "redoButton"
                 symbol: "arrow.uturn.forward"
                 enabled: card.redoCount > 0
-                onClicked: Store.redoFrame(card.chunkId)
+                onClicked: Storyboard.redoFrame(card.chunkId)
             }
         }
     }

@@ -20,21 +20,21 @@ ColumnLayout {
     }
 
     EmptyState {
-        visible: Store.chunkCount === 0
+        visible: Storyboard.chunkCount === 0
         symbol: "photo.on.rectangle.angled"
         title: "No planned frames yet"
         action: "Go to storyboard"
-        onActionTriggered: Store.selectedStage = 3
+        onActionTriggered: Session.selectedStage = 3
         Layout.fillWidth: true
     }
 
     RowLayout {
-        visible: Store.chunkCount > 0
+        visible: Storyboard.chunkCount > 0
         spacing: 10
         Layout.fillWidth: true
         Text {
             objectName: "generatedLine"
-            text: Texts.generatedLine(Store.framedCount, Store.chunkCount)
+            text: Texts.generatedLine(Storyboard.framedCount, Storyboard.chunkCount)
             font.pixelSize: 13
             color: Theme.cream
             Layout.fillWidth: true
@@ -42,15 +42,15 @@ ColumnLayout {
         SecondaryButton {
             symbol: "sparkles"
             text: "Generate missing"
-            enabled: !Store.busy
-            onClicked: Store.generateMissingFrames()
+            enabled: !Session.busy
+            onClicked: Storyboard.generateMissingFrames()
         }
         PrimaryButton {
             objectName: "toMotionButton"
-            visible: Store.allAccepted
+            visible: Storyboard.allAccepted
             symbol: "cube.transparent"
             text: "All frames accepted — set up motion"
-            onClicked: Store.selectedStage = 6
+            onClicked: Session.selectedStage = 6
         }
     }
 
@@ -59,12 +59,12 @@ ColumnLayout {
     // the screen, never from the grid, whose own width comes from its cards.
     Grid {
         id: grid
-        visible: Store.chunkCount > 0
+        visible: Storyboard.chunkCount > 0
         columns: screen.columns
         spacing: 14
         Layout.fillWidth: true
         Repeater {
-            model: Store.chunks
+            model: Storyboard.chunks
             delegate: FrameReviewCard {
                 width: (screen.width - (screen.columns - 1) * grid.spacing) / screen.columns
                 opacity: shownCards.covers(y, height) ? 1 : 0

@@ -5,25 +5,25 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Quillvane
 
-// The sheet opened from a review card: the large viewer, or the edit request form. It looks
-// its chunk up by id on every change of the project, so it always shows the current frame.
+// The sheet opened from a review card: the large viewer, or the edit request form. It shows
+// the chosen chunk as the storyboard has it now, so an edit or a new version shows at once.
 Popup {
     id: sheet
-    property string chunkId
+    readonly property var chunk: Storyboard.selectedChunk
+    readonly property string chunkId: chunk.chunkId ?? ""
     property bool editing
-    readonly property var chunk: Store.revision >= 0 ? Store.chunkView(chunkId) : ({})
     property string request
 
     function show(id: string, edit: bool) {
-        sheet.chunkId = id
+        Storyboard.selectedChunkId = id
         sheet.editing = edit
         sheet.request = ""
         sheet.open()
     }
 
     function send() {
-        if (Texts.canSend(sheet.request, Store.busy))
-            Store.editFrame(sheet.chunkId, sheet.request.trim())
+        if (Texts.canSend(sheet.request, Session.busy))
+            Storyboard.editFrame(sheet.chunkId, sheet.request.trim())
     }
 
     modal: true
@@ -86,8 +86,8 @@ Popup {
             SecondaryButton {
                 symbol: "arrow.clockwise"
                 text: "Regenerate"
-                enabled: !Store.busy
-                onClicked: Store.generateFrame(sheet.chunkId)
+                enabled: !Session.busy
+                onClicked: Storyboard.generateFrame(sheet.chunkId)
             }
             PrimaryButton {
                 symbol: "wand.and.stars"
@@ -117,16 +117,16 @@ Popup {
                     implicitHeight: 36
                     Spinner {
                         anchors.centerIn: parent
-                        visible: Store.busy
+                        visible: Session.busy
                     }
                     PrimaryButton {
                         objectName: "sendButton"
                         anchors.fill: parent
-                        visible: !Store.busy
+                        visible: !Session.busy
                         leftPadding: 10
                         rightPadding: 10
                         symbol: "paperplane.fill"
-                        enabled: Texts.canSend(sheet.request, Store.busy)
+                        enabled: Texts.canSend(sheet.request, Session.busy)
                         onClicked: sheet.send()
                     }
                 }
@@ -136,12 +136,12 @@ Popup {
                 IconButton {
                     symbol: "arrow.uturn.backward"
                     enabled: (sheet.chunk.undoCount ?? 0) > 0
-                    onClicked: Store.undoFrame(sheet.chunkId)
+                    onClicked: Storyboard.undoFrame(sheet.chunkId)
                 }
                 IconButton {
                     symbol: "arrow.uturn.forward"
                     enabled: (sheet.chunk.redoCount ?? 0) > 0
-                    onClicked: Store.redoFrame(sheet.chunkId)
+                    onClicked: Storyboard.redoFrame(sheet.chunkId)
                 }
                 Text {
                     objectName: "versionLine"

@@ -12,7 +12,7 @@ Row {
         delegate: Rectangle {
             id: control
             required property var modelData
-            readonly property bool possible: modelData[1] === "undo" ? Store.canUndo : Store.canRedo
+            readonly property bool possible: modelData[1] === "undo" ? Session.canUndo : Session.canRedo
             objectName: "project" + modelData[2] + "Button"
             width: 28
             height: 24
@@ -30,7 +30,7 @@ Row {
             }
             TapHandler {
                 enabled: control.possible
-                onTapped: control.modelData[1] === "undo" ? Store.undo() : Store.redo()
+                onTapped: control.modelData[1] === "undo" ? Session.undo() : Session.redo()
             }
         }
     }

@@ -23,7 +23,7 @@ Rectangle {
         onDropped: drop => {
             hero.targeted = false
             if (drop.hasUrls && drop.urls.length > 0) {
-                Store.importAudio(drop.urls[0])
+                Intake.importAudio(drop.urls[0])
                 drop.accept(Qt.CopyAction)
             }
         }
@@ -36,7 +36,7 @@ Rectangle {
         title: "Choose an audio file"
         fileMode: FileDialog.OpenFile
         nameFilters: ["Audio files (*.mp3 *.m4a *.wav *.aiff *.aif *.flac *.ogg)"]
-        onAccepted: Store.importAudio(selectedFile)
+        onAccepted: Intake.importAudio(selectedFile)
     }
 
     ColumnLayout {
@@ -82,7 +82,7 @@ Rectangle {
             implicitWidth: chooserRow.implicitWidth + 36
             implicitHeight: chooserRow.implicitHeight + 24
             radius: 12
-            enabled: !Store.busy
+            enabled: !Session.busy
             opacity: enabled ? 1 : 0.45
             color: chooserTap.pressed ? Theme.withAlpha(Theme.lime, 0.85) : Theme.lime
             RowLayout {

@@ -6,11 +6,11 @@ import Quillvane
 ColumnLayout {
     spacing: 0
     ImportHero {
-        visible: Store.audioPath.length === 0
+        visible: !Intake.hasAudio
         Layout.fillWidth: true
     }
     TrackDetails {
-        visible: Store.audioPath.length > 0
+        visible: Intake.hasAudio
         Layout.fillWidth: true
     }
 }

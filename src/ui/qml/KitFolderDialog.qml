@@ -8,14 +8,14 @@ FolderDialog {
     required property string kind
 
     function show() {
-        if (!Store.choosers.available) {
-            Store.showError(Store.choosers.unavailableMessage)
+        if (!Session.choosers.available) {
+            Session.showError(Session.choosers.unavailableMessage)
             return
         }
-        currentFolder = Store.choosers.folderFor(kind)
+        currentFolder = Session.choosers.folderFor(kind)
         open()
-        Qt.callLater(() => Store.choosers.fitPathBar(dialog.parentWindow, Theme.inkDeep))
+        Qt.callLater(() => Session.choosers.fitPathBar(dialog.parentWindow, Theme.inkDeep))
     }
 
-    Component.onCompleted: accepted.connect(() => Store.choosers.remember(dialog.kind, dialog.selectedFolder))
+    Component.onCompleted: accepted.connect(() => Session.choosers.remember(dialog.kind, dialog.selectedFolder))
 }

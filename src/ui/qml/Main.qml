@@ -70,7 +70,7 @@ ApplicationWindow {
             objectName: "stageShortcut" + index
             sequence: "Ctrl+" + (index + 1)
             context: Qt.ApplicationShortcut
-            onActivated: Store.selectedStage = index
+            onActivated: Session.selectedStage = index
         }
     }
     Shortcut {
@@ -81,19 +81,19 @@ ApplicationWindow {
     Shortcut {
         objectName: "undoShortcut"
         sequences: [StandardKey.Undo]
-        enabled: Store.canUndo
-        onActivated: Store.undo()
+        enabled: Session.canUndo
+        onActivated: Session.undo()
     }
     Shortcut {
         objectName: "redoShortcut"
         sequences: [StandardKey.Redo]
-        enabled: Store.canRedo
-        onActivated: Store.redo()
+        enabled: Session.canRedo
+        onActivated: Session.redo()
     }
     // Only while a banner shows: otherwise Escape belongs to the screen (it ends tapping along).
     Shortcut {
         sequence: "Escape"
-        enabled: Store.lastError.length > 0
-        onActivated: Store.dismissError()
+        enabled: Session.lastError.length > 0
+        onActivated: Session.dismissError()
     }
 }

@@ -6,8 +6,7 @@ import Quillvane
 // Step 6: the parallax settings and the local render of every accepted frame.
 ColumnLayout {
     id: screen
-    readonly property var media: Store.media
-    readonly property bool rendering: Store.busy && Store.runningTask === "Rendering motion"
+    readonly property bool rendering: Session.busy && Session.runningTask === "Rendering motion"
 
     spacing: 18
 
@@ -20,7 +19,7 @@ ColumnLayout {
 
     RowLayout {
         objectName: "acceptWarning"
-        visible: !Store.allAccepted
+        visible: !Storyboard.allAccepted
         spacing: 10
         Layout.fillWidth: true
         SymbolIcon {
@@ -30,14 +29,14 @@ ColumnLayout {
         }
         Text {
             objectName: "acceptWarningText"
-            text: "Accept all frames first — " + Store.acceptedCount + "/" + Store.chunkCount + " approved."
+            text: "Accept all frames first — " + Storyboard.acceptedCount + "/" + Storyboard.chunkCount + " approved."
             font.pixelSize: 12
             color: Theme.amber
             Layout.fillWidth: true
         }
         SecondaryButton {
             text: "Review frames"
-            onClicked: Store.selectedStage = 4
+            onClicked: Session.selectedStage = 4
         }
     }
 
@@ -51,27 +50,27 @@ ColumnLayout {
             SettingRow {
                 objectName: "intensityRow"
                 label: "Parallax intensity"
-                value: Math.floor(screen.media.intensity * 100) + "%"
+                value: Math.floor(Motion.intensity * 100) + "%"
                 Layout.fillWidth: true
                 KitSlider {
                     width: parent.width
                     from: 0
                     to: 1
-                    value: screen.media.intensity
-                    onMoved: screen.media.intensity = value
+                    value: Motion.intensity
+                    onMoved: Motion.intensity = value
                 }
             }
             SettingRow {
                 objectName: "zoomRow"
                 label: "Push-in zoom"
-                value: Math.floor(screen.media.zoom * 100) + "%"
+                value: Math.floor(Motion.zoom * 100) + "%"
                 Layout.fillWidth: true
                 KitSlider {
                     width: parent.width
                     from: 0
                     to: 0.5
-                    value: screen.media.zoom
-                    onMoved: screen.media.zoom = value
+                    value: Motion.zoom
+                    onMoved: Motion.zoom = value
                 }
             }
             RowLayout {
@@ -86,7 +85,7 @@ ColumnLayout {
                     }
                     Text {
                         objectName: "timingHint"
-                        text: screen.media.followsSong
+                        text: Motion.followsSong
                               ? "Each frame is on screen while its words are sung; the video lasts the whole song."
                               : "Every clip lasts the clip duration below; the song is cut where the clips end."
                         font.pixelSize: 11
@@ -99,23 +98,23 @@ ColumnLayout {
                     objectName: "timingPicker"
                     Layout.preferredWidth: 170
                     model: ["Follow the song", "Fixed length"]
-                    currentIndex: screen.media.followsSong ? 0 : 1
-                    onActivated: index => screen.media.followsSong = index === 0
+                    currentIndex: Motion.followsSong ? 0 : 1
+                    onActivated: index => Motion.followsSong = index === 0
                 }
             }
             SettingRow {
                 objectName: "durationRow"
                 label: "Clip duration"
-                value: screen.media.duration.toFixed(1) + "s"
-                enabled: !screen.media.followsSong
+                value: Motion.duration.toFixed(1) + "s"
+                enabled: !Motion.followsSong
                 opacity: enabled ? 1 : 0.45
                 Layout.fillWidth: true
                 KitSlider {
                     width: parent.width
                     from: 2
                     to: 10
-                    value: screen.media.duration
-                    onMoved: screen.media.duration = value
+                    value: Motion.duration
+                    onMoved: Motion.duration = value
                 }
             }
             RowLayout {
@@ -130,14 +129,14 @@ ColumnLayout {
                     objectName: "fpsPicker"
                     Layout.preferredWidth: 120
                     model: ["24 fps", "30 fps", "60 fps"]
-                    currentIndex: [24, 30, 60].indexOf(screen.media.fps)
-                    onActivated: index => screen.media.fps = [24, 30, 60][index]
+                    currentIndex: [24, 30, 60].indexOf(Motion.fps)
+                    onActivated: index => Motion.fps = [24, 30, 60][index]
                 }
             }
             ReviewToggle {
                 label: "Loop clip motion"
-                checked: screen.media.loop
-                onToggled: value => screen.media.loop = value
+                checked: Motion.loop
+                onToggled: value => Motion.loop = value
             }
         }
     }
@@ -156,7 +155,7 @@ ColumnLayout {
                 color: Theme.cream
             }
             Text {
-                text: Store.acceptedCount + " accepted frames · rendered on this computer"
+                text: Storyboard.acceptedCount + " accepted frames · rendered on this computer"
                 font.pixelSize: 12
                 color: Theme.muted
             }
@@ -165,11 +164,11 @@ ColumnLayout {
                 // While clips render the count follows the bar; the stored clips are from the
                 // last run and would disagree with it.
                 text: screen.rendering
-                      ? Math.floor(Math.max(Store.taskProgress, 0) * Store.acceptedCount + 1e-6) + " of "
-                        + Store.acceptedCount + " clips rendered"
-                      : screen.media.renderedCount === Store.chunkCount && Store.chunkCount > 0
+                      ? Math.floor(Math.max(Session.taskProgress, 0) * Storyboard.acceptedCount + 1e-6) + " of "
+                        + Storyboard.acceptedCount + " clips rendered"
+                      : Motion.renderedCount === Storyboard.chunkCount && Storyboard.chunkCount > 0
                       ? "All clips rendered"
-                      : screen.media.renderedCount + " of " + Store.chunkCount + " clips rendered"
+                      : Motion.renderedCount + " of " + Storyboard.chunkCount + " clips rendered"
                 font.pixelSize: 13
                 color: Theme.cream
             }
@@ -179,13 +178,13 @@ ColumnLayout {
                     objectName: "renderButton"
                     symbol: "wand.and.rays"
                     text: "Render motion"
-                    enabled: Store.allAccepted && !Store.busy
-                    onClicked: Store.renderMotion()
+                    enabled: Storyboard.allAccepted && !Session.busy
+                    onClicked: Motion.renderMotion()
                 }
                 SecondaryButton {
                     symbol: "play.rectangle"
                     text: "Preview timeline"
-                    onClicked: Store.selectedStage = 7
+                    onClicked: Session.selectedStage = 7
                 }
             }
         }

@@ -18,17 +18,17 @@ Panel {
         }
         Text {
             objectName: "artDirection"
-            text: Store.artDirection
+            text: Storyboard.artDirection
             font.pixelSize: 13
             color: Theme.cream
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
         }
         Row {
-            visible: Store.palette.length > 0
+            visible: Storyboard.palette.length > 0
             spacing: 6
             Repeater {
-                model: Store.palette
+                model: Storyboard.palette
                 delegate: Rectangle {
                     required property string modelData
                     width: 26
@@ -41,16 +41,16 @@ Panel {
             }
         }
         Text {
-            visible: Store.motif.length > 0
-            text: "Motif: " + Store.motif
+            visible: Storyboard.motif.length > 0
+            text: "Motif: " + Storyboard.motif
             font.pixelSize: 12
             color: Theme.muted
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
         }
         Text {
-            visible: Store.storyline.length > 0
-            text: "Storyline: " + Store.storyline
+            visible: Storyboard.storyline.length > 0
+            text: "Storyline: " + Storyboard.storyline
             font.pixelSize: 12
             color: Theme.muted
             wrapMode: Text.WordWrap

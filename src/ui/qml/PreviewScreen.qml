@@ -8,22 +8,22 @@ import Quillvane
 // timeline strip to pick a chunk, and a way to play every clip in order over the song.
 ColumnLayout {
     id: screen
-    readonly property string currentId: Store.selectedChunkId.length > 0 ? Store.selectedChunkId
-                                        : (Store.chunkCount > 0 ? Store.chunkIdAt(0) : "")
-    readonly property var current: Store.revision >= 0 && currentId.length > 0 ? Store.chunkView(currentId) : ({})
-    readonly property bool hasClip: (current.clipPath ?? "").length > 0 && Store.media.fileExists(current.clipPath)
+    // The chosen chunk, else the first.
+    readonly property var current: Storyboard.selectedChunk
+    readonly property string currentId: current.chunkId ?? ""
+    readonly property bool hasClip: (current.clipPath ?? "").length > 0 && Export.fileExists(current.clipPath)
     property bool playingSequence: false
     // Where the person stopped the sequence, in seconds; -1 while it plays or has played out.
     property real stoppedAt: -1
     // With a track the song leads the sequence: the clip on screen is always the one whose
     // span holds the song's position, at the matching offset, as in the exported video.
-    readonly property bool songLeads: Store.media.audioURL.length > 0
+    readonly property bool songLeads: Intake.audioURL.length > 0
     property real pendingOffset: -1
 
     spacing: 18
 
     function playSequence() {
-        if (Store.chunkCount === 0)
+        if (Storyboard.chunkCount === 0)
             return
         screen.playingSequence = true
         screen.stoppedAt = -1
@@ -32,7 +32,7 @@ ColumnLayout {
             screen.follow(0)
             song.play()
         } else {
-            Store.selectedChunkId = Store.media.chunkAt(0)
+            Storyboard.selectedChunkId = Export.chunkAt(0)
             Qt.callLater(player.play)
         }
     }
@@ -41,7 +41,7 @@ ColumnLayout {
     function stopSequence(byPerson) {
         if (byPerson && screen.playingSequence)
             screen.stoppedAt = screen.songLeads ? song.position / 1000
-                                                : Store.media.clipStart(screen.currentId) + player.position / 1000
+                                                : Export.clipStart(screen.currentId) + player.position / 1000
         screen.playingSequence = false
         song.pause()
         player.pause()
@@ -49,13 +49,13 @@ ColumnLayout {
 
     // Shows the clip holding `ms` of the song, at the offset the export has it at.
     function follow(ms) {
-        const id = Store.media.chunkAt(ms / 1000)
+        const id = Export.chunkAt(ms / 1000)
         if (id.length === 0)
             return
-        const offset = Math.max(0, ms - Store.media.clipStart(id) * 1000)
+        const offset = Math.max(0, ms - Export.clipStart(id) * 1000)
         if (id !== screen.currentId) {
             screen.pendingOffset = offset
-            Store.selectedChunkId = id
+            Storyboard.selectedChunkId = id
             if (screen.playingSequence)
                 Qt.callLater(player.play)
         } else if (Math.abs(player.position - offset) > 250) {
@@ -67,12 +67,12 @@ ColumnLayout {
     function advance() {
         if (!screen.playingSequence || screen.songLeads)
             return
-        const next = Store.media.chunkAt(Store.media.clipStart(screen.currentId) + player.duration / 1000 + 0.001)
+        const next = Export.chunkAt(Export.clipStart(screen.currentId) + player.duration / 1000 + 0.001)
         if (next === screen.currentId) {
             screen.stopSequence()
             return
         }
-        Store.selectedChunkId = next
+        Storyboard.selectedChunkId = next
         Qt.callLater(player.play)
     }
 
@@ -99,7 +99,7 @@ ColumnLayout {
     }
     MediaPlayer {
         id: song
-        source: Store.media.audioURL
+        source: Intake.audioURL
         audioOutput: AudioOutput {}
         onPositionChanged: if (screen.playingSequence) screen.follow(position)
         onMediaStatusChanged: if (mediaStatus === MediaPlayer.EndOfMedia) screen.stopSequence()
@@ -118,7 +118,7 @@ ColumnLayout {
         Text {
             objectName: "noFramesText"
             anchors.centerIn: parent
-            visible: Store.chunkCount === 0
+            visible: Storyboard.chunkCount === 0
             text: "No frames to preview"
             font.pixelSize: 15
             color: Theme.muted
@@ -127,7 +127,7 @@ ColumnLayout {
             objectName: "previewStill"
             anchors.fill: parent
             // The still stands in for its clip until the clip plays, so the area is never blank.
-            visible: Store.chunkCount > 0 && (!screen.hasClip || player.playbackState === MediaPlayer.StoppedState)
+            visible: Storyboard.chunkCount > 0 && (!screen.hasClip || player.playbackState === MediaPlayer.StoppedState)
             source: screen.current.framePath ?? ""
             fallbackText: "Not generated"
             decodeWidth: 1280
@@ -192,7 +192,7 @@ ColumnLayout {
         }
         Text {
             objectName: "currentTime"
-            text: Store.media.chunkTime(screen.current.start ?? 0)
+            text: Session.clock(screen.current.start ?? 0, true)
             font.family: "monospace"
             font.pixelSize: 12
             font.weight: Font.Medium
@@ -205,7 +205,7 @@ ColumnLayout {
         }
         Text {
             objectName: "projectDuration"
-            text: Store.media.durationTime(Store.media.projectDuration)
+            text: Session.clock(Export.projectDuration)
             font.family: "monospace"
             font.pixelSize: 12
             font.weight: Font.Medium
@@ -216,7 +216,7 @@ ColumnLayout {
             objectName: "playSequence"
             symbol: screen.playingSequence ? "pause.fill" : "play.fill"
             text: screen.playingSequence ? "Stop sequence" : "Play sequence"
-            enabled: Store.chunkCount > 0
+            enabled: Storyboard.chunkCount > 0
             onClicked: screen.playingSequence ? screen.stopSequence(true) : screen.playSequence()
         }
     }
@@ -231,10 +231,10 @@ ColumnLayout {
             id: strip
             spacing: 10
             Repeater {
-                model: Store.chunks
+                model: Storyboard.chunks
                 delegate: TimelineThumb {
                     selected: chunkId === screen.currentId
-                    onChosen: Store.selectedChunkId = chunkId
+                    onChosen: Storyboard.selectedChunkId = chunkId
                 }
             }
         }
@@ -245,8 +245,8 @@ ColumnLayout {
         Text {
             objectName: "sequenceLine"
             // After Stop the line says where the sequence stopped, not that it is complete.
-            text: screen.stoppedAt >= 0 ? "Stopped at " + Store.media.chunkTime(screen.stoppedAt)
-                  : Store.allAccepted ? "Sequence complete" : Store.acceptedCount + " accepted"
+            text: screen.stoppedAt >= 0 ? "Stopped at " + Session.clock(screen.stoppedAt, true)
+                  : Storyboard.allAccepted ? "Sequence complete" : Storyboard.acceptedCount + " accepted"
             font.pixelSize: 13
             color: Theme.cream
             Layout.fillWidth: true
@@ -254,7 +254,7 @@ ColumnLayout {
         PrimaryButton {
             symbol: "square.and.arrow.up"
             text: "Export"
-            onClicked: Store.selectedStage = 8
+            onClicked: Session.selectedStage = 8
         }
     }
 }

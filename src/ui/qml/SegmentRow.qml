@@ -34,7 +34,7 @@ RowLayout {
         color: playTap.pressed ? Theme.withAlpha(Theme.cream, 0.12) : Theme.withAlpha(Theme.cream, 0.05)
         border.width: 1
         border.color: Theme.goldLine
-        opacity: Store.hasAudio ? 1 : 0.4
+        opacity: Intake.hasAudio ? 1 : 0.4
         SymbolIcon {
             anchors.centerIn: parent
             symbol: "play.fill"
@@ -43,7 +43,7 @@ RowLayout {
         }
         TapHandler {
             id: playTap
-            enabled: Store.hasAudio
+            enabled: Intake.hasAudio
             onTapped: row.playFrom(row.start)
         }
     }
@@ -52,16 +52,16 @@ RowLayout {
         id: field
         required property real seconds
         signal typed(real seconds)
-        text: Store.media.chunkTime(seconds)
+        text: Session.clock(seconds, true)
         font.family: "monospace"
         font.pixelSize: 12
         horizontalAlignment: Text.AlignRight
         Layout.preferredWidth: 84
         onEditingFinished: {
-            const parsed = Store.parseTime(text)
+            const parsed = Session.readClock(text)
             if (!isNaN(parsed) && Math.abs(parsed - seconds) >= 0.005)
                 field.typed(parsed)
-            text = Qt.binding(() => Store.media.chunkTime(field.seconds))
+            text = Qt.binding(() => Session.clock(field.seconds, true))
         }
     }
 

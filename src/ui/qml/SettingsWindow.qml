@@ -18,9 +18,9 @@ Window {
     color: Theme.inkDeep
 
     // Asked afresh every time the window is shown: an install may have come or gone.
-    property string engine: Store.engineName()
+    property string engine: AppSettings.engineName()
     property bool advancedOpen: true
-    onVisibleChanged: if (visible) settings.engine = Store.engineName()
+    onVisibleChanged: if (visible) settings.engine = AppSettings.engineName()
 
     Shortcut {
         sequence: "Escape"
@@ -42,7 +42,7 @@ Window {
             SurfaceHeader {
                 kicker: "Settings"
                 title: "Studio settings."
-                subtitle: Store.offlineStudio
+                subtitle: AppSettings.offlineStudio
                           ? "Transcription and generation both run on your computer, in the offline studio."
                           : "Transcription runs on your computer. Generation is handled by the Quillvane service."
                 Layout.fillWidth: true
@@ -94,8 +94,8 @@ Window {
                             objectName: "timingPicker"
                             Layout.preferredWidth: 200
                             model: ["Align words", "By proportion"]
-                            currentIndex: Store.alignsWords ? 0 : 1
-                            onActivated: index => Store.alignsWords = index === 0
+                            currentIndex: AppSettings.alignsWords ? 0 : 1
+                            onActivated: index => AppSettings.alignsWords = index === 0
                         }
                     }
                 }
@@ -113,11 +113,11 @@ Window {
                         objectName: "backendPicker"
                         Layout.preferredWidth: 200
                         model: ["Quillvane service", "Offline studio"]
-                        currentIndex: Store.offlineStudio ? 1 : 0
-                        onActivated: index => Store.offlineStudio = index === 1
+                        currentIndex: AppSettings.offlineStudio ? 1 : 0
+                        onActivated: index => AppSettings.offlineStudio = index === 1
                     }
                     Text {
-                        visible: Store.offlineStudio
+                        visible: AppSettings.offlineStudio
                         text: "The offline studio draws its pictures by rules on this computer; no model paints them."
                         font.pixelSize: 11
                         color: Theme.amber
@@ -130,7 +130,7 @@ Window {
                         SymbolIcon { symbol: "lock.shield"; tint: Theme.lime; size: 16 }
                         Text {
                             objectName: "backendNote"
-                            text: Store.offlineStudio
+                            text: AppSettings.offlineStudio
                                   ? "Nothing is sent over the network: storyboards and frames are made on this computer."
                                   : "Requests are routed through the Quillvane service. No key is stored on this computer."
                             font.pixelSize: 12
@@ -168,16 +168,16 @@ Window {
                         KitTextField {
                             objectName: "modelField"
                             placeholderText: "fal-ai/flux/dev"
-                            text: Store.generationModel
-                            onTextEdited: Store.generationModel = text
+                            text: AppSettings.generationModel
+                            onTextEdited: AppSettings.generationModel = text
                             Layout.fillWidth: true
                         }
                         FieldLabel { text: "Edit workflow" }
                         KitTextField {
                             objectName: "workflowField"
                             placeholderText: "workflows/…/lyric-video-edit-frame"
-                            text: Store.editWorkflow
-                            onTextEdited: Store.editWorkflow = text
+                            text: AppSettings.editWorkflow
+                            onTextEdited: AppSettings.editWorkflow = text
                             Layout.fillWidth: true
                         }
                         FieldLabel { text: "Service base URL" }
@@ -186,10 +186,10 @@ Window {
                         KitTextField {
                             objectName: "serviceField"
                             placeholderText: "https://…/api/fal"
-                            text: Store.proxyBaseURL
+                            text: AppSettings.proxyBaseURL
                             onEditingFinished: {
-                                Store.proxyBaseURL = text
-                                text = Qt.binding(() => Store.proxyBaseURL)
+                                AppSettings.proxyBaseURL = text
+                                text = Qt.binding(() => AppSettings.proxyBaseURL)
                             }
                             Layout.fillWidth: true
                         }
@@ -218,8 +218,8 @@ Window {
                         // Offline nothing is asked of the network, so nothing is claimed.
                         StatusChip {
                             objectName: "updatesChip"
-                            text: Store.offlineStudio ? "Not checked offline" : "Up to date"
-                            intent: Store.offlineStudio ? "neutral" : "good"
+                            text: AppSettings.offlineStudio ? "Not checked offline" : "Up to date"
+                            intent: AppSettings.offlineStudio ? "neutral" : "good"
                         }
                     }
                 }

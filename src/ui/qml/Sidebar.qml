@@ -53,7 +53,7 @@ Rectangle {
             Layout.fillWidth: true
             Text {
                 objectName: "projectTitle"
-                text: Store.title.length > 0 ? Store.title : "Untitled project"
+                text: Intake.title.length > 0 ? Intake.title : "Untitled project"
                 font.pixelSize: 13
                 font.weight: Font.Black
                 color: Theme.cream
@@ -62,7 +62,7 @@ Rectangle {
             }
             Text {
                 objectName: "projectArtist"
-                text: Store.artist.length > 0 ? Store.artist : "—"
+                text: Intake.artist.length > 0 ? Intake.artist : "—"
                 font.pixelSize: 10
                 color: Theme.muted
                 elide: Text.ElideRight
@@ -74,10 +74,10 @@ Rectangle {
             spacing: 2
             Layout.fillWidth: true
             Repeater {
-                model: Store.stages
+                model: Session.stages
                 delegate: StageRow {
                     Layout.fillWidth: true
-                    onChosen: Store.selectedStage = stage
+                    onChosen: Session.selectedStage = stage
                 }
             }
         }
@@ -99,14 +99,14 @@ Rectangle {
                 }
                 Text {
                     objectName: "approvalCount"
-                    text: Store.acceptedCount + "/" + Store.chunkCount
+                    text: Storyboard.acceptedCount + "/" + Storyboard.chunkCount
                     font.pixelSize: 11
                     color: Theme.cream
                 }
             }
             ProgressMeter {
                 Layout.fillWidth: true
-                value: Store.chunkCount > 0 ? Store.acceptedCount / Store.chunkCount : 0
+                value: Storyboard.chunkCount > 0 ? Storyboard.acceptedCount / Storyboard.chunkCount : 0
             }
         }
 
@@ -114,8 +114,8 @@ Rectangle {
             Layout.fillWidth: true
             StatusChip {
                 objectName: "readinessChip"
-                text: Store.allAccepted ? "Ready to export" : "In progress"
-                intent: Store.allAccepted ? "good" : "pending"
+                text: Storyboard.allAccepted ? "Ready to export" : "In progress"
+                intent: Storyboard.allAccepted ? "good" : "pending"
             }
             Item {
                 Layout.fillWidth: true

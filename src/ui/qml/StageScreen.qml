@@ -5,7 +5,7 @@ import Quillvane
 // The selected stage's screen. Screens still to come show their header only.
 ColumnLayout {
     id: screen
-    property int stage: Store.selectedStage
+    property int stage: Session.selectedStage
 
     readonly property var headers: [
         ["Step 1 · Intake", "Track details.", "Pulled from the file. Adjust anything, then align the timing to build the storyboard."],

@@ -7,7 +7,7 @@ import Quillvane
 // planned frame before it is generated.
 ColumnLayout {
     id: screen
-    readonly property bool hasStoryboard: Store.hasPlan && Store.chunkCount > 0
+    readonly property bool hasStoryboard: Storyboard.hasPlan && Storyboard.chunkCount > 0
     readonly property int columns: Math.max(1, Math.floor(width / 300))
 
     spacing: 18
@@ -22,11 +22,11 @@ ColumnLayout {
     EmptyState {
         visible: !screen.hasStoryboard
         symbol: "rectangle.grid.1x2"
-        title: Store.hasReferencedCharacter ? "No storyboard yet" : "Set up a character first"
-        message: Store.hasReferencedCharacter ? "" : "The plan is generated from your character's reference image."
-        action: Store.hasReferencedCharacter ? "Plan storyboard" : "Go to Characters"
-        actionEnabled: !Store.hasReferencedCharacter || !Store.busy
-        onActionTriggered: Store.hasReferencedCharacter ? Store.planStoryboard() : Store.selectedStage = 2
+        title: Cast.hasReferencedCharacter ? "No storyboard yet" : "Set up a character first"
+        message: Cast.hasReferencedCharacter ? "" : "The plan is generated from your character's reference image."
+        action: Cast.hasReferencedCharacter ? "Plan storyboard" : "Go to Characters"
+        actionEnabled: !Cast.hasReferencedCharacter || !Session.busy
+        onActionTriggered: Cast.hasReferencedCharacter ? Storyboard.planStoryboard() : Session.selectedStage = 2
         Layout.fillWidth: true
     }
 
@@ -36,21 +36,21 @@ ColumnLayout {
         Layout.fillWidth: true
         Text {
             objectName: "storyboardCounts"
-            text: Texts.storyboardCounts(Store.chunkCount, Store.framedCount)
+            text: Texts.storyboardCounts(Storyboard.chunkCount, Storyboard.framedCount)
             font.pixelSize: 13
             color: Theme.cream
             Layout.fillWidth: true
         }
         SecondaryButton {
             text: "Generate storyboard"
-            enabled: !Store.busy
-            onClicked: Store.planStoryboard()
+            enabled: !Session.busy
+            onClicked: Storyboard.planStoryboard()
         }
         PrimaryButton {
             symbol: "sparkles"
             text: "Generate all frames"
-            enabled: !Store.busy
-            onClicked: Store.generateAllFrames()
+            enabled: !Session.busy
+            onClicked: Storyboard.generateAllFrames()
         }
     }
 
@@ -71,7 +71,7 @@ ColumnLayout {
         }
         Text {
             objectName: "elementsRendered"
-            text: Texts.renderedLine(Store.elements.renderedCount, Store.elements.count)
+            text: Texts.renderedLine(Storyboard.elements.renderedCount, Storyboard.elements.count)
             font.pixelSize: 12
             color: Theme.muted
             Layout.fillWidth: true
@@ -79,8 +79,8 @@ ColumnLayout {
         SecondaryButton {
             symbol: "wand.and.stars"
             text: "Render elements"
-            enabled: !Store.busy
-            onClicked: Store.renderElements()
+            enabled: !Session.busy
+            onClicked: Storyboard.renderElements()
         }
     }
 
@@ -94,7 +94,7 @@ ColumnLayout {
         spacing: 12
         Layout.fillWidth: true
         Repeater {
-            model: Store.elements
+            model: Storyboard.elements
             delegate: ElementCard {
                 width: (screen.width - (elementGrid.across - 1) * elementGrid.spacing) / elementGrid.across
             }
@@ -108,7 +108,7 @@ ColumnLayout {
         spacing: 14
         Layout.fillWidth: true
         Repeater {
-            model: Store.chunks
+            model: Storyboard.chunks
             delegate: ChunkCard {
                 width: (screen.width - (screen.columns - 1) * chunkGrid.spacing) / screen.columns
                 opacity: shownChunks.covers(y, height) ? 1 : 0

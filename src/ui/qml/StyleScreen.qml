@@ -41,8 +41,8 @@ ColumnLayout {
                     KitTextField {
                         objectName: entry.modelData[2] + "Field"
                         placeholderText: entry.modelData[1]
-                        text: Store[entry.modelData[2]]
-                        onTextEdited: Store[entry.modelData[2]] = text
+                        text: Cast[entry.modelData[2]]
+                        onTextEdited: Cast[entry.modelData[2]] = text
                         Layout.fillWidth: true
                     }
                 }
@@ -65,7 +65,7 @@ ColumnLayout {
             }
             Text {
                 objectName: "promptPreview"
-                text: Store.promptPreview
+                text: Cast.promptPreview
                 font.pixelSize: 12
                 font.family: "monospace"
                 color: Theme.muted

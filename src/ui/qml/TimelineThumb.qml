@@ -38,7 +38,7 @@ ColumnLayout {
         }
     }
     Text {
-        text: Store.media.durationTime(thumb.start)
+        text: Session.clock(thumb.start)
         font.family: "monospace"
         font.pixelSize: 9
         font.weight: Font.Medium

@@ -11,10 +11,9 @@ import Quillvane
 ColumnLayout {
     id: screen
     spacing: 18
-    focus: Store.tapping
+    focus: Timing.tapping
 
     readonly property real playhead: song.position / 1000
-    readonly property int currentLine: Store.revision >= 0 ? Store.lineAt(playhead) : -1
 
     function playFrom(seconds: real) {
         song.position = Math.round(seconds * 1000)
@@ -22,24 +21,30 @@ ColumnLayout {
     }
 
     Keys.onPressed: event => {
-        if (!Store.tapping)
+        if (!Timing.tapping)
             return
         if (event.key === Qt.Key_Space) {
-            Store.tap(screen.playhead)
+            Timing.tap(screen.playhead)
             event.accepted = true
         } else if (event.key === Qt.Key_Backspace) {
-            Store.untap()
+            Timing.untap()
             event.accepted = true
         } else if (event.key === Qt.Key_Escape) {
-            Store.stopTapping()
+            Timing.stopTapping()
             event.accepted = true
         }
+    }
+
+    Binding {
+        target: Timing
+        property: "playhead"
+        value: screen.playhead
     }
 
     MediaPlayer {
         id: song
         objectName: "timingSong"
-        source: Store.media.audioURL
+        source: Intake.audioURL
         audioOutput: AudioOutput {}
     }
 
@@ -51,43 +56,43 @@ ColumnLayout {
     }
 
     EmptyState {
-        visible: !Store.hasTranscript
+        visible: !Intake.hasTranscript
         symbol: "waveform"
         title: "No transcript yet"
         message: "Run timing from the intake screen to align lyrics to the track."
         action: "Back to intake"
-        onActionTriggered: Store.selectedStage = 0
+        onActionTriggered: Session.selectedStage = 0
         Layout.fillWidth: true
     }
 
     // The song and the tools that work by ear.
     RowLayout {
-        visible: Store.hasTranscript
+        visible: Intake.hasTranscript
         spacing: 10
         Layout.fillWidth: true
         SecondaryButton {
             objectName: "playButton"
             symbol: song.playbackState === MediaPlayer.PlayingState ? "pause.fill" : "play.fill"
             text: song.playbackState === MediaPlayer.PlayingState ? "Pause" : "Play"
-            enabled: Store.hasAudio
+            enabled: Intake.hasAudio
             onClicked: song.playbackState === MediaPlayer.PlayingState ? song.pause() : song.play()
         }
         Text {
             objectName: "playheadText"
-            text: Store.media.chunkTime(screen.playhead)
+            text: Session.clock(screen.playhead, true)
             font.family: "monospace"
             font.pixelSize: 12
             color: Theme.cream
         }
         SecondaryButton {
             objectName: "tapButton"
-            text: Store.tapping ? "Stop tapping" : "Tap along"
-            enabled: Store.hasAudio && !Store.busy
+            text: Timing.tapping ? "Stop tapping" : "Tap along"
+            enabled: Intake.hasAudio && !Session.busy
             onClicked: {
-                if (Store.tapping) {
-                    Store.stopTapping()
+                if (Timing.tapping) {
+                    Timing.stopTapping()
                 } else {
-                    Store.startTapping(screen.playhead)
+                    Timing.startTapping(screen.playhead)
                     screen.forceActiveFocus()
                     song.play()
                 }
@@ -95,16 +100,16 @@ ColumnLayout {
         }
         Text {
             objectName: "tapHint"
-            visible: Store.tapping
-            text: Store.nextTapLine >= 0 && Store.nextTapLine < Store.transcript.rowCount()
-                  ? "Space starts line " + (Store.nextTapLine + 1) + " · Backspace takes a tap back"
+            visible: Timing.tapping
+            text: Timing.nextTapLine >= 0 && Timing.nextTapLine < Timing.transcript.count
+                  ? "Space starts line " + (Timing.nextTapLine + 1) + " · Backspace takes a tap back"
                   : "Every line is tapped · Backspace takes a tap back"
             font.pixelSize: 12
             color: Theme.lime
             elide: Text.ElideRight
             Layout.fillWidth: true
         }
-        Item { visible: !Store.tapping; Layout.fillWidth: true }
+        Item { visible: !Timing.tapping; Layout.fillWidth: true }
         KitTextField {
             id: shiftField
             objectName: "shiftField"
@@ -117,10 +122,10 @@ ColumnLayout {
             id: shiftButton
             objectName: "shiftButton"
             text: "Shift all"
-            enabled: !Store.busy && shiftField.text.trim().length > 0
+            enabled: !Session.busy && shiftField.text.trim().length > 0
             onClicked: {
                 const seconds = Number(shiftField.text.trim().replace(",", "."))
-                if (!isNaN(seconds) && Store.shiftTimes(seconds))
+                if (!isNaN(seconds) && Timing.shiftTimes(seconds))
                     shiftField.text = ""
             }
         }
@@ -128,15 +133,15 @@ ColumnLayout {
 
     WaveformStrip {
         objectName: "waveformStrip"
-        visible: Store.hasTranscript && Store.hasAudio
-        duration: song.duration > 0 ? song.duration / 1000 : Store.transcriptLength
+        visible: Intake.hasTranscript && Intake.hasAudio
+        duration: song.duration > 0 ? song.duration / 1000 : Timing.length
         playhead: screen.playhead
         onSeek: seconds => song.position = Math.round(seconds * 1000)
         Layout.fillWidth: true
     }
 
     Panel {
-        visible: Store.hasTranscript
+        visible: Intake.hasTranscript
         Layout.fillWidth: true
         implicitHeight: rows.implicitHeight + 2 * padding
         ColumnLayout {
@@ -144,10 +149,10 @@ ColumnLayout {
             width: parent.width
             spacing: 8
             Repeater {
-                model: Store.transcript
+                model: Timing.transcript
                 delegate: SegmentRow {
-                    current: index === screen.currentLine
-                    nextTap: Store.tapping && index === Store.nextTapLine
+                    current: index === Timing.currentLine
+                    nextTap: Timing.tapping && index === Timing.nextTapLine
                     onPlayFrom: seconds => screen.playFrom(seconds)
                     Layout.fillWidth: true
                 }
@@ -156,7 +161,7 @@ ColumnLayout {
     }
 
     RowLayout {
-        visible: Store.hasTranscript
+        visible: Intake.hasTranscript
         spacing: 10
         Layout.fillWidth: true
         SymbolIcon {
@@ -166,7 +171,7 @@ ColumnLayout {
         }
         Text {
             objectName: "transcriptLength"
-            text: Store.formatTime(Store.transcriptLength)
+            text: Session.clock(Timing.length)
             font.family: "monospace"
             font.pixelSize: 12
             color: Theme.cream
@@ -176,8 +181,8 @@ ColumnLayout {
             objectName: "continueToCharacters"
             symbol: "person.crop.rectangle.stack"
             text: "Continue to characters"
-            enabled: !Store.busy
-            onClicked: Store.selectedStage = 2
+            enabled: !Session.busy
+            onClicked: Session.selectedStage = 2
         }
     }
 }

@@ -17,7 +17,7 @@ ColumnLayout {
         title: "Replace the audio"
         fileMode: FileDialog.OpenFile
         nameFilters: ["Audio files (*.mp3 *.m4a *.wav *.aiff *.aif *.flac *.ogg)"]
-        onAccepted: Store.importAudio(selectedFile)
+        onAccepted: Intake.importAudio(selectedFile)
     }
 
     // A new track throws the storyboard and its frames away (Edit ▸ Undo brings them back),
@@ -27,7 +27,7 @@ ColumnLayout {
         objectName: "replaceConfirm"
         confirmText: "Replace"
         message: "Replacing the track clears the storyboard"
-                 + (Store.framedCount === 1 ? " and its frame" : Store.framedCount > 1 ? " and its " + Store.framedCount + " frames" : "")
+                 + (Storyboard.framedCount === 1 ? " and its frame" : Storyboard.framedCount > 1 ? " and its " + Storyboard.framedCount + " frames" : "")
                  + ". Replace?"
         onConfirmed: chooser.show()
     }
@@ -56,8 +56,8 @@ ColumnLayout {
                     KitTextField {
                         objectName: "titleField"
                         placeholderText: "Track title"
-                        text: Store.title
-                        onTextEdited: Store.title = text
+                        text: Intake.title
+                        onTextEdited: Intake.title = text
                         Layout.fillWidth: true
                     }
                 }
@@ -68,8 +68,8 @@ ColumnLayout {
                     KitTextField {
                         objectName: "artistField"
                         placeholderText: "Artist"
-                        text: Store.artist
-                        onTextEdited: Store.artist = text
+                        text: Intake.artist
+                        onTextEdited: Intake.artist = text
                         Layout.fillWidth: true
                     }
                 }
@@ -85,7 +85,7 @@ ColumnLayout {
                 }
                 Text {
                     objectName: "audioFileName"
-                    text: Store.audioFileName
+                    text: Intake.audioFileName
                     font.family: "monospace"
                     font.pixelSize: 12
                     color: Theme.cream
@@ -96,8 +96,8 @@ ColumnLayout {
                 SecondaryButton {
                     objectName: "replaceButton"
                     text: "Replace…"
-                    enabled: !Store.busy
-                    onClicked: Store.chunkCount > 0 ? replaceConfirm.open() : chooser.show()
+                    enabled: !Session.busy
+                    onClicked: Storyboard.chunkCount > 0 ? replaceConfirm.open() : chooser.show()
                 }
             }
         }
@@ -121,22 +121,22 @@ ColumnLayout {
                 }
                 StatusChip {
                     objectName: "lyricsSourceChip"
-                    visible: Store.lyricsSourceLabel.length > 0
-                    text: Store.lyricsSourceLabel
-                    intent: Store.lyricsSourceIntent
+                    visible: Intake.lyricsSourceLabel.length > 0
+                    text: Intake.lyricsSourceLabel
+                    intent: Intake.lyricsSourceIntent
                 }
                 Item { Layout.fillWidth: true }
                 Text {
                     objectName: "lyricLineCount"
-                    text: Store.lyricLineCount + " lines"
+                    text: Intake.lyricLineCount + " lines"
                     font.pixelSize: 12
                     color: Theme.muted
                 }
             }
             KitTextArea {
                 objectName: "lyricsEditor"
-                text: Store.rawLyrics
-                onTextChanged: if (text !== Store.rawLyrics) Store.rawLyrics = text
+                text: Intake.lyrics
+                onTextChanged: if (text !== Intake.lyrics) Intake.lyrics = text
                 Layout.fillWidth: true
                 Layout.minimumHeight: 200
             }
@@ -146,8 +146,8 @@ ColumnLayout {
     PrimaryButton {
         objectName: "alignButton"
         symbol: "waveform"
-        text: Store.hasTranscript ? "Continue to timing" : "Align timing"
-        enabled: Store.rawLyrics.length > 0 && !Store.busy
-        onClicked: Store.alignTimingAndContinue()
+        text: Intake.hasTranscript ? "Continue to timing" : "Align timing"
+        enabled: Intake.lyrics.length > 0 && !Session.busy
+        onClicked: Intake.alignTimingAndContinue()
     }
 }

@@ -30,7 +30,7 @@ Item {
         objectName: "waveformCanvas"
         anchors.fill: parent
         anchors.margins: 4
-        readonly property var peaks: Store.outline.peaks
+        readonly property var peaks: Timing.outline.peaks
         onPeaksChanged: requestPaint()
         onWidthChanged: requestPaint()
         onPaint: {
@@ -53,7 +53,7 @@ Item {
     }
 
     Repeater {
-        model: Store.transcript
+        model: Timing.transcript
         delegate: Rectangle {
             id: marker
             required property var model
