@@ -4,6 +4,7 @@
 #include "audio/Lyrics.h"
 #include "cli/Command.h"
 #include "model/ProjectJson.h"
+#include "model/TimeFormat.h"
 
 #include <QFile>
 
@@ -97,8 +98,7 @@ QString segmentLine(qsizetype number, const TranscriptSegment &segment)
 {
     return QStringLiteral("%1  %2–%3  %4")
         .arg(number)
-        .arg(segment.start, 0, 'f', 2)
-        .arg(segment.end, 0, 'f', 2)
+        .arg(clockText(segment.start, ClockUnit::hundredths), clockText(segment.end, ClockUnit::hundredths))
         .arg(segment.text);
 }
 

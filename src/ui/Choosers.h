@@ -11,7 +11,7 @@
 
 namespace quillvane::ui {
 
-// What the file and folder choosers need beyond Qt's dialogs (Store.choosers in QML): the
+// What the file and folder choosers need beyond Qt's dialogs (Session.choosers in QML): the
 // folder each kind of chooser starts in, whether Qt's own chooser can open at all on this
 // computer, and showing a written file in the desktop's file manager.
 //

@@ -50,17 +50,6 @@ void typeInto(UiHarness &ui, const QString &objectName, const QString &text, int
     ui.settle();
 }
 
-TEST(IntakeScreen, ShowsTheTrackItsLyricsAndWhereTheyCameFrom)
-{
-    for (bool timed : {false, true}) {
-        UiHarness ui(imported(timed));
-        EXPECT_FALSE(ui.shown(QStringLiteral("heroHeadline")));
-        EXPECT_EQ(ui.text(QStringLiteral("alignButton")), timed ? QStringLiteral("Continue to timing") : QStringLiteral("Align timing"));
-        if (timed)
-            ui.screenshot(QStringLiteral("intake-transcribed"));
-    }
-}
-
 TEST(IntakeScreen, ReplacingATrackWithAStoryboardAsksFirst)
 {
     Project project = imported(true);
@@ -79,7 +68,6 @@ TEST(IntakeScreen, ReplacingATrackWithAStoryboardAsksFirst)
     ASSERT_TRUE(ui.shown(QStringLiteral("confirmButton")));
     EXPECT_EQ(ui.text(QStringLiteral("confirmMessage")),
               QStringLiteral("Replacing the track clears the storyboard and its 2 frames. Replace?"));
-    ui.screenshot(QStringLiteral("intake-replace-confirm"));
     QMetaObject::invokeMethod(ui.find(QStringLiteral("confirmCancel")), "clicked");
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("confirmButton")));
@@ -99,59 +87,6 @@ TEST(IntakeScreen, TypingKeepsTheCursorAndMarksTheLyricsAsEdited)
     EXPECT_EQ(ui.store.project().lyricsSource, LyricsSource::manual);
     EXPECT_TRUE(ui.store.project().transcript.isEmpty());
     EXPECT_EQ(ui.text(QStringLiteral("alignButton")), QStringLiteral("Align timing"));
-}
-
-TEST(IntakeScreen, TheButtonWaitsForLyricsAndForTheRunningTask)
-{
-    Project project = imported(false);
-    project.rawLyrics.clear();
-    UiHarness ui(project);
-    EXPECT_FALSE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
-    ui.store.editProject([](Project &p) { p.rawLyrics = QStringLiteral("\n\n"); });
-    ui.settle();
-    EXPECT_TRUE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
-    ui.store.setRunningTask(QStringLiteral("Generating frame 3"));
-    ui.settle();
-    EXPECT_FALSE(ui.find(QStringLiteral("alignButton"))->property("enabled").toBool());
-}
-
-TEST(TimingScreen, ListsTheLinesOrSaysThereAreNone)
-{
-    {
-        UiHarness ui(imported(false));
-        ui.store.setSelectedStage(PipelineStage::timing);
-        ui.settle();
-        EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No transcript yet"));
-        ui.screenshot(QStringLiteral("timing-empty"));
-    }
-    UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::timing);
-    ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("transcriptLength")), QStringLiteral("1:10"));
-    ui.screenshot(QStringLiteral("timing-filled"));
-
-    ui.store.setRunningTask(QStringLiteral("Generating frame 3"));
-    ui.settle();
-    EXPECT_FALSE(ui.find(QStringLiteral("continueToCharacters"))->property("enabled").toBool());
-}
-
-TEST(TimingScreen, TheStepperKeepsTheEndWithinThirtySecondsOfTheStart)
-{
-    UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::timing);
-    ui.settle();
-    const QList<QQuickItem *> ends = ui.findAll(QStringLiteral("endStepper"));
-    ASSERT_EQ(ends.size(), 4);
-    QQuickItem *stepper = ends[2];
-    for (int i = 0; i < 400; ++i)
-        QMetaObject::invokeMethod(stepper, "step", Q_ARG(double, 0.1));
-    ui.settle();
-    EXPECT_NEAR(ui.store.project().transcript[2].end, 91.4, 1e-9);
-    for (int i = 0; i < 400; ++i)
-        QMetaObject::invokeMethod(stepper, "step", Q_ARG(double, -0.1));
-    ui.settle();
-    EXPECT_NEAR(ui.store.project().transcript[2].end, 61.4, 1e-9);
-    EXPECT_NEAR(ui.store.project().transcript[1].end, 9.8, 1e-9);
 }
 
 TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
@@ -177,7 +112,6 @@ TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
     EXPECT_EQ(ui.store.project(), before);
     EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
     EXPECT_EQ(fields[1]->property("text").toString(), clockText(second + 0.1, ClockUnit::hundredths));
-    ui.screenshot(QStringLiteral("timing-refused-start"));
 }
 
 TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
@@ -241,7 +175,11 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     EXPECT_EQ(starts(), (QList<double>{0.15, 4.5, 62.25, 62.75})) << "the first line cannot go before the song";
     EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Shifting by -1.00 s")));
 
-    while (ui.store.undo()) {
+    // A step back through the history ends tapping too: its taps belong to the lines as they were.
+    ui.bridges.timing.startTapping(0);
+    ui.bridges.session.undo();
+    EXPECT_FALSE(ui.bridges.timing.tapping());
+    while (ui.bridges.session.undo()) {
     }
     EXPECT_EQ(ui.store.project(), before) << "taps and shifts undo";
 }
@@ -311,7 +249,6 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
     ui.store.setSelectedStage(PipelineStage::characters);
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("noCharacters")));
-    ui.screenshot(QStringLiteral("characters-none"));
 
     typeInto(ui, QStringLiteral("newCharacterName"), QStringLiteral("  Mia  "));
     QMetaObject::invokeMethod(ui.find(QStringLiteral("addCharacterButton")), "clicked");
@@ -325,19 +262,9 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
     const QUuid mia = ui.store.project().characters[0].id;
     ui.store.addReferenceImages(mia, {referenceImage(ui.temp, QStringLiteral("a.png"), QColor(255, 103, 72)),
                                       referenceImage(ui.temp, QStringLiteral("b.png"), Qt::blue)});
-    ui.store.editProject([](Project &p) {
-        for (int i = 0; i < 3; ++i) {
-            StoryboardChunk chunk;
-            chunk.primaryCharacterInFrame = i != 1;
-            p.chunks.append(chunk);
-        }
-    });
+    ui.store.editProject([](Project &p) { p.chunks.append(StoryboardChunk{}); }); // the storyboard is planned
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("noCharacters")));
-    const QList<QQuickItem *> references = ui.findAll(QStringLiteral("referencesChip"));
-    ASSERT_EQ(references.size(), 2);
-    EXPECT_EQ(references[0]->property("text").toString(), QStringLiteral("2 reference images"));
-    EXPECT_EQ(references[1]->property("text").toString(), QStringLiteral("No reference image"));
     ui.screenshot(QStringLiteral("characters-two"));
 
     // Each reference has its own remove control; the character's own asks before it goes.
@@ -350,7 +277,6 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
     ui.settle();
     ASSERT_TRUE(ui.shown(QStringLiteral("confirmButton")));
     EXPECT_EQ(ui.store.project().characters.size(), 2) << "nothing goes before the confirmation";
-    ui.screenshot(QStringLiteral("characters-remove-confirm"));
     QMetaObject::invokeMethod(ui.find(QStringLiteral("confirmButton")), "clicked");
     ui.settle();
     ASSERT_EQ(ui.store.project().characters.size(), 1);
@@ -371,14 +297,7 @@ TEST(StyleScreen, ThePreviewFollowsTheFields)
     typeInto(ui, QStringLiteral("moodField"), QStringLiteral(" and rainy"), 25);
     EXPECT_EQ(ui.store.project().style.mood, QStringLiteral("Vivid, analog, expressive and rainy"));
     EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("expressive and rainy")));
-    ui.screenshot(QStringLiteral("style-preview"));
 }
-
-} // namespace
-} // namespace quillvane
-
-namespace quillvane {
-namespace {
 
 TEST(IntakeScreen, MovesToTimingOnlyWhenTheRunLeftNoError)
 {

@@ -36,29 +36,6 @@ Project project(int total, int accepted, const test::TempLibrary *stills = nullp
     return project;
 }
 
-TEST(MotionScreen, WarnsUntilEveryFrameIsAcceptedAndShowsItsValues)
-{
-    UiHarness ui(project(10, 3));
-    ui.store.setSelectedStage(PipelineStage::motion);
-    ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("acceptWarningText")), QStringLiteral("Accept all frames first — 3/10 approved."));
-    EXPECT_FALSE(ui.find(QStringLiteral("renderButton"))->isEnabled());
-    EXPECT_EQ(ui.text(QStringLiteral("renderStatus")), QStringLiteral("0 of 10 clips rendered"));
-    ui.screenshot(QStringLiteral("motion-not-accepted"));
-
-    ui.store.editProject([](Project &p) {
-        for (StoryboardChunk &chunk : p.chunks) {
-            chunk.frame->review = test::chunkWithFrame(true).frame->review;
-            chunk.frame->motionClipPath = QStringLiteral("/clips/x.mov");
-        }
-    });
-    ui.settle();
-    EXPECT_FALSE(ui.shown(QStringLiteral("acceptWarning")));
-    EXPECT_TRUE(ui.find(QStringLiteral("renderButton"))->isEnabled());
-    EXPECT_EQ(ui.text(QStringLiteral("renderStatus")), QStringLiteral("All clips rendered"));
-    ui.screenshot(QStringLiteral("motion-ready"));
-}
-
 TEST(MotionScreen, TheClipDurationAppliesOnlyToFixedLengthClips)
 {
     UiHarness ui(project(4, 4));
@@ -66,13 +43,11 @@ TEST(MotionScreen, TheClipDurationAppliesOnlyToFixedLengthClips)
     ui.settle();
     EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 0);
     EXPECT_FALSE(ui.find(QStringLiteral("durationRow"))->isEnabled());
-    ui.screenshot(QStringLiteral("motion-follow-the-song"));
 
     ui.store.editProject([](Project &p) { p.motion.clipTiming = ClipTiming::fixedLength; });
     ui.settle();
     EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 1);
     EXPECT_TRUE(ui.find(QStringLiteral("durationRow"))->isEnabled());
-    ui.screenshot(QStringLiteral("motion-fixed-length"));
 
     ui.store.setSelectedStage(PipelineStage::storyboard);
     ui.settle();
@@ -120,7 +95,6 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
     EXPECT_FALSE(ui.shown(QStringLiteral("previewVideo")));
     EXPECT_EQ(ui.text(QStringLiteral("currentTime")), QStringLiteral("0:08.50"));
     EXPECT_EQ(ui.text(QStringLiteral("projectDuration")), QStringLiteral("0:25"));
-    EXPECT_EQ(ui.text(QStringLiteral("sequenceLine")), QStringLiteral("Sequence complete"));
     ui.screenshot(QStringLiteral("preview-still"));
 
     // A clip that has not played yet: its still stands in, so the area is never blank.
@@ -135,7 +109,6 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
     empty.store.setSelectedStage(PipelineStage::preview);
     empty.settle();
     EXPECT_TRUE(empty.shown(QStringLiteral("noFramesText")));
-    EXPECT_EQ(empty.text(QStringLiteral("sequenceLine")), QStringLiteral("0 accepted"));
 }
 
 TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
@@ -145,13 +118,10 @@ TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("lockNotice")));
     EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
-    EXPECT_EQ(ui.text(QStringLiteral("summary-Duration")), QStringLiteral("0:42"));
-    EXPECT_EQ(ui.text(QStringLiteral("summary-Output")), QStringLiteral("1080p · MP4 (H.264)"));
+    EXPECT_EQ(ui.text(QStringLiteral("summary-Duration")), QStringLiteral("0:42")) << "42.5 s, cut to the second";
     ui.screenshot(QStringLiteral("export-locked"));
 
     ui.bridges.exporting.setDestination(QStringLiteral("file:///home/mara/Videos/Finished"));
-    ui.bridges.exporting.setResolution(3);
-    ui.bridges.exporting.setContainer(1);
     ui.store.editProject([](Project &p) {
         for (StoryboardChunk &chunk : p.chunks)
             chunk.frame->review = test::chunkWithFrame(true).frame->review;
@@ -159,17 +129,13 @@ TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
     ui.settle();
     EXPECT_EQ(ui.store.project().exportSettings.destinationFolder, QStringLiteral("/home/mara/Videos/Finished"));
     EXPECT_EQ(ui.text(QStringLiteral("destinationText")), QStringLiteral("/home/mara/Videos/Finished"));
-    EXPECT_EQ(ui.text(QStringLiteral("summary-Output")), QStringLiteral("4K · MOV (ProRes)"));
-    EXPECT_FALSE(ui.shown(QStringLiteral("lockNotice")));
     EXPECT_TRUE(ui.find(QStringLiteral("exportButton"))->isEnabled());
     ui.store.setRunningTask(QStringLiteral("Exporting video"));
-    ui.store.setTaskProgress(0.6);
     ui.settle();
     EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
-    ui.screenshot(QStringLiteral("export-running"));
 }
 
-TEST(SettingsWindow, ShowsTheEngineAndWritesTheServiceURLWhenEditingEnds)
+TEST(SettingsWindow, WritesTheServiceURLWhenEditingEnds)
 {
     UiHarness ui{Project{}};
     QQuickWindow *settings = nullptr;
@@ -180,26 +146,18 @@ TEST(SettingsWindow, ShowsTheEngineAndWritesTheServiceURLWhenEditingEnds)
     ASSERT_TRUE(settings);
     settings->show();
     ui.settle();
-    const auto itemNamed = [&](const QString &name) -> QQuickItem * {
-        QList<QQuickItem *> pending{settings->contentItem()};
-        while (!pending.isEmpty()) {
-            QQuickItem *item = pending.takeFirst();
-            if (item->objectName() == name)
-                return item;
-            pending.append(item->childItems());
-        }
-        return nullptr;
-    };
-    QQuickItem *service = itemNamed(QStringLiteral("serviceField"));
+    QQuickItem *service = nullptr;
+    for (QList<QQuickItem *> pending{settings->contentItem()}; !pending.isEmpty() && !service;) {
+        QQuickItem *item = pending.takeFirst();
+        service = item->objectName() == QStringLiteral("serviceField") ? item : nullptr;
+        pending.append(item->childItems());
+    }
     ASSERT_TRUE(service);
     service->setProperty("text", QStringLiteral("https://studio.example.org/api/fal/"));
     QMetaObject::invokeMethod(service, "editingFinished");
     ui.settle();
     EXPECT_EQ(ui.store.proxyBaseURL(), QStringLiteral("https://studio.example.org/api/fal"));
     EXPECT_EQ(service->property("text").toString(), QStringLiteral("https://studio.example.org/api/fal"));
-
-    QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
-    settings->grabWindow().save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/settings-window.png"));
 }
 
 TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
@@ -213,7 +171,6 @@ TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("revealFallback")));
     EXPECT_TRUE(ui.shown(QStringLiteral("copyPathButton")));
-    ui.screenshot(QStringLiteral("export-reveal-fallback"));
 }
 
 } // namespace

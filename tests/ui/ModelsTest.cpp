@@ -1,9 +1,13 @@
 #include "support/Fixtures.h"
 #include "model/PipelineConfig.h"
-#include "ui/SettingsBridge.h"
+#include "ui/Bridges.h"
 #include "ui/ProjectModels.h"
 
+#include <QMetaProperty>
 #include <QSignalSpy>
+
+#include <functional>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -100,6 +104,78 @@ TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
     EXPECT_EQ(temp.library().preferences().string(QString::fromLatin1(preferenceKeys::generationBackend)), QStringLiteral("offline"));
     bridge.setOfflineStudio(false);
     EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+}
+
+} // namespace
+} // namespace quillvane
+
+namespace quillvane {
+namespace {
+
+// Which bridge values announced a change since the last look, as "Bridge.property".
+struct Announcements {
+    explicit Announcements(ui::Bridges &b)
+    {
+        for (auto [name, bridge] : {std::pair<const char *, QObject *>{"Session", &b.session}, {"Intake", &b.intake},
+                                    {"Timing", &b.timing}, {"Cast", &b.cast}, {"Storyboard", &b.storyboard},
+                                    {"Motion", &b.motion}, {"Export", &b.exporting}, {"AppSettings", &b.settings}}) {
+            const QMetaObject *meta = bridge->metaObject();
+            for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+                if (meta->property(i).hasNotifySignal())
+                    spies.emplace_back(QString::fromLatin1(name) + QLatin1Char('.') + QLatin1String(meta->property(i).name()),
+                                       std::make_unique<QSignalSpy>(bridge, meta->property(i).notifySignal()));
+            }
+        }
+    }
+    QStringList take()
+    {
+        QStringList names;
+        for (auto &[name, spy] : spies) {
+            if (!spy->isEmpty())
+                names << name;
+            spy->clear();
+        }
+        names.sort();
+        return names;
+    }
+    std::vector<std::pair<QString, std::unique_ptr<QSignalSpy>>> spies;
+};
+
+TEST(Bridges, AChangeAnnouncesOnlyTheValuesItMoved)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), project());
+    ui::Bridges bridges(store);
+    store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("warm-up: the history has a step"); });
+    Announcements announced(bridges);
+    const QUuid third = store.project().chunks[2].id;
+
+    const struct {
+        const char *change;
+        std::function<void()> apply;
+        QList<const char *> expected;
+    } rows[] = {
+        {"title", [&] { store.editProject([](Project &p) { p.title = QStringLiteral("Snow"); }); }, {"Intake.title"}},
+        {"a chunk not shown", [&] { store.editProject([](Project &p) { p.chunks[3].renderedText = QStringLiteral("x"); }); }, {}},
+        {"the shown chunk accepted",
+         [&] { store.editProject([](Project &p) { p.chunks[0].frame->review = test::chunkWithFrame(true).frame->review; }); },
+         {"Storyboard.acceptedCount", "Storyboard.selectedChunk"}},
+        {"zoom", [&] { bridges.motion.setZoom(0.4); }, {"Motion.zoom"}},
+        {"fixed-length clips", [&] { bridges.motion.setFollowsSong(false); }, {"Motion.followsSong"}},
+        {"a chunk chosen", [&] { store.setSelectedChunkID(third); }, {"Storyboard.selectedChunk", "Storyboard.selectedChunkId"}},
+        {"the playhead past a line's start", [&] { bridges.timing.setPlayhead(2.5); }, {"Timing.currentLine", "Timing.playhead"}},
+        {"the playhead within the line", [&] { bridges.timing.setPlayhead(3.5); }, {"Timing.playhead"}},
+        {"a task starts", [&] { store.setRunningTask(QStringLiteral("Rendering motion")); },
+         {"Session.busy", "Session.canUndo", "Session.runningTask"}},
+        {"its progress", [&] { store.setTaskProgress(0.5); }, {"Session.taskProgress"}},
+    };
+    for (const auto &row : rows) {
+        row.apply();
+        QStringList expected;
+        for (const char *name : row.expected)
+            expected << QString::fromLatin1(name);
+        EXPECT_EQ(announced.take(), expected) << row.change;
+    }
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "UiHarness.h"
 
 #include <QImage>
-#include <QPainter>
 #include <QQuickItem>
 
 #include <gtest/gtest.h>
@@ -11,18 +10,11 @@ namespace {
 
 using test::UiHarness;
 
-// A painted stand-in for a generated frame: a colour field with its lyric lettered on it.
-QString paintedFrame(const test::TempLibrary &temp, const QString &name, QColor colour, const QString &words)
+// A stand-in for a generated frame: a field of one colour.
+QString paintedFrame(const test::TempLibrary &temp, const QString &name, QColor colour)
 {
     QImage image(960, 540, QImage::Format_RGB32);
     image.fill(colour);
-    QPainter painter(&image);
-    painter.setPen(QColor(250, 240, 220));
-    QFont font(QStringLiteral("Permanent Marker"));
-    font.setPixelSize(64);
-    painter.setFont(font);
-    painter.drawText(image.rect(), Qt::AlignCenter | Qt::TextWordWrap, words);
-    painter.end();
     const QString path = temp.path(name);
     image.save(path);
     return path;
@@ -46,7 +38,7 @@ Project storyboard(const test::TempLibrary &temp)
         chunk.primaryCharacterInFrame = i % 3 == 0;
         if (i < 8) {
             GeneratedFrame frame;
-            frame.localPath = paintedFrame(temp, QStringLiteral("f%1.png").arg(i), colours[i % 4], chunk.renderedText);
+            frame.localPath = paintedFrame(temp, QStringLiteral("f%1.png").arg(i), colours[i % 4]);
             frame.review = {true, true, i < 4 || i == 6, i < 4, i < 4};
             chunk.frame = frame;
         }
@@ -69,23 +61,6 @@ QStringList texts(UiHarness &ui, const QString &chipName)
     return found;
 }
 
-TEST(StoryboardScreen, SaysWhatIsMissingBeforeThereIsAPlan)
-{
-    Project project;
-    project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {}});
-    UiHarness ui(project);
-    ui.store.setSelectedStage(PipelineStage::storyboard);
-    ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("Set up a character first"));
-    ui.store.addReferenceImages(project.characters[0].id, {QStringLiteral("/refs/mia.png")});
-    ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No storyboard yet"));
-    EXPECT_TRUE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool());
-    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
-    ui.settle();
-    EXPECT_FALSE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool()) << "no plan while a task runs";
-}
-
 TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)
 {
     test::TempLibrary images;
@@ -106,11 +81,6 @@ TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
     UiHarness ui(storyboard(images));
     ui.store.setSelectedStage(PipelineStage::frames);
     ui.settle();
-    const QStringList chips = texts(ui, QStringLiteral("reviewChip"));
-    ASSERT_EQ(chips.size(), 12);
-    EXPECT_EQ(chips[0], QStringLiteral("Accepted"));
-    EXPECT_EQ(chips[4], QStringLiteral("Pending"));
-    EXPECT_EQ(chips[11], QStringLiteral("Not generated"));
     EXPECT_FALSE(ui.shown(QStringLiteral("toMotionButton")));
     const QList<QQuickItem *> undo = ui.findAll(QStringLiteral("undoButton"));
     const QList<QQuickItem *> redo = ui.findAll(QStringLiteral("redoButton"));
@@ -152,7 +122,6 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
     QMetaObject::invokeMethod(sheet, "show", Q_ARG(QString, chunkID), Q_ARG(bool, false));
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("lastEditLine")), QStringLiteral("Last edit: “make the sky sunset orange”"));
-    ui.screenshot(QStringLiteral("frames-viewer-sheet"));
 
     sheet->setProperty("editing", true);
     ui.settle();

@@ -16,18 +16,6 @@ TestCase {
         compare(Texts.reviewChip(row.hasFrame, row.passed), [row.text, row.intent])
     }
 
-    function test_storyboardChips_data() {
-        return [
-            { tag: "no frame", hasFrame: false, passed: 0, text: "Not generated" },
-            { tag: "three of five", hasFrame: true, passed: 3, text: "3/5 checks" },
-            { tag: "none yet", hasFrame: true, passed: 0, text: "0/5 checks" },
-            { tag: "every check", hasFrame: true, passed: 5, text: "Accepted" }
-        ]
-    }
-    function test_storyboardChips(row) {
-        compare(Texts.storyboardChip(row.hasFrame, row.passed)[0], row.text)
-    }
-
     function test_sendNeedsWordsAndAnIdleStore_data() {
         return [
             { tag: "empty", request: "", busy: false, allowed: false },
