@@ -150,7 +150,7 @@ void keepInOrder(QList<QList<AlignedWord>> &placed)
         word->end = std::max(word->end, word->start);
 }
 
-// The back-pointers of the warping path, two bits (the stride taken) per song and template frame.
+// The warping path's back-pointers, two bits (the stride taken) per song and template frame.
 class Strides {
 public:
     Strides(std::size_t songFrames, std::size_t templateFrames)
@@ -186,7 +186,8 @@ struct Followed {
 // asymmetric: every song frame takes one step and the template moves 0 to `longestStride`
 // frames, so the cost is counted once per song frame and paths of any pace compare fairly.
 // The local cost is the cosine distance of the normalised MFCCs, standardised over the
-// template for this song frame, plus the frame's voice cost (see voiceCosts) for a line or a pause.
+// template for this song frame, plus the song frame's voice cost (voiceCosts) for a line or
+// a pause.
 // `allowed` holds, for each template frame, the first and last song frame it goes with
 // freely; beyond them each frame costs `awayFromHeard` more (a soft band around the heard
 // words, where Sakoe and Chiba's is a hard one around the diagonal). Each song frame that

@@ -45,12 +45,12 @@ struct Stretch {
     std::size_t end;
 };
 
-// The lines' stretches of frames (in order, apart) that cost least: a frame inside a line
-// costs -log of how likely a line frame is to sound as loud as it does, a frame of a pause
-// likewise, and a line's length adds its squared log-distance from the expected length (the
-// -log of a log-normal duration). Viterbi decoding of the lines as a hidden semi-Markov
-// model: dynamic programming over a trellis of lines by frames, one line at a time, with
-// prefix sums so that a stretch's cost is one subtraction. `ranks` are the frames' loudness ranks, `expected` each line's expected length
+// The lines' stretches of frames (in order, apart) that cost least: a frame inside a line costs
+// -log of how likely a line frame is to sound as loud as it does, a frame of a pause likewise, and
+// a line's length adds its squared log-distance from the expected length (the -log of a log-normal
+// duration). Viterbi decoding of the lines as a hidden semi-Markov model: dynamic programming over
+// a trellis of lines by frames, one line at a time, with prefix sums so that a stretch's cost is
+// one subtraction. `ranks` are the frames' loudness ranks, `expected` each line's expected length
 // in frames. Nothing when the lines cannot fit.
 std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ranks, const std::vector<double> &expected,
                                                   std::size_t longest)
