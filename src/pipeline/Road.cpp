@@ -1,8 +1,7 @@
 #include "pipeline/Road.h"
 
-#include "generation/FrameGeneration.h"
-#include "generation/Planning.h"
 #include "media/MediaRuns.h"
+#include "pipeline/GenerationOperations.h"
 
 namespace quillvane {
 

@@ -1,4 +1,4 @@
-#include "generation/GenerationClient.h"
+#include "pipeline/GenerationOperations.h"
 #include "model/PipelineConfig.h"
 #include "support/Fixtures.h"
 
