@@ -2,7 +2,7 @@
 
 #include "generation/FrameGeneration.h"
 #include "generation/Planning.h"
-#include "media/MediaRuns.h"
+#include "pipeline/MediaOperations.h"
 
 namespace quillvane {
 
