@@ -1,7 +1,7 @@
 #include "pipeline/Road.h"
 
-#include "media/MediaRuns.h"
 #include "pipeline/GenerationOperations.h"
+#include "pipeline/MediaOperations.h"
 
 namespace quillvane {
 

@@ -1,8 +1,7 @@
 #include "ui/MediaSettings.h"
 
-#include "model/Text.h"
-
 #include "model/ClipSpans.h"
+#include "model/Text.h"
 
 #include <QFileInfo>
 
@@ -58,52 +57,22 @@ void MediaSettings::setFollowsSong(bool value)
     editMotion([&](DepthFlowSettings &m) { m.clipTiming = value ? ClipTiming::followSong : ClipTiming::fixedLength; });
 }
 
-namespace {
-
-struct ScheduledClip {
-    QUuid chunkID;
-    double start = 0;
-    double end = 0;
-};
-
-// Where each clip sits in the video, as the export lays them out.
-QList<ScheduledClip> schedule(const Project &project)
-{
-    QList<ScheduledClip> clips;
-    const double fps = double(std::clamp<qint64>(project.motion.fps, 1, 1000));
-    double at = 0;
-    if (project.motion.clipTiming == ClipTiming::followSong) {
-        for (const ClipSlot &slot : clipSlots(project)) {
-            clips.append({slot.chunkID, at, at + double(slot.frameCount) / fps});
-            at = clips.last().end;
-        }
-        return clips;
-    }
-    const double length = std::max(std::trunc(project.motion.durationSeconds * fps), 1.0) / fps;
-    for (const qsizetype position : playbackOrder(project.chunks)) {
-        clips.append({project.chunks.at(position).id, at, at + length});
-        at += length;
-    }
-    return clips;
-}
-
-} // namespace
-
 QString MediaSettings::chunkAt(double seconds) const
 {
-    const QList<ScheduledClip> clips = schedule(m_store.project());
-    for (const ScheduledClip &clip : clips) {
-        if (seconds < clip.end)
+    const ClipSchedule schedule = videoSchedule(m_store.project());
+    for (const ClipSlot &clip : schedule.clips) {
+        if (seconds < schedule.seconds(clip.firstFrame + clip.frameCount))
             return uuidText(clip.chunkID);
     }
-    return clips.isEmpty() ? QString() : uuidText(clips.last().chunkID);
+    return schedule.clips.isEmpty() ? QString() : uuidText(schedule.clips.last().chunkID);
 }
 
 double MediaSettings::clipStart(const QString &chunkId) const
 {
-    for (const ScheduledClip &clip : schedule(m_store.project())) {
+    const ClipSchedule schedule = videoSchedule(m_store.project());
+    for (const ClipSlot &clip : schedule.clips) {
         if (uuidText(clip.chunkID) == chunkId)
-            return clip.start;
+            return schedule.seconds(clip.firstFrame);
     }
     return 0;
 }
@@ -164,14 +133,13 @@ int MediaSettings::renderedCount() const
 
 double MediaSettings::projectDuration() const
 {
-    if (followsSong() && m_store.project().audioDuration > 0)
-        return m_store.project().audioDuration;
+    const Project &project = m_store.project();
+    if (const ClipSchedule schedule = videoSchedule(project); !schedule.clips.isEmpty())
+        return schedule.seconds(schedule.frameCount());
+    if (followsSong() && project.audioDuration > 0)
+        return project.audioDuration;
     double latest = 0;
-    for (const StoryboardChunk &chunk : m_store.project().chunks)
-        latest = std::max(latest, chunk.end);
-    if (latest > 0)
-        return latest;
-    for (const TranscriptSegment &segment : m_store.project().transcript)
+    for (const TranscriptSegment &segment : project.transcript)
         latest = std::max(latest, segment.end);
     return latest;
 }

@@ -63,8 +63,8 @@ public:
     QStringList containerLabels() const;
     // Chunks whose frame has a motion clip.
     int renderedCount() const;
-    // The track's length when the clips follow the song and it is known; else the latest end
-    // among the chunks, else of the transcript; 0 without any.
+    // How long the exported video runs (its clips end to end); without clips, the track's
+    // length when the clips follow the song and it is known, else the transcript's end.
     double projectDuration() const;
     QString audioURL() const;
 

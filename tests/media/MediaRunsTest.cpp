@@ -1,4 +1,4 @@
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
 #include "media/MediaFixtures.h"
