@@ -173,7 +173,7 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
     Transcriber &transcriber = transcriberOf(store);
 
     if (!metadata.lyrics) {
-        auto transcription = transcriber.transcribe(audioPath, store.statusSink(), cancel);
+        auto transcription = transcriber.transcribe(audioPath, store.report().status, cancel);
         const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();
         QStringList texts;
@@ -198,7 +198,7 @@ QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
         co_return;
     }
 
-    store.statusSink()(verifyingLabel);
+    store.report().status(verifyingLabel);
     auto verification = verifyLyrics(transcriber, audioPath, lyrics, metadata.duration, cancel);
     const LyricsCheck check = co_await verification;
     cancel.throwIfCancelled();

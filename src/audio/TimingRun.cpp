@@ -44,20 +44,20 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
 
     QList<TranscriptSegment> segments;
     const std::shared_ptr<LyricsAligner> aligner = store.services().aligner;
-    if (store.timingMethod() == TimingMethod::words && aligner && aligner->isAvailable()) {
+    if (store.settings().timingMethod() == TimingMethod::words && aligner && aligner->isAvailable()) {
         // The track is heard beside the alignment, each on a core of its own, so that the
         // proportional layout has its chunks at once when the lyrics cannot be placed; when
         // they can, the hearing is stopped. Both are awaited on every path.
         const CancelToken hearing = cancel.child();
         // The hearing's progress is told only once it is what the run waits for.
         const auto fellBack = std::make_shared<std::atomic_bool>(false);
-        const auto hearingStatus = [sink = store.statusSink(), fellBack](QString status) {
+        const auto hearingStatus = [sink = store.report().status, fellBack](QString status) {
             if (fellBack->load())
                 sink(std::move(status));
         };
         const auto fallBack = [&store, fellBack] {
             fellBack->store(true);
-            store.setRunningTask(proportionalFallbackNote);
+            store.session().setRunningTask(proportionalFallbackNote);
         };
         const std::shared_ptr<Transcriber> transcriber = store.services().transcriber;
         std::optional<QCoro::Task<TranscriptionResult>> transcription;
@@ -65,7 +65,7 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
             transcription.emplace(transcriber->transcribe(audioPath, hearingStatus, hearing));
         std::exception_ptr stopped;
         try {
-            auto aligning = timeLyrics(*aligner, audioPath, lines, store.statusSink(), cancel);
+            auto aligning = timeLyrics(*aligner, audioPath, lines, store.report().status, cancel);
             segments = co_await aligning;
         } catch (const AlignmentError &) {
             fallBack();
@@ -95,7 +95,7 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
             segments = alignLines(lines, heard->chunks, metadata.duration);
         }
     } else {
-        auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+        auto transcription = transcriberOf(store).transcribe(audioPath, store.report().status, cancel);
         const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();
         segments = alignLines(lines, heard.chunks, metadata.duration);

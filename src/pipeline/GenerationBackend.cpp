@@ -4,7 +4,7 @@
 
 namespace quillvane {
 
-GenerationEndpoint generationEndpoint(ProjectStore &store)
+GenerationEndpoint generationEndpoint(const ProjectStore &store)
 {
     const StoreOptions &options = store.options();
     if (store.settings().generationBackend() != Backend::offline)

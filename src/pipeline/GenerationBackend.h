@@ -23,7 +23,7 @@ struct GenerationEndpoint {
 
 // The endpoint for the store's settings. Throws Error when the offline backend is chosen and
 // the studio cannot start, or when this build has no studio.
-GenerationEndpoint generationEndpoint(ProjectStore &store);
+GenerationEndpoint generationEndpoint(const ProjectStore &store);
 
 // The built-in offline studio as the services carry it.
 class OfflineStudioHost : public LocalGenerationHost {

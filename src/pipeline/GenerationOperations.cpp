@@ -1,6 +1,8 @@
 #include "pipeline/GenerationOperations.h"
 
 #include "model/PipelineConfig.h"
+#include "pipeline/GenerationBackend.h"
+#include "store/ProjectEdits.h"
 
 #include <memory>
 
@@ -34,9 +36,9 @@ QCoro::Task<> renderPendingElements(ProjectStore &store, CancelToken cancel)
         if (!isPending(element))
             continue;
         cancel.throwIfCancelled();
-        store.setRunningTask(elementLabel(position, count, element.id));
+        store.session().setRunningTask(elementLabel(position, count, element.id));
         auto rendering = renderElement(client, workflow, plan.rawJSON, element.id,
-                                       store.media().elementImagePath(element.id), store.report(), cancel);
+                                       store.document().media().elementImagePath(element.id), store.report(), cancel);
         const ElementImage image = co_await rendering;
         // Kept at once, so a later failure does not lose it.
         Project changed = store.project();
@@ -71,7 +73,7 @@ QCoro::Task<> paintChunk(ProjectStore &store, QUuid chunkID, QString prompt, QSt
     if (job.references.isEmpty())
         throw Error(noReferenceMessage(*chunk));
     FalClient client = makeGenerationClient(store);
-    auto painting = generateFrame(client, store.services().config.frameWorkflow, std::move(job), store.media(), chunkID,
+    auto painting = generateFrame(client, store.services().config.frameWorkflow, std::move(job), store.document().media(), chunkID,
                                   store.report(), cancel);
     GeneratedFrame frame = co_await painting;
     // Re-read: the person may have edited, or a parallel job replaced this frame, meanwhile.
@@ -105,7 +107,7 @@ QCoro::Task<> editInProject(ProjectStore &store, QUuid chunkID, GeneratedFrame s
                             CancelToken cancel)
 {
     FalClient client = makeGenerationClient(store);
-    auto editing = editedFrame(client, store.editWorkflow(), std::move(source), std::move(request), store.media(),
+    auto editing = editedFrame(client, store.settings().editWorkflow(), std::move(source), std::move(request), store.document().media(),
                                chunkID, store.report(), cancel);
     GeneratedFrame frame = co_await editing;
     Project changed = store.project();
@@ -128,15 +130,15 @@ QCoro::Task<> addCheckedImages(ProjectStore &store, QUuid characterID, QStringLi
 {
     auto checking = checkReadableImages(paths);
     co_await checking;
-    store.addReferenceImages(characterID, paths);
+    appendReferenceImages(store.document(), characterID, paths);
 }
 
 } // namespace
 
 FalClient makeGenerationClient(const ProjectStore &store)
 {
-    return FalClient(store.generationBaseURL(), sharedNetwork(), store.options().generationPollInterval,
-                     store.options().generationTimeout);
+    const GenerationEndpoint endpoint = generationEndpoint(store);
+    return FalClient(endpoint.baseURL, sharedNetwork(), endpoint.pollInterval, endpoint.timeout);
 }
 
 QCoro::Task<Done> startPlanning(ProjectStore &store, CancelToken cancel)

@@ -13,9 +13,10 @@
 
 namespace quillvane {
 
-// A fresh client for one generation operation, on the store's base URL (so a changed setting
-// takes effect with the next operation), the shared HTTP session and the store's poll interval
-// (1.5 seconds unless a test shortens it).
+// A fresh client for one generation operation, on the endpoint the settings choose now (so a
+// changed setting takes effect with the next operation: the service's URL, or the offline
+// studio, started on first use) and the shared HTTP session. Throws Error when the offline
+// studio cannot start.
 FalClient makeGenerationClient(const ProjectStore &store);
 
 // Asks the planner for a storyboard and replaces the project's plan and chunks with it, the

@@ -57,7 +57,7 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
         if (acceptedOnly && !chunk->isAccepted())
             continue;
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
-                            slot.introFrames, store.media().clipPath(slot.chunkID),
+                            slot.introFrames, store.document().media().clipPath(slot.chunkID),
                             chunk->frame ? chunk->frame->motionClipPath : std::nullopt});
     }
     return batch;
@@ -98,7 +98,7 @@ QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
     touch(store);
 }
 
-QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
+QCoro::Task<QString> runExportVideo(ProjectStore &store, std::optional<bool> subtitles, CancelToken cancel)
 {
     if (!store.project().allChunksAccepted())
         throw PipelineError(PipelineError::Case::notReviewed);
@@ -109,8 +109,9 @@ QCoro::Task<QString> runExportVideo(ProjectStore &store, CancelToken cancel)
     settleSpans(store);
 
     const Project &project = store.project();
-    VideoOrder order{project.audioPath.isEmpty() ? std::nullopt : std::optional<QString>(project.audioPath),
-                     project.exportSettings, store.media().exportPath(project), project.transcript};
+    ExportSettings settings = project.exportSettings;
+    settings.subtitles = subtitles.value_or(settings.subtitles);
+    VideoOrder order{project.audioPath.isEmpty() ? std::nullopt : std::optional<QString>(project.audioPath), settings, store.document().media().exportPath(project), project.transcript};
     auto exporting = exportClips(clipBatch(store, false), std::move(order), *renderer, *exporter, keepClip(store),
                                  store.report(), cancel);
     const QString written = co_await exporting;
@@ -126,10 +127,11 @@ QCoro::Task<Done> startRenderMotion(ProjectStore &store, CancelToken cancel)
         motionLabel, [&store](CancelToken token) { return runRenderMotion(store, std::move(token)); }, cancel);
 }
 
-QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel)
+QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel, std::optional<bool> subtitles)
 {
     return store.run(
-        exportLabel, [&store](CancelToken token) { return runExportVideo(store, std::move(token)); }, cancel);
+        exportLabel,
+        [&store, subtitles](CancelToken token) { return runExportVideo(store, subtitles, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

@@ -22,7 +22,9 @@ QCoro::Task<Done> startRenderMotion(ProjectStore &store, CancelToken cancel = {}
 // or out of date, then exports the clips in playback order over the track's audio to the
 // export path; done with that path. Following the song, the video lasts as long as the song
 // and carries all of it; in fixed-length timing the audio ends with the last clip. With
-// subtitles on and a timed transcript, NAME.srt and NAME.lrc are written beside the video.
-QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel = {});
+// subtitles on (this export's choice when given, else the project's setting) and a timed
+// transcript, NAME.srt and NAME.lrc are written beside the video.
+QCoro::Task<Outcome<QString>> startExportVideo(ProjectStore &store, CancelToken cancel = {},
+                                               std::optional<bool> subtitles = std::nullopt);
 
 } // namespace quillvane

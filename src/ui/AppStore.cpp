@@ -27,7 +27,7 @@ QCoro::Task<> thenSelect(ProjectStore &store, QCoro::Task<T> run, PipelineStage 
     QCoro::Task<T> running = std::move(run);
     const auto outcome = co_await running;
     if (outcome.isDone())
-        store.setSelectedStage(next);
+        store.session().setSelectedStage(next);
 }
 
 QCoro::Task<> exportAndTell(ProjectStore &store, QPointer<AppStore> bridge)
@@ -49,30 +49,25 @@ AppStore::AppStore(ProjectStore &store, QObject *parent)
     , m_elements(new ElementListModel(store, this))
     , m_chunks(new ChunkListModel(store, this))
     , m_media(new MediaSettings(store, this))
-    , m_choosers(new Choosers(store.library().preferences(), qmlImportPaths(), this))
-    , m_generation(store)
+    , m_choosers(new Choosers(store.document().library().preferences(), qmlImportPaths(), this))
     , m_outline(new TrackOutline(store, this))
 {
-    connect(&store, &ProjectStore::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
-    connect(&store, &ProjectStore::generationBackendChanged, this, [this] {
-        applyBackend();
-        Q_EMIT generationBackendChanged();
-    });
-    applyBackend();
-    connect(&store, &ProjectStore::timingMethodChanged, this, &AppStore::timingMethodChanged);
-    connect(&store, &ProjectStore::projectChanged, this, [this] {
+    connect(&store.session(), &TaskSession::selectedChunkIDChanged, this, &AppStore::selectedChunkChanged);
+    connect(&store.settings(), &GenerationSettings::generationBackendChanged, this, &AppStore::generationBackendChanged);
+    connect(&store.settings(), &GenerationSettings::timingMethodChanged, this, &AppStore::timingMethodChanged);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, [this] {
         ++m_revision;
         Q_EMIT projectChanged();
     });
-    connect(&store, &ProjectStore::selectedStageChanged, this, &AppStore::selectedStageChanged);
-    connect(&store, &ProjectStore::runningTaskChanged, this, &AppStore::runningTaskChanged);
-    connect(&store, &ProjectStore::historyChanged, this, &AppStore::historyChanged);
-    connect(&store, &ProjectStore::runningTaskChanged, this, &AppStore::historyChanged);
-    connect(&store, &ProjectStore::taskProgressChanged, this, &AppStore::taskProgressChanged);
-    connect(&store, &ProjectStore::lastErrorChanged, this, &AppStore::lastErrorChanged);
-    connect(&store, &ProjectStore::generationModelChanged, this, &AppStore::generationModelChanged);
-    connect(&store, &ProjectStore::editWorkflowChanged, this, &AppStore::editWorkflowChanged);
-    connect(&store, &ProjectStore::proxyBaseURLChanged, this, &AppStore::proxyBaseURLChanged);
+    connect(&store.session(), &TaskSession::selectedStageChanged, this, &AppStore::selectedStageChanged);
+    connect(&store.session(), &TaskSession::runningTaskChanged, this, &AppStore::runningTaskChanged);
+    connect(&store.document(), &ProjectDocument::historyChanged, this, &AppStore::historyChanged);
+    connect(&store.session(), &TaskSession::runningTaskChanged, this, &AppStore::historyChanged);
+    connect(&store.session(), &TaskSession::taskProgressChanged, this, &AppStore::taskProgressChanged);
+    connect(&store.session(), &TaskSession::lastErrorChanged, this, &AppStore::lastErrorChanged);
+    connect(&store.settings(), &GenerationSettings::generationModelChanged, this, &AppStore::generationModelChanged);
+    connect(&store.settings(), &GenerationSettings::editWorkflowChanged, this, &AppStore::editWorkflowChanged);
+    connect(&store.settings(), &GenerationSettings::proxyBaseURLChanged, this, &AppStore::proxyBaseURLChanged);
     s_current = this;
 }
 
@@ -91,16 +86,7 @@ AppStore *AppStore::create(QQmlEngine *, QJSEngine *)
 
 void AppStore::setOfflineStudio(bool offline)
 {
-    m_store.setGenerationBackend(offline ? Backend::offline : Backend::service);
-}
-
-void AppStore::applyBackend()
-{
-    try {
-        m_generation.use(m_store.generationBackend() == Backend::offline);
-    } catch (const Error &error) {
-        m_store.setLastError(error.description());
-    }
+    m_store.settings().setGenerationBackend(offline ? Backend::offline : Backend::service);
 }
 
 void AppStore::setTitle(const QString &title)
@@ -127,7 +113,7 @@ QString AppStore::lyricsSourceLabel() const
 void AppStore::setSelectedStage(int stage)
 {
     if (const auto chosen = pipelineStageFromRaw(stage))
-        m_store.setSelectedStage(*chosen);
+        m_store.session().setSelectedStage(*chosen);
 }
 
 void AppStore::importAudio(const QUrl &file)
@@ -142,7 +128,7 @@ void AppStore::alignTiming()
 
 bool AppStore::addCharacter(const QString &name)
 {
-    return m_store.addCharacter(name).has_value();
+    return addCharacter(m_store.document(), name).has_value();
 }
 
 void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> &files)
@@ -155,13 +141,13 @@ void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> 
 
 void AppStore::removeCharacter(const QString &characterID)
 {
-    m_store.removeCharacter(idFrom(characterID));
+    removeCharacter(m_store.document(), idFrom(characterID));
 }
 
 void AppStore::removeReferenceImage(const QString &characterID, const QString &path)
 {
     const QUrl url(path);
-    m_store.removeReferenceImage(idFrom(characterID), url.isLocalFile() ? url.toLocalFile() : path);
+    removeReferenceImage(m_store.document(), idFrom(characterID), url.isLocalFile() ? url.toLocalFile() : path);
 }
 
 void AppStore::alignTimingAndContinue()
@@ -172,9 +158,9 @@ void AppStore::alignTimingAndContinue()
 void AppStore::startStoryboard()
 {
     if (m_store.project().chunks.isEmpty())
-        launch(thenSelect(m_store, runRoad(m_store, RoadStage::plan, RoadStage::elements), PipelineStage::storyboard));
+        launch(thenSelect(m_store, runRoad(m_store, PipelineStage::storyboard, PipelineStage::storyboard), PipelineStage::storyboard));
     else
-        m_store.setSelectedStage(PipelineStage::storyboard);
+        m_store.session().setSelectedStage(PipelineStage::storyboard);
 }
 
 QString AppStore::formatTime(double seconds)
@@ -203,7 +189,7 @@ bool AppStore::tap(double seconds)
         return false;
     const Done tapped = m_tapAlong->tap(seconds);
     if (tapped.isFailed())
-        m_store.setLastError(tapped.failure());
+        m_store.session().setLastError(tapped.failure());
     Q_EMIT tappingChanged();
     return tapped.isDone();
 }
@@ -217,9 +203,9 @@ bool AppStore::untap()
 
 bool AppStore::shiftTimes(double seconds)
 {
-    const Done shifted = m_store.shiftTranscript(seconds);
+    const Done shifted = shiftTranscript(m_store.document(), seconds);
     if (shifted.isFailed())
-        m_store.setLastError(shifted.failure());
+        m_store.session().setLastError(shifted.failure());
     return shifted.isDone();
 }
 
@@ -348,14 +334,14 @@ QString AppStore::chunkIdAt(int index) const
 
 QString AppStore::selectedChunkId() const
 {
-    const auto id = m_store.selectedChunkID();
+    const auto id = m_store.session().selectedChunkID();
     return id ? uuidText(*id) : QString();
 }
 
 void AppStore::setSelectedChunkId(const QString &id)
 {
     const QUuid parsed = idFrom(id);
-    m_store.setSelectedChunkID(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
+    m_store.session().setSelectedChunkID(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
 }
 
 QString AppStore::artDirection() const
@@ -385,7 +371,7 @@ bool AppStore::hasReferencedCharacter() const
 
 void AppStore::generateAllFrames()
 {
-    m_store.setSelectedStage(PipelineStage::frames);
+    m_store.session().setSelectedStage(PipelineStage::frames);
     generateMissingFrames();
 }
 
@@ -422,7 +408,7 @@ void AppStore::generateFrame(const QString &chunkID)
 
 void AppStore::generateMissingFrames()
 {
-    launch(runRoad(m_store, RoadStage::elements, RoadStage::frames));
+    launch(runRoad(m_store, PipelineStage::frames, PipelineStage::frames));
 }
 
 void AppStore::editFrame(const QString &chunkID, const QString &request)

@@ -2,7 +2,6 @@
 
 #include "store/ProjectStore.h"
 #include "store/TapAlong.h"
-#include "pipeline/GenerationBackend.h"
 #include "ui/Choosers.h"
 #include "ui/MediaSettings.h"
 #include "ui/ProjectModels.h"
@@ -97,7 +96,7 @@ public:
     void setArtist(const QString &artist);
     QString audioPath() const { return m_store.project().audioPath; }
     QString rawLyrics() const { return m_store.project().rawLyrics; }
-    void setLyrics(const QString &text) { m_store.setLyrics(text); }
+    void setLyrics(const QString &text) { setLyrics(m_store.document(), text); }
     QString lyricsSourceLabel() const;
     QString conceptPrompt() const { return m_store.project().conceptPrompt; }
     void setConceptPrompt(const QString &text);
@@ -135,26 +134,26 @@ public:
     int framedCount() const { return m_store.project().framedCount(); }
     int acceptedCount() const { return m_store.project().acceptedCount(); }
     bool allAccepted() const { return m_store.project().allChunksAccepted(); }
-    int selectedStage() const { return int(m_store.selectedStage()); }
+    int selectedStage() const { return int(m_store.session().selectedStage()); }
     void setSelectedStage(int stage);
-    QString runningTask() const { return m_store.runningTask().value_or(QString()); }
-    bool busy() const { return m_store.runningTask().has_value(); }
+    QString runningTask() const { return m_store.session().runningTask().value_or(QString()); }
+    bool busy() const { return m_store.session().runningTask().has_value(); }
     // -1 when the running task's progress is unknown.
-    double taskProgress() const { return m_store.taskProgress().value_or(-1); }
-    QString lastError() const { return m_store.lastError().value_or(QString()); }
-    QString generationModel() const { return m_store.generationModel(); }
-    void setGenerationModel(const QString &value) { m_store.setGenerationModel(value); }
-    QString editWorkflow() const { return m_store.editWorkflow(); }
-    void setEditWorkflow(const QString &value) { m_store.setEditWorkflow(value); }
-    QString proxyBaseURL() const { return m_store.proxyBaseURL(); }
-    void setProxyBaseURL(const QString &value) { m_store.setProxyBaseURL(value); }
+    double taskProgress() const { return m_store.session().taskProgress().value_or(-1); }
+    QString lastError() const { return m_store.session().lastError().value_or(QString()); }
+    QString generationModel() const { return m_store.settings().generationModel(); }
+    void setGenerationModel(const QString &value) { m_store.settings().setGenerationModel(value); }
+    QString editWorkflow() const { return m_store.settings().editWorkflow(); }
+    void setEditWorkflow(const QString &value) { m_store.settings().setEditWorkflow(value); }
+    QString proxyBaseURL() const { return m_store.settings().proxyBaseURL(); }
+    void setProxyBaseURL(const QString &value) { m_store.settings().setProxyBaseURL(value); }
     // Whether generation runs in the built-in offline studio (kept as a preference).
-    bool offlineStudio() const { return m_store.generationBackend() == Backend::offline; }
+    bool offlineStudio() const { return m_store.settings().generationBackend() == Backend::offline; }
     void setOfflineStudio(bool offline);
-    bool alignsWords() const { return m_store.timingMethod() == TimingMethod::words; }
+    bool alignsWords() const { return m_store.settings().timingMethod() == TimingMethod::words; }
     void setAlignsWords(bool words)
     {
-        m_store.setTimingMethod(words ? TimingMethod::words : TimingMethod::proportional);
+        m_store.settings().setTimingMethod(words ? TimingMethod::words : TimingMethod::proportional);
     }
 
     QAbstractListModel *stages() const { return m_stages; }
@@ -167,12 +166,12 @@ public:
     QString selectedChunkId() const;
     void setSelectedChunkId(const QString &id);
 
-    Q_INVOKABLE void dismissError() { m_store.dismissError(); }
+    Q_INVOKABLE void dismissError() { m_store.session().dismissError(); }
     // A refusal a screen makes itself (a chooser that cannot open), shown as the banner.
-    Q_INVOKABLE void showError(const QString &sentence) { m_store.setLastError(sentence); }
+    Q_INVOKABLE void showError(const QString &sentence) { m_store.session().setLastError(sentence); }
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
-    bool canUndo() const { return m_store.canUndo() && !busy(); }
-    bool canRedo() const { return m_store.canRedo() && !busy(); }
+    bool canUndo() const { return m_store.document().canUndo() && !busy(); }
+    bool canRedo() const { return m_store.document().canRedo() && !busy(); }
     // A step through the history ends a tap session: its next line and its taps to take back
     // belong to the lines as they were tapped.
     Q_INVOKABLE bool undo()
@@ -265,7 +264,6 @@ private:
     }
     void editStyle(QString StyleGuidance::*field, const QString &text);
     // Starts or stops the studio to match the setting and points the client at it.
-    void applyBackend();
 
     ProjectStore &m_store;
     int m_revision = 0;
@@ -276,7 +274,6 @@ private:
     ChunkListModel *m_chunks;
     MediaSettings *m_media;
     Choosers *m_choosers;
-    GenerationBackend m_generation;
     std::unique_ptr<TapAlong> m_tapAlong;
     TrackOutline *m_outline;
     static inline AppStore *s_current = nullptr;

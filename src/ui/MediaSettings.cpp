@@ -14,7 +14,7 @@ MediaSettings::MediaSettings(ProjectStore &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
 {
-    connect(&store, &ProjectStore::projectChanged, this, &MediaSettings::changed);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &MediaSettings::changed);
 }
 
 void MediaSettings::editMotion(const std::function<void(DepthFlowSettings &)> &edit)

@@ -247,8 +247,8 @@ TEST_F(RealWindowTest, CancelInTheBottomStripStopsARunningRender)
     const int motionStage = 6;
     const QPointF render = centreOf(project, motionStage, QStringLiteral("renderButton"));
     const auto running = [](UiHarness &h) {
-        h.store.setRunningTask(motionLabel);
-        h.store.setTaskProgress(0.05);
+        h.store.session().setRunningTask(motionLabel);
+        h.store.session().setTaskProgress(0.05);
     };
     const QPointF cancel = centreOf(project, motionStage, QStringLiteral("cancelButton"), running);
     const QRect strip = rectOf(project, motionStage, QStringLiteral("bottomStrip"), running).toAlignedRect();

@@ -37,7 +37,7 @@ TEST(InterruptCanceller, CtrlCStopsTheRunningOperationSilentlyAndGivesBackTheSig
     }
     EXPECT_LT(steps, 400);
     EXPECT_EQ(store.project(), untouched);
-    EXPECT_FALSE(store.lastError() || store.runningTask());
+    EXPECT_FALSE(store.session().lastError() || store.session().runningTask());
 
     struct sigaction after {};
     ::sigaction(SIGINT, nullptr, &after);

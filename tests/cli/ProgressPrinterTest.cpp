@@ -19,9 +19,9 @@ QStringList printedDuring(bool terminal)
         const ProgressPrinter printer(store, [&](const QString &text) { written.append(text); }, terminal);
         blockingWait(store.run(QStringLiteral("Reading audio"), [&](CancelToken) -> QCoro::Task<> {
             for (const double fraction : {0.001, 0.004, 0.011, 0.5, 0.509})
-                store.setTaskProgress(fraction);
-            store.setRunningTask(QStringLiteral("Verifying lyrics (first & last 30s)"));
-            store.setTaskProgress(1.0);
+                store.session().setTaskProgress(fraction);
+            store.session().setRunningTask(QStringLiteral("Verifying lyrics (first & last 30s)"));
+            store.session().setTaskProgress(1.0);
             co_return;
         }));
     }

@@ -80,7 +80,7 @@ TEST(ProjectModels, EditsInTheListsWriteBackToTheProject)
     EXPECT_EQ(saved.transcript[3].text, QStringLiteral("last line, fixed"));
     EXPECT_EQ(saved.transcript[3].end, 9.5);
     EXPECT_EQ(saved.characters[0].name, QStringLiteral("Mara Vale"));
-    EXPECT_TRUE(store.hasPendingSave());
+    EXPECT_TRUE(store.document().hasPendingSave());
 }
 
 } // namespace
@@ -94,12 +94,12 @@ TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
     test::TempLibrary temp;
     ProjectStore store(temp.library(), project());
     ui::AppStore bridge(store);
-    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
     bridge.setOfflineStudio(true);
-    EXPECT_EQ(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
     EXPECT_EQ(temp.library().preferences().string(QString::fromLatin1(preferenceKeys::generationBackend)), QStringLiteral("offline"));
     bridge.setOfflineStudio(false);
-    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
 }
 
 } // namespace

@@ -74,14 +74,14 @@ TEST(StoryboardScreen, SaysWhatIsMissingBeforeThereIsAPlan)
     Project project;
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {}});
     UiHarness ui(project);
-    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.store.session().setSelectedStage(PipelineStage::storyboard);
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("Set up a character first"));
-    ui.store.addReferenceImages(project.characters[0].id, {QStringLiteral("/refs/mia.png")});
+    ui.appendReferenceImages(store.document(), project.characters[0].id, {QStringLiteral("/refs/mia.png")});
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("emptyTitle")), QStringLiteral("No storyboard yet"));
     EXPECT_TRUE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool());
-    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
+    ui.store.session().setRunningTask(QStringLiteral("Rendering motion"));
     ui.settle();
     EXPECT_FALSE(ui.find(QStringLiteral("emptyAction"))->property("enabled").toBool()) << "no plan while a task runs";
 }
@@ -90,7 +90,7 @@ TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.store.session().setSelectedStage(PipelineStage::storyboard);
     ui.settle();
     QQuickItem *field = ui.findAll(QStringLiteral("renderedTextField")).value(2);
     ASSERT_TRUE(field);
@@ -104,7 +104,7 @@ TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.store.session().setSelectedStage(PipelineStage::frames);
     ui.settle();
     const QStringList chips = texts(ui, QStringLiteral("reviewChip"));
     ASSERT_EQ(chips.size(), 12);
@@ -141,7 +141,7 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.store.session().setSelectedStage(PipelineStage::frames);
     ui.settle();
     // The sheet is a popup, an object beside the items rather than one of them.
     QObject *sheet = nullptr;
@@ -165,10 +165,10 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
     EXPECT_TRUE(ui.find(QStringLiteral("sendButton"))->isEnabled());
     ui.screenshot(QStringLiteral("frames-edit-sheet"));
 
-    ui.store.setRunningTask(QStringLiteral("Editing frame 6"));
+    ui.store.session().setRunningTask(QStringLiteral("Editing frame 6"));
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("sendButton")));
-    ui.store.setRunningTask(std::nullopt);
+    ui.store.session().setRunningTask(std::nullopt);
 
     ui.bridge.undoFrame(chunkID);
     ui.settle();
