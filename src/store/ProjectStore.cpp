@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <QThread>
 
 #include <algorithm>
 #include <cmath>
@@ -384,17 +385,30 @@ Done ProjectStore::shiftTranscript(double seconds)
     return Done::done();
 }
 
+namespace {
+
+// Applies an engine's value on the UI thread: at once when called there (a coroutine that
+// says a line just before its run ends shows it before the run clears the task line), else
+// posted there without waiting.
+void onUiThread(std::function<void()> apply)
+{
+    QCoreApplication *application = QCoreApplication::instance();
+    if (QThread::currentThread() == application->thread())
+        apply();
+    else
+        QMetaObject::invokeMethod(application, std::move(apply), Qt::QueuedConnection);
+}
+
+} // namespace
+
 std::function<void(double)> ProjectStore::progressSink()
 {
     QPointer<ProjectStore> self(this);
     return [self](double fraction) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, fraction] {
-                if (self)
-                    self->setTaskProgress(fraction);
-            },
-            Qt::QueuedConnection);
+        onUiThread([self, fraction] {
+            if (self)
+                self->setTaskProgress(fraction);
+        });
     };
 }
 
@@ -402,13 +416,10 @@ std::function<void(QString)> ProjectStore::statusSink()
 {
     QPointer<ProjectStore> self(this);
     return [self](QString status) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, status = std::move(status)] {
-                if (self)
-                    self->setRunningTask(status);
-            },
-            Qt::QueuedConnection);
+        onUiThread([self, status = std::move(status)] {
+            if (self)
+                self->setRunningTask(status);
+        });
     };
 }
 

@@ -178,8 +178,9 @@ public:
     // nothing, when there is no transcript or the first line would start before the song.
     Done shiftTranscript(double seconds);
 
-    // Callbacks for engines, safe to call from any thread: each posts its value to the UI
-    // thread without waiting and drops it if the store is gone by then.
+    // Callbacks for engines, safe to call from any thread: each applies its value at once on
+    // the UI thread and posts it there without waiting from any other, and drops it if the
+    // store is gone by then.
     std::function<void(double)> progressSink();
     std::function<void(QString)> statusSink();
     // Both sinks, as engines take them.
