@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <QThread>
 
 #include <algorithm>
 
@@ -70,8 +71,14 @@ TaskReport ProjectStore::report()
 {
     const QPointer<TaskSession> session(&m_session);
     // Engines call these from their own threads: the session is touched on the UI thread only.
+    // Called there, a value applies at once, so a line said just before a run ends shows
+    // before the run clears the task line.
     const auto post = [](std::function<void()> apply) {
-        QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(apply), Qt::QueuedConnection);
+        QCoreApplication *application = QCoreApplication::instance();
+        if (QThread::currentThread() == application->thread())
+            apply();
+        else
+            QMetaObject::invokeMethod(application, std::move(apply), Qt::QueuedConnection);
     };
     TaskReport report;
     report.status = [session, post](QString line) {

@@ -1,16 +1,17 @@
 #pragma once
 
+#include "model/Error.h"
 #include "model/PipelineStage.h"
 #include "model/Records.h"
 #include "storage/ProjectLibrary.h"
-#include "model/Error.h"
 #include "store/Cancellation.h"
+#include "store/GenerationSettings.h"
 #include "store/Outcome.h"
 #include "store/PipelineServices.h"
-#include "store/GenerationSettings.h"
 #include "store/ProjectDocument.h"
-#include "store/TaskSession.h"
+#include "store/ProjectEdits.h"
 #include "store/TaskReport.h"
+#include "store/TaskSession.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -105,7 +106,8 @@ public:
     // lives: a sequence holds its token between its runs, so a cancel there is not lost.
     [[nodiscard]] std::shared_ptr<void> holdCancel(const CancelToken &cancel);
     // What engines report through, safe to call from any thread: each line or fraction is
-    // posted to the UI thread without waiting, and dropped if the store is gone by then.
+    // applied at once on the UI thread, posted there without waiting from any other, and
+    // dropped if the store is gone by then.
     TaskReport report();
 
 private:

@@ -128,7 +128,7 @@ void AppStore::alignTiming()
 
 bool AppStore::addCharacter(const QString &name)
 {
-    return addCharacter(m_store.document(), name).has_value();
+    return quillvane::addCharacter(m_store.document(), name).has_value();
 }
 
 void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> &files)
@@ -141,13 +141,13 @@ void AppStore::addReferenceImages(const QString &characterID, const QList<QUrl> 
 
 void AppStore::removeCharacter(const QString &characterID)
 {
-    removeCharacter(m_store.document(), idFrom(characterID));
+    quillvane::removeCharacter(m_store.document(), idFrom(characterID));
 }
 
 void AppStore::removeReferenceImage(const QString &characterID, const QString &path)
 {
     const QUrl url(path);
-    removeReferenceImage(m_store.document(), idFrom(characterID), url.isLocalFile() ? url.toLocalFile() : path);
+    quillvane::removeReferenceImage(m_store.document(), idFrom(characterID), url.isLocalFile() ? url.toLocalFile() : path);
 }
 
 void AppStore::alignTimingAndContinue()

@@ -96,7 +96,7 @@ public:
     void setArtist(const QString &artist);
     QString audioPath() const { return m_store.project().audioPath; }
     QString rawLyrics() const { return m_store.project().rawLyrics; }
-    void setLyrics(const QString &text) { setLyrics(m_store.document(), text); }
+    void setLyrics(const QString &text) { quillvane::setLyrics(m_store.document(), text); }
     QString lyricsSourceLabel() const;
     QString conceptPrompt() const { return m_store.project().conceptPrompt; }
     void setConceptPrompt(const QString &text);

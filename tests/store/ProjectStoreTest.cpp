@@ -153,7 +153,7 @@ TEST(ProjectStoreProgress, IsClampedAndANonNumberMeansUnknown)
     }
 }
 
-TEST(ProjectStoreProgress, EngineCallbacksArePostedToTheUIThreadAndOutliveTheStore)
+TEST(ProjectStoreProgress, EngineCallbacksAreAppliedOnTheUIThreadAndOutliveTheStore)
 {
     test::TempLibrary temp;
     auto store = std::make_unique<ProjectStore>(temp.library());
@@ -169,6 +169,9 @@ TEST(ProjectStoreProgress, EngineCallbacksArePostedToTheUIThreadAndOutliveTheSto
     ASSERT_TRUE(test::processEventsUntil([&] { return store->session().runningTask().has_value(); }, 1s));
     EXPECT_EQ(store->session().taskProgress(), 0.4);
     EXPECT_EQ(store->session().runningTask(), QStringLiteral("Transcribing with Local Whisper"));
+    // Said on the UI thread, a line shows at once: a note said as a run ends never outlives it.
+    status(QStringLiteral("Verifying lyrics"));
+    EXPECT_EQ(store->session().runningTask(), QStringLiteral("Verifying lyrics"));
 
     store.reset();
     progress(0.9); // the store is gone: the value is dropped
