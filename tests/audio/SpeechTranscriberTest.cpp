@@ -86,21 +86,6 @@ std::optional<TranscriptionError::Case> failureOf(SpeechTranscriber &engine, con
     return std::nullopt;
 }
 
-TEST(GroupWords, CutsIntoConsecutiveChunksThatSpanTheirWords)
-{
-    QList<TimedChunk> words; // word i runs from i s to i + 0.5 s
-    for (int i = 0; i < 13; ++i)
-        words << TimedChunk{QStringLiteral("w%1").arg(i), double(i), i + 0.5};
-    EXPECT_EQ(SpeechTranscriber::groupWords(words, 6),
-              (QList<TimedChunk>{{QStringLiteral("w0 w1 w2 w3 w4 w5"), 0, 5.5},
-                                 {QStringLiteral("w6 w7 w8 w9 w10 w11"), 6, 11.5},
-                                 {QStringLiteral("w12"), 12, 12.5}}));
-    EXPECT_EQ(SpeechTranscriber::groupWords(words.mid(0, 2), 0),
-              (QList<TimedChunk>{{QStringLiteral("w0"), 0, 0.5}, {QStringLiteral("w1"), 1, 1.5}}))
-        << "a size below one counts as one";
-    EXPECT_TRUE(SpeechTranscriber::groupWords({}, 6).isEmpty());
-}
-
 // ---- Recognition ---------------------------------------------------------------------------
 
 TEST(SpeechRecognition, HearsTimedWordsInChunksOfSix)
