@@ -1,6 +1,7 @@
 // The built-in recognizer with the real PocketSphinx model, on speech made by espeak-ng and
 // encoded by the ffmpeg program.
 
+#include "audio/AudioTools.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/TranscriptionError.h"
 #include "store/BlockingWait.h"
@@ -60,16 +61,6 @@ QString song()
     return path;
 }
 
-double durationOf(const QString &path)
-{
-    QProcess probe;
-    probe.start(QStringLiteral("ffprobe"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-                                            QStringLiteral("format=duration"), QStringLiteral("-of"),
-                                            QStringLiteral("csv=p=0"), path});
-    probe.waitForFinished(60000);
-    return probe.readAllStandardOutput().trimmed().toDouble();
-}
-
 TranscriptionResult transcribe(SpeechTranscriber &engine, const QString &path, CancelToken cancel = {})
 {
     return blockingWait(engine.transcribe(path, [](QString) { ADD_FAILURE() << "no progress expected"; }, cancel));
@@ -93,7 +84,7 @@ TEST(SpeechRecognition, HearsTimedWordsInChunksOfSix)
     SpeechTranscriber engine;
     ASSERT_TRUE(engine.isAvailable()) << "the pocketsphinx-en-us model is not installed";
     const QString path = song();
-    const double duration = durationOf(path);
+    const double duration = AudioTools::readMetadataNow(path).duration;
 
     const TranscriptionResult result = transcribe(engine, path);
 

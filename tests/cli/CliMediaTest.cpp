@@ -132,18 +132,4 @@ TEST(CliLyricsFile, WritesTheTimedLyricsAloneOrSaysWhyNot)
     EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("lyrics.txt"))));
 }
 
-TEST(CliMotionAndExport, UnreviewedFramesStopBothWithTheReviewSentence)
-{
-    const CliHome home;
-    framedProject(home, false);
-    for (const QString &command : args("motion export")) {
-        const CliResult result = home.run({command});
-        EXPECT_EQ(result.exitCode, 1) << command.toStdString();
-        EXPECT_TRUE(result.err.contains(
-            QStringLiteral("error: Every frame must pass the readability review before export.")))
-            << result.err.toStdString();
-        EXPECT_TRUE(result.out.isEmpty());
-    }
-}
-
 } // namespace
