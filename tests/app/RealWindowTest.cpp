@@ -134,19 +134,13 @@ protected:
     XSession x;
 };
 
-// One launch walks the window: a refused track given on the command line changes nothing,
-// Ctrl+1 to Ctrl+9 show nine different screens, and each chooser opens over the window and
-// Escape closes it, with the app alive through all of it.
-TEST_F(RealWindowTest, ScreensAndChoosersWorkAndARefusedTrackChangesNothing)
+// One launch walks the window: Ctrl+1 to Ctrl+9 show nine different screens, and each
+// chooser opens over the window and Escape closes it, with the app alive through all of it.
+// (The audio file chooser is the next test's, which also takes a file from it.)
+TEST_F(RealWindowTest, NineScreensAndEveryChooserWithoutEndingTheApp)
 {
     const Project project = projectWithTrack();
     save(project);
-    // A picture with an audio file's name. (The audio file chooser is the next test's, which
-    // also takes a file from it.)
-    QImage picture(64, 64, QImage::Format_RGB32);
-    picture.fill(Qt::magenta);
-    const QString fake = home.filePath(QStringLiteral("cover.mp3"));
-    ASSERT_TRUE(picture.save(fake, "PNG"));
     struct Chooser {
         const char *button;
         int stage;
@@ -158,13 +152,7 @@ TEST_F(RealWindowTest, ScreensAndChoosersWorkAndARefusedTrackChangesNothing)
         ASSERT_GE(chooser.centre.x(), 0) << "no " << chooser.button << " on stage " << chooser.stage;
     }
 
-    ASSERT_NO_FATAL_FAILURE(launch({fake}));
-    processEventsFor(2s);
-    ASSERT_TRUE(x.appAlive()) << qPrintable(x.appOutput());
-    const QImage refused = settledGrab();
-    x.key(QStringLiteral("Escape"));
-    EXPECT_TRUE(differs(refused, settledGrab())) << "no refusal was shown";
-
+    ASSERT_NO_FATAL_FAILURE(launch());
     QList<QImage> screens;
     for (int stage = 1; stage <= 9; ++stage) {
         x.key(QStringLiteral("ctrl+%1").arg(stage));
@@ -195,12 +183,6 @@ TEST_F(RealWindowTest, ScreensAndChoosersWorkAndARefusedTrackChangesNothing)
             keep(after, name + QStringLiteral("-after"));
         }
     }
-
-    const std::optional<Project> saved = library().loadLastProject();
-    ASSERT_TRUE(saved);
-    EXPECT_EQ(saved->audioPath, project.audioPath);
-    EXPECT_EQ(saved->title, project.title);
-    EXPECT_EQ(saved->rawLyrics, project.rawLyrics);
 }
 
 // The chooser starts in the user's Music folder; Return takes the file it has selected.
@@ -275,6 +257,30 @@ TEST_F(RealWindowTest, CancelInTheBottomStripStopsARunningRender)
     EXPECT_FALSE(differs(idle, settledGrab(), strip)) << "the task is still showing";
     EXPECT_EQ(clips.entryList(QDir::Files).size(), clipsAfterCancel) << "clips kept coming after Cancel";
     EXPECT_LT(clipsAfterCancel, 8);
+}
+
+TEST_F(RealWindowTest, ARefusedTrackLeavesTheProjectAsItWas)
+{
+    const Project project = projectWithTrack();
+    save(project);
+    // A picture with an audio file's name.
+    QImage picture(64, 64, QImage::Format_RGB32);
+    picture.fill(Qt::magenta);
+    const QString fake = home.filePath(QStringLiteral("cover.mp3"));
+    ASSERT_TRUE(picture.save(fake, "PNG"));
+
+    ASSERT_NO_FATAL_FAILURE(launch({fake}));
+    processEventsFor(2s);
+    ASSERT_TRUE(x.appAlive()) << qPrintable(x.appOutput());
+    const QImage refused = settledGrab();
+    x.key(QStringLiteral("Escape"));
+    EXPECT_TRUE(differs(refused, settledGrab())) << "no refusal was shown";
+    processEventsFor(1500ms); // past the save delay
+    const std::optional<Project> saved = library().loadLastProject();
+    ASSERT_TRUE(saved);
+    EXPECT_EQ(saved->audioPath, project.audioPath);
+    EXPECT_EQ(saved->title, project.title);
+    EXPECT_EQ(saved->rawLyrics, project.rawLyrics);
 }
 
 } // namespace
