@@ -8,7 +8,6 @@
 #include <QThread>
 
 #include <csignal>
-#include <sys/stat.h>
 
 namespace quillvane::test {
 
@@ -164,14 +163,6 @@ FileSizeLimit::FileSizeLimit(rlim_t bytes)
 FileSizeLimit::~FileSizeLimit()
 {
     setrlimit(RLIMIT_FSIZE, &m_saved);
-}
-
-QString fileIdentity(const QString &path)
-{
-    struct stat info {};
-    if (stat(path.toLocal8Bit().constData(), &info) != 0)
-        return {};
-    return QStringLiteral("%1:%2.%3").arg(info.st_ino).arg(info.st_mtim.tv_sec).arg(info.st_mtim.tv_nsec);
 }
 
 } // namespace quillvane::test

@@ -78,8 +78,4 @@ private:
     rlimit m_saved{};
 };
 
-// Identity of the file at path: inode and modification time, so it changes every time an
-// atomic replace writes the file. Empty when there is no file.
-QString fileIdentity(const QString &path);
-
 } // namespace quillvane::test
