@@ -5,7 +5,7 @@
 // many 1920x1080 frames of the song's first still as the video has, drawn beforehand.
 // Run: build/bench/song_road_bench SONG.mp3 [LYRICS.txt]   (lyrics are embedded into a copy)
 
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 #include "media/VideoEncoding.h"
 
 #include <QDir>

@@ -115,12 +115,12 @@ int main(int argc, char **argv)
     ui.settle();
 
     const double storyboard = millisecondsOf([&] {
-        ui.store.setSelectedStage(PipelineStage::storyboard);
+        ui.store.session().setSelectedStage(PipelineStage::storyboard);
         drawn(ui);
     });
     ui.settle();
     const double review = millisecondsOf([&] {
-        ui.store.setSelectedStage(PipelineStage::frames);
+        ui.store.session().setSelectedStage(PipelineStage::frames);
         drawn(ui);
     });
     std::printf("  %-40s %7.1f ms\n", "open the storyboard (500 chunk cards)", storyboard);
@@ -141,7 +141,7 @@ int main(int argc, char **argv)
         report("scroll the frame review, per frame", scrolling);
     }
 
-    ui.store.setSelectedStage(PipelineStage::intake);
+    ui.store.session().setSelectedStage(PipelineStage::intake);
     ui.settle();
     auto *title = ui.find(QStringLiteral("titleField"));
     ui.window()->requestActivate();

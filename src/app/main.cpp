@@ -68,7 +68,7 @@ int main(int argc, char *argv[])
         bridges.intake.importAudio(QUrl::fromLocalFile(QFileInfo(arguments.positionalArguments().first()).absoluteFilePath()));
     const int status = QGuiApplication::exec();
     try {
-        store.flushPendingSave();
+        store.document().flushPendingSave();
     } catch (const Error &error) {
         std::fprintf(stderr, "%s\n", error.description().toLocal8Bit().constData());
     }

@@ -21,13 +21,6 @@ constexpr double shortestTailClip = 1;
 constexpr qsizetype wordsPerEnd = 12;
 constexpr double matchThreshold = 0.35;
 
-Transcriber &transcriberOf(const ProjectStore &store)
-{
-    if (!store.services().transcriber)
-        throw TranscriptionError::noEngineAvailable();
-    return *store.services().transcriber;
-}
-
 // Deletes the verification clips however the check ends.
 struct ClipFiles {
     QStringList paths;
@@ -37,13 +30,6 @@ struct ClipFiles {
             QFile::remove(path);
     }
 };
-
-void apply(ProjectStore &store, const std::function<void(Project &)> &change)
-{
-    Project changed = store.project();
-    change(changed);
-    store.setProject(changed);
-}
 
 } // namespace
 
@@ -125,94 +111,64 @@ std::optional<QString> lrcBeside(const QString &audioPath)
     return std::nullopt;
 }
 
-} // namespace
-
-QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel)
+// The first timed lyrics found with the track, as the transcript they make.
+std::optional<ImportedLyrics> timedLyricsOf(const QString &audioPath, const AudioMetadata &tags)
 {
-    const QString audioPath = QFileInfo(path).absoluteFilePath();
-    // Nothing of the project changes until the file is known to be a track.
-    auto probing = AudioTools::probeAudio(audioPath);
-    co_await probing;
-    cancel.throwIfCancelled();
-    auto reading = AudioTools::readMetadata(audioPath);
-    const AudioMetadata metadata = co_await reading;
-    cancel.throwIfCancelled();
-
-    // The track is the project's from here on, whatever the lyrics step below decides.
-    apply(store, [&](Project &project) {
-        project.audioPath = audioPath;
-        project.audioDuration = metadata.duration;
-        if (metadata.title)
-            project.title = *metadata.title;
-        if (metadata.artist)
-            project.artist = *metadata.artist;
-        project.transcript.clear();
-        project.chunks.clear();
-    });
-
-    // Lyrics that come with their times are the transcript as they stand: nothing to hear.
     for (const auto &found : {std::pair{lrcBeside(audioPath), LyricsSource::syncedFile},
-                              std::pair{metadata.syncedLyrics, LyricsSource::syncedTag}}) {
+                              std::pair{tags.syncedLyrics, LyricsSource::syncedTag}}) {
         const std::optional<QString> &text = found.first;
-        const LyricsSource source = found.second;
-        const QList<TranscriptSegment> timed = text ? syncedTranscript(*text, metadata.duration) : QList<TranscriptSegment>{};
+        const QList<TranscriptSegment> timed = text ? syncedTranscript(*text, tags.duration) : QList<TranscriptSegment>{};
         if (timed.isEmpty())
             continue;
         QStringList lines;
         for (const TranscriptSegment &segment : timed)
             lines << segment.text;
-        apply(store, [&](Project &project) {
-            project.transcript = timed;
-            project.rawLyrics = lines.join(QLatin1Char('\n'));
-            project.lyricsSource = source;
-            project.updatedAt = now();
-        });
-        co_return;
+        return ImportedLyrics{lines.join(QLatin1Char('\n')), found.second, timed};
     }
+    return std::nullopt;
+}
 
-    Transcriber &transcriber = transcriberOf(store);
+} // namespace
 
-    if (!metadata.lyrics) {
-        auto transcription = transcriber.transcribe(audioPath, store.statusSink(), cancel);
+QCoro::Task<ImportedTrack> readTrack(QString path, CancelToken cancel)
+{
+    const QString audioPath = QFileInfo(path).absoluteFilePath();
+    auto probing = AudioTools::probeAudio(audioPath);
+    co_await probing;
+    cancel.throwIfCancelled();
+    auto reading = AudioTools::readMetadata(audioPath);
+    const AudioMetadata tags = co_await reading;
+    cancel.throwIfCancelled();
+    co_return ImportedTrack{audioPath, tags, timedLyricsOf(audioPath, tags)};
+}
+
+QCoro::Task<ImportedLyrics> hearLyrics(ImportedTrack track, Transcriber &transcriber, TaskReport report,
+                                       CancelToken cancel)
+{
+    const AudioMetadata &tags = track.tags;
+    if (!tags.lyrics) {
+        const auto status = [report](QString line) { report.say(std::move(line)); };
+        auto transcription = transcriber.transcribe(track.audioPath, status, cancel);
         const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();
         QStringList texts;
         for (const TimedChunk &chunk : heard.chunks)
             texts.append(chunk.text);
-        apply(store, [&](Project &project) {
-            project.transcript = segmentsFromChunks(heard.chunks);
-            project.rawLyrics = texts.join(QLatin1Char('\n'));
-            project.lyricsSource = LyricsSource::transcribed;
-            project.updatedAt = now();
-        });
-        co_return;
+        co_return ImportedLyrics{texts.join(QLatin1Char('\n')), LyricsSource::transcribed,
+                                 segmentsFromChunks(heard.chunks)};
     }
 
-    const QString lyrics = *metadata.lyrics;
-    apply(store, [&](Project &project) { project.rawLyrics = lyrics; });
-    if (!transcriber.isAvailable()) {
-        apply(store, [](Project &project) {
-            project.lyricsSource = LyricsSource::embeddedUnverified;
-            project.updatedAt = now();
-        });
-        co_return;
-    }
+    if (!transcriber.isAvailable())
+        co_return ImportedLyrics{*tags.lyrics, LyricsSource::embeddedUnverified, {}};
 
-    store.statusSink()(verifyingLabel);
-    auto verification = verifyLyrics(transcriber, audioPath, lyrics, metadata.duration, cancel);
+    report.say(verifyingLabel);
+    auto verification = verifyLyrics(transcriber, track.audioPath, *tags.lyrics, tags.duration, cancel);
     const LyricsCheck check = co_await verification;
     cancel.throwIfCancelled();
-    apply(store, [&check](Project &project) {
-        project.lyricsSource = check.headMatches && check.tailMatches ? LyricsSource::embeddedVerified
-                                                                       : LyricsSource::embeddedMismatch;
-        project.updatedAt = now();
-    });
-}
-
-QCoro::Task<Done> startImport(ProjectStore &store, QString path, CancelToken cancel)
-{
-    return store.run(
-        importLabel, [&store, path](CancelToken token) { return importAudio(store, path, std::move(token)); }, cancel);
+    co_return ImportedLyrics{*tags.lyrics,
+                             check.headMatches && check.tailMatches ? LyricsSource::embeddedVerified
+                                                                     : LyricsSource::embeddedMismatch,
+                             {}};
 }
 
 } // namespace quillvane

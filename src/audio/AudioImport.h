@@ -1,7 +1,14 @@
 #pragma once
 
-#include "store/ProjectStore.h"
+#include "audio/AudioTools.h"
+#include "model/Records.h"
+#include "store/Cancellation.h"
+#include "store/Engines.h"
+#include "store/TaskReport.h"
 
+#include <QCoro/QCoroTask>
+
+#include <optional>
 #include <utility>
 
 namespace quillvane {
@@ -9,16 +16,33 @@ namespace quillvane {
 inline const QString importLabel = QStringLiteral("Reading audio");
 inline const QString verifyingLabel = QStringLiteral("Verifying lyrics (first & last 30s)");
 
-// Makes the track at `path` the project's audio: title and artist from its tags, the
-// transcript and storyboard emptied, and the lyrics taken, in this order, from timed lyrics
-// (an .lrc file beside the track with its base name, then a SYLT frame or a lyrics tag
-// written as LRC), which become the transcript as they stand; from the file's lyrics
-// (checked against the first and last 30 seconds when an engine is available); or
-// transcribed from the audio.
-QCoro::Task<> importAudio(ProjectStore &store, QString path, CancelToken cancel);
+// Lyrics as import takes them: the text, where it came from, and the transcript it already
+// makes (timed lyrics as they stand, or the heard chunks; empty for the file's own lyrics).
+struct ImportedLyrics {
+    QString text;
+    LyricsSource source = LyricsSource::manual;
+    QList<TranscriptSegment> transcript;
+};
 
-// importAudio through the store's Run wrapper, under its label.
-QCoro::Task<Done> startImport(ProjectStore &store, QString path, CancelToken cancel = {});
+// A track as import reads it, before any of it is heard.
+struct ImportedTrack {
+    QString audioPath; // absolute
+    AudioMetadata tags;
+    // Lyrics that come with their times, which need no hearing: an .lrc file beside the track
+    // with its base name, then a SYLT frame or a lyrics tag written as LRC.
+    std::optional<ImportedLyrics> timedLyrics;
+};
+
+// Reads the track at `path`: its tags and any timed lyrics. Fails with AudioToolError::notAudio
+// when the file is not a track.
+QCoro::Task<ImportedTrack> readTrack(QString path, CancelToken cancel);
+
+// The lyrics of a track without timed lyrics: the file's lyrics, checked against the first
+// and last 30 seconds when the transcriber is available (taken unverified when it is not), or,
+// when the file has none, transcribed from the audio. The transcriber's status lines go to
+// the report.
+QCoro::Task<ImportedLyrics> hearLyrics(ImportedTrack track, Transcriber &transcriber, TaskReport report,
+                                       CancelToken cancel);
 
 struct ClipRange {
     double start = 0;

@@ -24,11 +24,13 @@ int nonBlankLineCount(const QString &text);
 
 // Lower-cased words: split at every character that is not a letter, mark or digit.
 QStringList lyricWords(const QString &text);
-// Share of the expected words (repeats counting each time) found among the heard ones.
+// Share of the expected words (repeats counting each time) found among the heard ones: the
+// recall of the expected words, order and repeats in the heard ones ignored.
 double wordOverlap(const QStringList &heard, const QStringList &expected);
 
 // One segment per non-blank line, placed over the chunks by proportion (or spread evenly
-// over the duration when there are no chunks).
+// over the duration when there are no chunks): a linear map from line index to chunk index,
+// which hears nothing of the song and is what align_bench weighs the aligner against.
 QList<TranscriptSegment> alignLines(const QStringList &lines, const QList<TimedChunk> &chunks, double duration);
 // One segment per chunk whose text is not blank, with the chunk's times.
 QList<TranscriptSegment> segmentsFromChunks(const QList<TimedChunk> &chunks);

@@ -1,9 +1,11 @@
 #pragma once
 
-// How lyric words sound, written in the phones of the built-in English acoustic model: the
-// language is guessed from the words themselves, English words come from the recognizer's
-// dictionary where it has them, and everything else is spoken by espeak-ng, whose phonemes
-// are mapped onto the model's nearest phones.
+// How lyric words sound, written in the phones of the built-in English acoustic model (the
+// ARPAbet set of the CMU Pronouncing Dictionary): the language is guessed from the words
+// themselves, English words come from the recognizer's dictionary where it has them, and
+// everything else goes through espeak-ng's grapheme-to-phoneme rules, whose IPA is mapped
+// onto the model's nearest phones (a cross-lingual phone mapping, so one English model can
+// align other languages).
 
 #include <QString>
 #include <QStringList>
@@ -15,7 +17,8 @@ namespace quillvane {
 
 // The espeak-ng voice for the lyrics' language: "en-us", "fr", "es", "de", "it" or "pt",
 // chosen by the common short words (articles, pronouns, conjunctions) and letters only one
-// of them uses. English when nothing points elsewhere.
+// of them uses: language identification by function words (the short-word method compared
+// in Grefenstette 1995). English when nothing points elsewhere.
 QString guessVoice(const QStringList &words);
 
 // An IPA transcription as espeak-ng writes it ("fantˈasma", "ʃˈøːn") in the acoustic model's

@@ -78,8 +78,9 @@ Config configFor(const SpeechModel &model)
 
 QString phoneName(const QString &phone) { return QString(phone).remove(QRegularExpression(QStringLiteral("\\d"))); }
 
-// The grammar of the lyrics: state i to i+1 sings word i or steps over it, and any state
-// may hum single phones for as long as the music lasts.
+// The finite state grammar of the lyrics, in PocketSphinx's FSG text format: state i to i+1
+// sings word i or steps over it (a null transition), and any state may hum single phones for
+// as long as the music lasts (a phone loop, the usual garbage model for what is not a word).
 Fsg lyricsGrammar(ps_decoder_t *decoder, const QStringList &wordNames)
 {
     QByteArray text = "FSG_BEGIN lyrics\nNUM_STATES " + QByteArray::number(wordNames.size() + 1)
@@ -108,7 +109,7 @@ Fsg lyricsGrammar(ps_decoder_t *decoder, const QStringList &wordNames)
 }
 
 // The whole song decoded once, left and right interleaved: the recognizer hears their mix,
-// the voice is listened for in their middle.
+// the voice is listened for in their middle (mid/side, VoiceTrack.h).
 std::vector<int16_t> wholeSongInStereo(const QString &audioPath, const CancelToken &cancel)
 {
     PcmDecoder audio(audioPath, 2);
@@ -124,6 +125,7 @@ std::vector<int16_t> wholeSongInStereo(const QString &audioPath, const CancelTok
     }
 }
 
+// The mid channel, (L + R) / 2.
 std::vector<int16_t> mixedToMono(const std::vector<int16_t> &stereo)
 {
     std::vector<int16_t> mono(stereo.size() / 2);
@@ -220,8 +222,9 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
             work.onProgress(QStringLiteral("Aligning lyrics %1%").arg(percent));
         }
     }
-    // The path is read before the utterance ends: an ended utterance only answers with a path
-    // through the whole grammar, and the song may hold fewer words than the lyrics.
+    // The best (Viterbi) path's word segments are read before the utterance ends: an ended
+    // utterance only answers with a path through the whole grammar, and the song may hold
+    // fewer words than the lyrics.
     qsizetype found = 0;
     for (ps_seg_t *segment = ps_seg_iter(decoder.get()); segment; segment = ps_seg_next(segment)) {
         const QString token = QString::fromUtf8(ps_seg_word(segment));
@@ -252,10 +255,11 @@ QList<QList<AlignedWord>> alignWords(const Work &work)
     if (heardEnough)
         lines = SpeechAligner::dropStrayWords(lines);
     // The words not heard, or all of them when too few were heard to trust, are followed
-    // through the song as espeak-ng speaks them, held near the words heard, when the song
-    // follows the lyrics in their order better than out of it (in a loose middle of the mix or a
-    // strict one, whichever tells the order better); spreading them evenly between
-    // heard neighbours, or laying lines by loudness alone, is the last resort.
+    // through the song as espeak-ng speaks them (DTW on MFCCs and mid loudness), held near
+    // the words heard, when the song follows the lyrics in their order better than out of it
+    // (with a loose mid/side mask or a strict one, whichever tells the order better);
+    // spreading them evenly between heard neighbours, or laying lines by loudness alone (a
+    // semi-Markov Viterbi layout), is the last resort.
     if (work.onProgress)
         work.onProgress(QStringLiteral("Placing lyric lines where the voice sings"));
     const std::optional<SpokenLyrics> spoken = speakLyrics(work.lines, voice, work.cancel);

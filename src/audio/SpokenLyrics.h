@@ -15,6 +15,9 @@ namespace quillvane {
 
 // The lyrics as espeak-ng speaks them, line after line, each after a short silence and the
 // last followed by one: a template of the sounds the singer makes, in the singer's order.
+// Synthesising the expected performance and warping it onto the recording is how audio is
+// aligned to a score (Hu, Dannenberg & Tzanetakis 2003); here text-to-speech stands in for
+// the score's synthesiser, and SpokenWarp does the warping.
 struct SpokenLyrics {
     // 16 kHz stereo, left and right alike and interleaved, as the voice hearing takes it.
     std::vector<int16_t> stereo;

@@ -44,8 +44,10 @@ constexpr double slowestSyllable = 1.0;
 constexpr double holdPrices[] = {0.1, 0.2, 0.5, 1.0};
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Each coefficient brought to zero mean and unit spread over the track, then each frame to
-// unit length, so agreement is a plain dot product and a recording's colour does not count.
+// Cepstral mean and variance normalisation: each coefficient brought to zero mean and unit
+// spread over the track, then each frame to unit length, so agreement is a plain dot product
+// (one minus it the cosine distance) and a recording's colour, a fixed offset in the cepstrum,
+// does not count.
 std::vector<Timbre> normalised(const std::vector<Timbre> &frames)
 {
     std::vector<Timbre> result = frames;
@@ -148,7 +150,7 @@ void keepInOrder(QList<QList<AlignedWord>> &placed)
         word->end = std::max(word->end, word->start);
 }
 
-// The way back, two bits (the stride taken) per song and template frame.
+// The warping path's back-pointers, two bits (the stride taken) per song and template frame.
 class Strides {
 public:
     Strides(std::size_t songFrames, std::size_t templateFrames)
@@ -178,21 +180,28 @@ struct Followed {
     double cost = 0;
 };
 
-// The least-cost path through the song and the template, its cost, and its frames when
-// `tracePath`; nothing when no path reaches the template's end.
+// Dynamic time warping (Sakoe & Chiba 1978) of the song onto the template: the least-cost
+// path from the first frame of both to the last of both, its cost, and its frames when
+// `tracePath`; nothing when no path reaches the template's end. The step pattern is
+// asymmetric: every song frame takes one step and the template moves 0 to `longestStride`
+// frames, so the cost is counted once per song frame and paths of any pace compare fairly.
+// The local cost is the cosine distance of the normalised MFCCs, standardised over the
+// template for this song frame, plus the song frame's voice cost (voiceCosts) for a line or
+// a pause.
 // `allowed` holds, for each template frame, the first and last song frame it goes with
-// freely; beyond them each frame costs `awayFromHeard` more. Each song frame that holds a
-// spoken sound (not a silence between lines) costs `holdPrice` more, and each spoken frame it
-// skips beyond the next `racePrice`.
-std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &spoken, const std::vector<bool> &isSpeech,
+// freely; beyond them each frame costs `awayFromHeard` more (a soft band around the heard
+// words, where Sakoe and Chiba's is a hard one around the diagonal). Each song frame that
+// holds a spoken sound (not a silence between lines) costs `holdPrice` more, and each spoken
+// frame it skips beyond the next `racePrice`. Only two rows of the cost matrix are kept.
+std::optional<Followed> dtwPath(const VoiceTrack &song, const VoiceTrack &spoken, const std::vector<bool> &isSpeech,
                                       const std::vector<Span> &allowed, double holdPrice, bool tracePath,
                                       const CancelToken &cancel)
 {
     const std::size_t songFrames = song.timbre.size();
     const std::size_t templateFrames = spoken.timbre.size();
-    const std::vector<Timbre> heard = normalised(song.timbre);
-    const std::vector<Timbre> said = normalised(spoken.timbre);
-    const std::vector<double> voiced = loudnessRanks(song.levels);
+    const std::vector<Timbre> songMfcc = normalised(song.timbre);
+    const std::vector<Timbre> templateMfcc = normalised(spoken.timbre);
+    const std::vector<double> voiceChance = loudnessRanks(song.levels);
     std::optional<Strides> strides;
     if (tracePath)
         strides.emplace(songFrames, templateFrames);
@@ -205,14 +214,15 @@ std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &
         double sum = 0;
         double squares = 0;
         for (std::size_t i = 0; i < templateFrames; ++i) {
-            const double apart = 1.0 - std::inner_product(heard[t].begin(), heard[t].end(), said[i].begin(), 0.0);
+            const double apart
+                = 1.0 - std::inner_product(songMfcc[t].begin(), songMfcc[t].end(), templateMfcc[i].begin(), 0.0);
             cost[i] = apart;
             sum += apart;
             squares += apart * apart;
         }
         const double mean = sum / double(templateFrames);
         const double spread = std::sqrt(std::max(0.0, squares / double(templateFrames) - mean * mean)) + 1e-9;
-        const VoiceCosts voice = voiceCosts(voiced[t]);
+        const VoiceCosts voice = voiceCosts(voiceChance[t]);
         for (std::size_t i = 0; i < templateFrames; ++i)
             cost[i] = (isSpeech[i] ? timbreWeight * (cost[i] - mean) / spread + voice.inLine : voice.inPause)
                 + (t < allowed[i].first || t > allowed[i].second ? awayFromHeard : 0.0);
@@ -251,7 +261,8 @@ std::optional<Followed> leastCostPath(const VoiceTrack &song, const VoiceTrack &
     return followed;
 }
 
-// The template as the song was heard, each line's frames and which frames are speech.
+// The template's features (loudness and MFCCs, taken as the song's are), each line's frames
+// and which frames are speech.
 struct Template {
     VoiceTrack track;
     std::vector<Span> lineFrames;
@@ -310,7 +321,7 @@ std::optional<double> followingCost(const VoiceTrack &song, const Template &spok
         return std::nullopt;
     const std::vector<Span> anywhere(spoken.track.timbre.size(), {0, song.timbre.size()});
     const std::optional<Followed> followed
-        = leastCostPath(song, spoken.track, spoken.isSpeech, anywhere, holdPrice, false, cancel);
+        = dtwPath(song, spoken.track, spoken.isSpeech, anywhere, holdPrice, false, cancel);
     return followed ? std::optional<double>(followed->cost) : std::nullopt;
 }
 
@@ -353,7 +364,7 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
                 allowed[i] = {std::size_t(from), std::size_t(to)};
         }
     const std::optional<Followed> followed
-        = leastCostPath(song, spoken, heardSpoken.isSpeech, allowed, holdPrice, true, cancel);
+        = dtwPath(song, spoken, heardSpoken.isSpeech, allowed, holdPrice, true, cancel);
     if (!followed)
         return std::nullopt;
     const std::vector<std::size_t> &path = followed->path;
@@ -383,8 +394,8 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
 
 namespace {
 
-// The spoken lyrics as written and in the two other orders, heard once for every hearing of
-// the song they are weighed against.
+// The spoken lyrics as written and in the two other orders, their features taken once for
+// both mid/side masks of the song they are weighed against.
 struct Orders {
     Template asWritten;
     std::vector<Template> others; // none for a single line, which has no order to tell

@@ -11,11 +11,13 @@
 
 namespace quillvane {
 
-// Lays the lyric lines over the song by following their spoken template through it: one
-// least-cost path that walks the template in order while the song plays, at any pace from
-// holding a sound to three times the template's speed, going faster than the template only
-// where the timbre pays for it. A song frame goes well with a spoken frame when their timbres
-// agree more than the song frame agrees with the template overall and the middle of the mix is
+// Lays the lyric lines over the song by following their spoken template through it with
+// dynamic time warping (DTW; Sakoe & Chiba 1978; Müller, "Fundamentals of Music Processing",
+// 2015, ch. 3, aligns a recording to a synthesised rendering the same way): one least-cost
+// path that walks the template in order while the song plays, at any pace from holding a sound
+// to three times the template's speed, going faster than the template only where the timbre
+// pays for it. A song frame goes well with a spoken frame when their timbres (MFCCs) agree
+// more than the song frame agrees with the template overall and the middle of the mix is
 // loud, and with the silence between spoken lines when it is quiet, so that the band's breaks
 // are where the path waits between lines.
 //
@@ -37,7 +39,9 @@ std::optional<QList<QList<AlignedWord>>> warpSpokenOntoSong(const VoiceTrack &so
 // espeak-ng speaks, and the path must neither crawl through a quick song nor race through a
 // slow one. Of a few prices, the one under which the song follows the lyrics as written most
 // clearly better than in two other orders (the lines reversed, the second half of them before
-// the first), the least-cost path costing the least share less; that share is the margin.
+// the first), the least-cost path costing the least share less; that share is the margin. The
+// other orders are a control: a template that fits its own order no better than a shuffled one
+// is matching the song's loudness, not its words.
 // Nothing when under none does it: their sounds tell nothing of where they are sung on this
 // track (a voice too unlike espeak-ng's, a band that sounds more like speech than the singer
 // does) and following them would place lines by chance; nothing as well when the song cannot
@@ -49,7 +53,7 @@ struct Following {
 std::optional<Following> holdPriceFollowingOrder(const VoiceTrack &song, const SpokenLyrics &spoken,
                                                  const CancelToken &cancel);
 
-// The song (16 kHz stereo, interleaved) heard with a loose middle and with a strict one, and
+// The song (16 kHz stereo, interleaved) heard with a loose mid/side mask and with a strict one, and
 // of the two the hearing in which it follows the lyrics as written by the widest margin, with
 // its hold price. Nothing when neither follows them.
 struct HeardInOrder {

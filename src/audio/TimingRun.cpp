@@ -3,7 +3,6 @@
 #include "audio/AudioTools.h"
 #include "audio/Lyrics.h"
 #include "audio/TranscriptionError.h"
-#include "model/PipelineConfig.h"
 
 #include <algorithm>
 #include <atomic>
@@ -12,60 +11,39 @@
 
 namespace quillvane {
 
-namespace {
-
-Transcriber &transcriberOf(const ProjectStore &store)
+QCoro::Task<TimedLines> timeLines(QString audioPath, QStringList lines, TimingMethod method,
+                                  std::shared_ptr<Transcriber> transcriber, std::shared_ptr<LyricsAligner> aligner,
+                                  TaskReport report, CancelToken cancel)
 {
-    if (!store.services().transcriber)
-        throw TranscriptionError::noEngineAvailable();
-    return *store.services().transcriber;
-}
-
-} // namespace
-
-QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
-{
-    const Project &project = store.project();
-    if (project.audioPath.isEmpty())
-        throw PipelineError(PipelineError::Case::missingAudio);
-    // A transcript is never recomputed: it goes only when the lyrics or the track change.
-    if (!project.transcript.isEmpty())
-        co_return;
-    const QStringList lines = lyricLines(project.rawLyrics);
-    if (std::all_of(lines.begin(), lines.end(), [](const QString &line) { return line.trimmed().isEmpty(); }))
-        throw PipelineError(PipelineError::Case::emptyLyrics);
-    const QString audioPath = project.audioPath;
-
     // Tasks are held in named variables before they are awaited: g++ 12 destroys the
     // temporaries of a call inside a co_await expression twice.
     auto reading = AudioTools::readMetadata(audioPath);
     const AudioMetadata metadata = co_await reading;
     cancel.throwIfCancelled();
 
+    const auto status = [report](QString line) { report.say(std::move(line)); };
     QList<TranscriptSegment> segments;
-    const std::shared_ptr<LyricsAligner> aligner = store.services().aligner;
-    if (store.timingMethod() == TimingMethod::words && aligner && aligner->isAvailable()) {
+    if (method == TimingMethod::words && aligner && aligner->isAvailable()) {
         // The track is heard beside the alignment, each on a core of its own, so that the
         // proportional layout has its chunks at once when the lyrics cannot be placed; when
         // they can, the hearing is stopped. Both are awaited on every path.
         const CancelToken hearing = cancel.child();
         // The hearing's progress is told only once it is what the run waits for.
         const auto fellBack = std::make_shared<std::atomic_bool>(false);
-        const auto hearingStatus = [sink = store.statusSink(), fellBack](QString status) {
+        const auto hearingStatus = [report, fellBack](QString line) {
             if (fellBack->load())
-                sink(std::move(status));
+                report.say(std::move(line));
         };
-        const auto fallBack = [&store, fellBack] {
+        const auto fallBack = [report, fellBack] {
             fellBack->store(true);
-            store.setRunningTask(proportionalFallbackNote);
+            report.say(proportionalFallbackNote);
         };
-        const std::shared_ptr<Transcriber> transcriber = store.services().transcriber;
         std::optional<QCoro::Task<TranscriptionResult>> transcription;
         if (transcriber && transcriber->isAvailable())
             transcription.emplace(transcriber->transcribe(audioPath, hearingStatus, hearing));
         std::exception_ptr stopped;
         try {
-            auto aligning = timeLyrics(*aligner, audioPath, lines, store.statusSink(), cancel);
+            auto aligning = timeLyrics(*aligner, audioPath, lines, status, cancel);
             segments = co_await aligning;
         } catch (const AlignmentError &) {
             fallBack();
@@ -95,17 +73,14 @@ QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel)
             segments = alignLines(lines, heard->chunks, metadata.duration);
         }
     } else {
-        auto transcription = transcriberOf(store).transcribe(audioPath, store.statusSink(), cancel);
+        if (!transcriber)
+            throw TranscriptionError::noEngineAvailable();
+        auto transcription = transcriber->transcribe(audioPath, status, cancel);
         const TranscriptionResult heard = co_await transcription;
         cancel.throwIfCancelled();
         segments = alignLines(lines, heard.chunks, metadata.duration);
     }
-
-    Project changed = store.project();
-    changed.transcript = segments;
-    changed.audioDuration = metadata.duration;
-    changed.updatedAt = now();
-    store.setProject(changed);
+    co_return TimedLines{segments, metadata.duration};
 }
 
 QList<TranscriptSegment> segmentsFromWords(const QStringList &lines, const QList<QList<AlignedWord>> &words)
@@ -140,12 +115,6 @@ QCoro::Task<QList<TranscriptSegment>> timeLyrics(LyricsAligner &aligner, QString
     auto aligning = aligner.align(audioPath, lines, onStatus, cancel);
     const QList<QList<AlignedWord>> words = co_await aligning;
     co_return segmentsFromWords(lines, words);
-}
-
-QCoro::Task<Done> startTiming(ProjectStore &store, CancelToken cancel)
-{
-    return store.run(
-        timingLabel, [&store](CancelToken token) { return runTiming(store, std::move(token)); }, cancel);
 }
 
 } // namespace quillvane

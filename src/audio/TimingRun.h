@@ -1,6 +1,16 @@
 #pragma once
 
-#include "store/ProjectStore.h"
+#include "model/PipelineConfig.h"
+#include "model/Records.h"
+#include "store/Cancellation.h"
+#include "store/Engines.h"
+#include "store/TaskReport.h"
+
+#include <QCoro/QCoroTask>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
 
 namespace quillvane {
 
@@ -9,16 +19,22 @@ inline const QString timingLabel = QStringLiteral("Aligning timing");
 inline const QString proportionalFallbackNote
     = QStringLiteral("Lyrics not found in the audio; laying the lines out by proportion");
 
-// Places the project's lyric lines on its track, one transcript segment per line. With the
-// timing method "words" and an aligner that can run, each line spans its aligned words and
-// keeps them; otherwise (or when the aligner cannot find the lyrics, which the running-task
-// line then says) the track is transcribed and the lines laid over the timed chunks by
-// proportion. Does nothing while a transcript exists. Fails with missingAudio, emptyLyrics or
-// the transcriber's error, leaving the project as it was.
-QCoro::Task<> runTiming(ProjectStore &store, CancelToken cancel);
+// Lyric lines placed on a track, one segment per line, and the track's length in seconds as
+// its tags give it (0: unknown).
+struct TimedLines {
+    QList<TranscriptSegment> segments;
+    double duration = 0;
+};
 
-// runTiming through the store's Run wrapper, under its label.
-QCoro::Task<Done> startTiming(ProjectStore &store, CancelToken cancel = {});
+// Places the lines on the track at `audioPath`. With TimingMethod::words and an aligner that
+// can run, each line spans its aligned words and keeps them; otherwise (or when the aligner
+// cannot find the lyrics, which the report then says with proportionalFallbackNote) the track
+// is transcribed and the lines laid over the timed chunks by proportion. Either engine may be
+// null; fails with noEngineAvailable when the track must be heard and no transcriber can, or
+// with the transcriber's error.
+QCoro::Task<TimedLines> timeLines(QString audioPath, QStringList lines, TimingMethod method,
+                                  std::shared_ptr<Transcriber> transcriber, std::shared_ptr<LyricsAligner> aligner,
+                                  TaskReport report, CancelToken cancel);
 
 // One segment per line from its aligned words (`words` holds one list per line): from the
 // first word's start to the last word's end, with the words kept. Segments never start

@@ -24,7 +24,8 @@ constexpr double longestFactor = 3.0;
 constexpr double longestLine = 20.0;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 // The short rests between the words of a line (a breath, a stop consonant) are not pauses
-// between lines: each frame counts as loud as the loudest this close on either side.
+// between lines: each frame counts as loud as the loudest this close on either side (a
+// running maximum, i.e. grey-scale dilation of the levels).
 constexpr double bridgedRest = 0.16;
 
 std::vector<double> bridgeRests(const std::vector<double> &levels, std::size_t reach)
@@ -44,16 +45,17 @@ struct Stretch {
     std::size_t end;
 };
 
-// The lines' stretches of frames (in order, apart) that cost least: a frame inside a line
-// costs -log of how likely a line frame is to sound as loud as it does, a frame of a pause
-// likewise, and a line's length adds its squared log-distance from the expected length.
-// `ranks` are the frames' loudness ranks, `expected` each line's expected length in frames.
-// Nothing when the lines cannot fit.
+// The lines' stretches of frames (in order, apart) that cost least: a frame inside a line costs
+// -log of how likely a line frame is to sound as loud as it does, a frame of a pause likewise, and
+// a line's length adds its squared log-distance from the expected length (the -log of a log-normal
+// duration). Viterbi decoding of the lines as a hidden semi-Markov model: dynamic programming over
+// a trellis of lines by frames, one line at a time, with prefix sums so that a stretch's cost is
+// one subtraction. `ranks` are the frames' loudness ranks, `expected` each line's expected length
+// in frames. Nothing when the lines cannot fit.
 std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ranks, const std::vector<double> &expected,
                                                   std::size_t longest)
 {
     const std::size_t frames = ranks.size();
-    // Line costs are summed up front so any stretch's cost is one subtraction.
     std::vector<double> lineCost(frames + 1, 0.0);
     std::vector<double> pauseCost(frames);
     for (std::size_t t = 0; t < frames; ++t) {
@@ -63,7 +65,8 @@ std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ran
     }
     // settled[t]: the least cost of the lines so far with the last of them (or the start)
     // followed by a pause up to frame t. For each line, `length[t]` is the length of the best
-    // line ending at t and `lineEnd[t]` the end of the line that a pause up to t follows.
+    // line ending at t and `lineEnd[t]` the end of the line that a pause up to t follows: the
+    // back-pointers the layout is read from, last line first.
     std::vector<double> settled(frames + 1, 0.0);
     for (std::size_t t = 0; t < frames; ++t)
         settled[t + 1] = settled[t] + pauseCost[t];
@@ -112,6 +115,8 @@ std::optional<std::vector<Stretch>> bestStretches(const std::vector<double> &ran
 
 } // namespace
 
+// Expectation-maximisation of a two-Gaussian mixture over the log levels, started from the
+// quartiles and run a fixed 50 rounds.
 std::optional<double> voicedFrames(const std::vector<double> &levels)
 {
     std::vector<double> sorted(levels);
@@ -128,6 +133,8 @@ std::optional<double> voicedFrames(const std::vector<double> &levels)
     double weight[2] = {0.5, 0.5};
     double loudFrames = 0;
     for (int round = 0; round < 50; ++round) {
+        // E step: each level's responsibility under the two components; M step: their
+        // weights, means and deviations from those responsibilities.
         double sum[2] = {0, 0};
         double sumLevel[2] = {0, 0};
         double sumSquare[2] = {0, 0};
@@ -139,11 +146,11 @@ std::optional<double> voicedFrames(const std::vector<double> &levels)
             }
             const double top = std::max(likelihood[0], likelihood[1]);
             const double loud = std::exp(likelihood[1] - top) / (std::exp(likelihood[0] - top) + std::exp(likelihood[1] - top));
-            const double share[2] = {1 - loud, loud};
+            const double responsibility[2] = {1 - loud, loud};
             for (int k = 0; k < 2; ++k) {
-                sum[k] += share[k];
-                sumLevel[k] += share[k] * level;
-                sumSquare[k] += share[k] * level * level;
+                sum[k] += responsibility[k];
+                sumLevel[k] += responsibility[k] * level;
+                sumSquare[k] += responsibility[k] * level * level;
             }
         }
         for (int k = 0; k < 2; ++k) {

@@ -17,8 +17,8 @@ namespace quillvane {
 
 namespace {
 
-// 64 ms windows every 20 ms: long enough to resolve a sung pitch's harmonics, short enough to
-// see the gap between two lines.
+// A short-time Fourier transform, Hann windows of 64 ms every 20 ms: long enough to resolve a
+// sung pitch's harmonics, short enough to see the gap between two lines.
 constexpr int windowLength = 1024;
 constexpr int hop = 320;
 // Two hops are pooled into one frame of the layout, after a 100 ms running mean that keeps a
@@ -28,7 +28,7 @@ constexpr int smoothing = 5;
 // The voice's band.
 constexpr double lowestHz = 300;
 constexpr double highestHz = 4000;
-// The mel bands the timbre is read from: the voice's formants and its consonants' hiss.
+// The mel filterbank the MFCCs are read from: the voice's formants and its consonants' hiss.
 constexpr int melBands = 40;
 constexpr double melLowestHz = 100;
 constexpr double melHighestHz = 6000;
@@ -36,6 +36,7 @@ constexpr std::size_t binCount = windowLength / 2 + 1;
 
 using Timbre = std::array<float, VoiceTrack::timbreSize>;
 
+// The usual mel scale (O'Shaughnessy's formula): about linear below 1 kHz, logarithmic above.
 double mel(double hz) { return 2595 * std::log10(1 + hz / 700); }
 
 // A triangular mel filter: its weights over the FFT's bins from `firstBin` on.
@@ -79,10 +80,13 @@ struct TxFreer {
     void operator()(AVTXContext *context) const { av_tx_uninit(&context); }
 };
 
-// One hop's middle energy in the voice's band, from a window of interleaved stereo samples.
-class MiddleMeter {
+// One hop's mid (M) energy in the voice's band and its MFCCs, from a window of interleaved
+// stereo samples; bins whose side (S) power is not under `sideShare` of their mid power are
+// masked out of both, so that what is panned away from the centre neither counts as voice nor
+// colours its timbre.
+class MidSideMeter {
 public:
-    explicit MiddleMeter(double sideShare)
+    explicit MidSideMeter(double sideShare)
         : m_sideShare(sideShare)
         , m_window(windowLength)
         , m_left(windowLength)
@@ -120,12 +124,14 @@ public:
             if (bin >= first && bin <= last)
                 energy += m_middlePower[bin];
         }
-        return {std::log(energy + 1e-9), cepstrum()};
+        return {std::log(energy + 1e-9), mfcc()};
     }
 
 private:
-    // Coefficients 1.. of the cosine transform of the log mel spectrum (the 0th is loudness).
-    Timbre cepstrum() const
+    // Mel-frequency cepstral coefficients (Davis & Mermelstein 1980) of the masked mid power:
+    // coefficients 1.. of the orthonormal DCT-II of the log mel filterbank energies (the 0th,
+    // overall loudness, is left to `levels`).
+    Timbre mfcc() const
     {
         std::array<double, melBands> logMel{};
         for (std::size_t band = 0; band < std::size_t(melBands); ++band) {
@@ -157,7 +163,7 @@ private:
     std::vector<MelFilter> m_filters;
 };
 
-// Hops pooled into frames: levels after a running mean, timbre averaged.
+// Hops pooled into frames: levels after a running mean, MFCCs averaged.
 VoiceTrack pool(const std::vector<Hop> &hops)
 {
     VoiceTrack track;
@@ -187,7 +193,7 @@ VoiceTrack pool(const std::vector<Hop> &hops)
 }
 
 // Measures every whole window in `pending` and keeps the samples the next block continues.
-void measureWindows(MiddleMeter &meter, std::vector<int16_t> &pending, std::vector<Hop> &hops)
+void measureWindows(MidSideMeter &meter, std::vector<int16_t> &pending, std::vector<Hop> &hops)
 {
     std::size_t at = 0;
     for (; at + 2 * windowLength <= pending.size(); at += 2 * hop)
@@ -219,7 +225,7 @@ VoiceCosts voiceCosts(double voiceChance)
 VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel, double sideShare)
 {
     PcmDecoder audio(audioPath, 2);
-    MiddleMeter meter(sideShare);
+    MidSideMeter meter(sideShare);
     std::vector<Hop> hops;
     std::vector<int16_t> pending;
     for (;;) {
@@ -238,7 +244,7 @@ VoiceTrack listenForVoice(const QString &audioPath, const CancelToken &cancel, d
 VoiceTrack listenForVoice(const std::vector<int16_t> &stereo, const CancelToken &cancel, double sideShare)
 {
     cancel.throwIfCancelled();
-    MiddleMeter meter(sideShare);
+    MidSideMeter meter(sideShare);
     std::vector<Hop> hops;
     std::vector<int16_t> pending = stereo;
     measureWindows(meter, pending, hops);

@@ -77,7 +77,7 @@ QCoro::Task<int> lyrics(CommandContext context)
     } else {
         text = readAll(stdin);
     }
-    context.store.setLyrics(text);
+    setLyrics(context.store.document(), text);
     const int lines = nonBlankLineCount(context.store.project().rawLyrics);
     if (context.globals.json)
         context.out.json({{QStringLiteral("lines"), lines}});
@@ -131,7 +131,7 @@ double shiftSeconds(const ParsedArgs &args)
 
 QCoro::Task<int> shift(CommandContext context)
 {
-    const Done shifted = context.store.shiftTranscript(shiftSeconds(context.args));
+    const Done shifted = shiftTranscript(context.store.document(), shiftSeconds(context.args));
     if (shifted.isFailed())
         throw Error(shifted.failure());
     const QList<TranscriptSegment> &lines = context.store.project().transcript;
@@ -152,7 +152,7 @@ QCoro::Task<int> segment(CommandContext context)
     const qsizetype index = segmentIndex(context.args);
     const qsizetype count = context.store.project().transcript.size();
     Q_UNUSED(count)
-    const Done edit = context.store.editSegment(index, context.args.value(QStringLiteral("text")),
+    const Done edit = editSegment(context.store.document(), index, context.args.value(QStringLiteral("text")),
                                                 secondsOption(context.args, QStringLiteral("start")),
                                                 secondsOption(context.args, QStringLiteral("end")));
     if (edit.isFailed())

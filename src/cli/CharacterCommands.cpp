@@ -53,7 +53,7 @@ QCoro::Task<int> addCharacter(CommandContext context)
     const QStringList images = imagePaths(context.args.values(QStringLiteral("image")));
 
     ProjectStore &store = context.store;
-    const QUuid id = *store.addCharacter(name);
+    const QUuid id = *addCharacter(store.document(), name);
     if (const auto notes = context.args.value(QStringLiteral("notes"))) {
         store.editProject([&](Project &project) {
             if (CharacterReference *character = project.characterWithID(id))
@@ -61,7 +61,7 @@ QCoro::Task<int> addCharacter(CommandContext context)
         });
     }
     if (!images.isEmpty())
-        store.addReferenceImages(id, images);
+        appendReferenceImages(store.document(), id, images);
 
     const CharacterReference &added = *store.project().characterWithID(id);
     report(context, added,
@@ -93,9 +93,9 @@ QCoro::Task<int> addImages(CommandContext context)
         removals.append(storedPath(character, given));
     // Everything is checked above; only then does the project change.
     for (const QString &path : removals)
-        context.store.removeReferenceImage(id, path);
+        removeReferenceImage(context.store.document(), id, path);
     if (!images.isEmpty())
-        context.store.addReferenceImages(id, images);
+        appendReferenceImages(context.store.document(), id, images);
 
     const CharacterReference &updated = *context.store.project().characterWithID(id);
     report(context, updated,
@@ -107,7 +107,7 @@ QCoro::Task<int> removeCharacter(CommandContext context)
 {
     const QString name = context.args.positional.first();
     const CharacterReference removed = characterNamed(context.store.project(), name);
-    context.store.removeCharacter(removed.id);
+    removeCharacter(context.store.document(), removed.id);
     report(context, removed, QStringLiteral("Removed character \"%1\"; its image files stay on disk.").arg(removed.name));
     co_return 0;
 }

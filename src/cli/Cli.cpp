@@ -4,7 +4,6 @@
 #include "cli/InterruptCanceller.h"
 #include "cli/ProgressPrinter.h"
 #include "pipeline/DefaultServices.h"
-#include "pipeline/GenerationBackend.h"
 #include "storage/LibraryLock.h"
 #include "storage/Locations.h"
 #include "store/BlockingWait.h"
@@ -130,10 +129,11 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
     try {
         const LibraryLock lock(locations::libraryLockFile());
         ProjectStore store(ProjectLibrary::forUser(), std::nullopt, makeDefaultServices());
-        // --offline (or the offline setting): this run's generation goes to the built-in
-        // studio, which lives as long as the command.
-        GenerationBackend generation(store);
-        generation.use(globals.offline || command.alwaysOffline || store.generationBackend() == Backend::offline, globals.serviceURL);
+        // --offline (or a command that always paints offline) and --service-url choose for
+        // this run only; the settings stay as they are.
+        store.settings().chooseForThisRun(globals.offline || command.alwaysOffline ? std::optional(Backend::offline)
+                                                                                    : std::nullopt,
+                                          globals.serviceURL);
         const ProgressPrinter progress(
             store, [](const QString &text) { std::fputs(text.toUtf8().constData(), stderr); }, isatty(STDERR_FILENO));
         const InterruptCanceller interrupt([&store, &out] {
@@ -150,7 +150,7 @@ int execute(const Command &command, const ParsedArgs &parsed, const GlobalOption
             out.error(error.description());
             status = 1;
         }
-        store.flushPendingSave();
+        store.document().flushPendingSave();
         return status;
     } catch (const UsageError &) {
         throw;

@@ -67,7 +67,7 @@ QCoro::Task<int> frames(CommandContext context)
         if (!generated.isDone())
             co_return stoppedStatus(context.out, generated);
     } else {
-        auto generating = runRoad(store, RoadStage::elements, RoadStage::frames);
+        auto generating = runRoad(store, PipelineStage::frames, PipelineStage::frames);
         const auto generated = co_await generating;
         if (!generated.isDone())
             co_return stoppedStatus(context.out, generated);

@@ -101,7 +101,7 @@ QCoro::Task<int> motion(CommandContext context)
     qsizetype clips = 0;
     for (const StoryboardChunk &chunk : context.store.project().chunks)
         clips += chunk.isAccepted() && chunk.frame->motionClipPath ? 1 : 0;
-    const QString folder = context.store.media().clipsFolder();
+    const QString folder = context.store.document().media().clipsFolder();
     if (context.globals.json)
         context.out.json({{QStringLiteral("clips"), clips}, {QStringLiteral("folder"), folder}});
     else

@@ -18,8 +18,8 @@ ProgressPrinter::ProgressPrinter(const ProjectStore &store, std::function<void(c
     , m_write(std::move(write))
     , m_terminal(terminal)
 {
-    connect(&store, &ProjectStore::runningTaskChanged, this, &ProgressPrinter::update);
-    connect(&store, &ProjectStore::taskProgressChanged, this, &ProgressPrinter::update);
+    connect(&store.session(), &TaskSession::runningTaskChanged, this, &ProgressPrinter::update);
+    connect(&store.session(), &TaskSession::taskProgressChanged, this, &ProgressPrinter::update);
 }
 
 ProgressPrinter::~ProgressPrinter()
@@ -29,13 +29,13 @@ ProgressPrinter::~ProgressPrinter()
 
 void ProgressPrinter::update()
 {
-    const auto label = m_store.runningTask();
+    const auto label = m_store.session().runningTask();
     if (!label) {
         endLine();
         m_shown.reset();
         return;
     }
-    const QString text = progressText(*label, m_store.taskProgress());
+    const QString text = progressText(*label, m_store.session().taskProgress());
     if (text == m_shown)
         return;
     m_shown = text;

@@ -55,8 +55,8 @@ QCoro::Task<int> status(CommandContext context)
 QCoro::Task<int> show(CommandContext context)
 {
     // The document exactly as saved: write what is waiting first, then print the file.
-    context.store.flushPendingSave();
-    QFile file(context.store.media().projectFile());
+    context.store.document().flushPendingSave();
+    QFile file(context.store.document().media().projectFile());
     if (!file.open(QIODevice::ReadOnly))
         throw Error(QStringLiteral("The project document could not be read: %1").arg(file.errorString()));
     context.out.raw(file.readAll());
@@ -68,27 +68,27 @@ QCoro::Task<int> settings(CommandContext context)
     ProjectStore &store = context.store;
     const ParsedArgs &args = context.args;
     if (const auto backend = args.value(QStringLiteral("backend")))
-        store.setGenerationBackend(*backendNamed(*backend));
+        store.settings().setGenerationBackend(*backendNamed(*backend));
     if (const auto timing = args.value(QStringLiteral("timing")))
-        store.setTimingMethod(*timingMethodNamed(*timing));
+        store.settings().setTimingMethod(*timingMethodNamed(*timing));
     if (const auto model = args.value(QStringLiteral("model")))
-        store.setGenerationModel(*model);
+        store.settings().setGenerationModel(*model);
     if (const auto workflow = args.value(QStringLiteral("edit-workflow")))
-        store.setEditWorkflow(*workflow);
+        store.settings().setEditWorkflow(*workflow);
     if (const auto proxy = args.value(QStringLiteral("proxy-url")))
-        store.setProxyBaseURL(*proxy);
+        store.settings().setProxyBaseURL(*proxy);
 
     if (context.globals.json) {
-        context.out.json({{QStringLiteral("generationModel"), store.generationModel()},
-                          {QStringLiteral("editWorkflow"), store.editWorkflow()},
-                          {QStringLiteral("proxyBaseURL"), store.proxyBaseURL()}});
+        context.out.json({{QStringLiteral("generationModel"), store.settings().generationModel()},
+                          {QStringLiteral("editWorkflow"), store.settings().editWorkflow()},
+                          {QStringLiteral("proxyBaseURL"), store.settings().proxyBaseURL()}});
     } else {
-        context.out.line(QStringLiteral("Generation model: %1").arg(store.generationModel()));
-        context.out.line(QStringLiteral("Edit workflow:    %1").arg(store.editWorkflow()));
-        context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.proxyBaseURL()));
-        context.out.line(QStringLiteral("Generation:       %1").arg(store.generationBackend() == Backend::offline ? QStringLiteral("offline studio")
+        context.out.line(QStringLiteral("Generation model: %1").arg(store.settings().generationModel()));
+        context.out.line(QStringLiteral("Edit workflow:    %1").arg(store.settings().editWorkflow()));
+        context.out.line(QStringLiteral("Proxy base URL:   %1").arg(store.settings().proxyBaseURL()));
+        context.out.line(QStringLiteral("Generation:       %1").arg(store.settings().generationBackend() == Backend::offline ? QStringLiteral("offline studio")
                                                                                              : QStringLiteral("Quillvane service")));
-        context.out.line(QStringLiteral("Timing:           %1").arg(store.timingMethod() == TimingMethod::words
+        context.out.line(QStringLiteral("Timing:           %1").arg(store.settings().timingMethod() == TimingMethod::words
                                                                         ? QStringLiteral("align words")
                                                                         : QStringLiteral("by proportion")));
     }

@@ -2,7 +2,6 @@
 // frames, then (when every frame may be accepted unseen) motion and export. The demo is the
 // same road over the song and character that come with Quillvane.
 
-#include "pipeline/IntakeOperations.h"
 #include "cli/Command.h"
 #include "pipeline/GenerationOperations.h"
 #include "pipeline/Road.h"
@@ -54,7 +53,7 @@ void checkRun(const ParsedArgs &args)
 
 void cast(ProjectStore &store, const Character &character)
 {
-    const auto id = store.addCharacter(character.name);
+    const auto id = addCharacter(store.document(), character.name);
     if (!id)
         return;
     if (!character.notes.isEmpty()) {
@@ -63,7 +62,7 @@ void cast(ProjectStore &store, const Character &character)
                 profile->notes = character.notes;
         });
     }
-    store.addReferenceImages(*id, {character.image});
+    appendReferenceImages(store.document(), *id, {character.image});
 }
 
 void acceptEveryFrame(ProjectStore &store)
@@ -71,10 +70,7 @@ void acceptEveryFrame(ProjectStore &store)
     QList<QUuid> chunkIDs;
     for (const StoryboardChunk &chunk : store.project().chunks)
         chunkIDs.append(chunk.id);
-    for (const QUuid &id : chunkIDs) {
-        for (ReviewCheck check : allReviewChecks)
-            setReviewCheck(store, id, check, true);
-    }
+    passAllChecks(store, chunkIDs);
 }
 
 // One token for the whole road: a Ctrl+C anywhere, also between two stages, ends it there,
@@ -86,20 +82,11 @@ QCoro::Task<int> travel(CommandContext context, Road road)
     const CancelToken cancel;
     const auto held = store.holdCancel(cancel);
 
-    auto importing = startImport(store, road.audio, cancel);
-    const Done imported = co_await importing;
-    if (!imported.isDone())
-        co_return stoppedStatus(context.out, imported);
-    auto timing = startTiming(store, cancel);
-    const Done timed = co_await timing;
-    if (!timed.isDone())
-        co_return stoppedStatus(context.out, timed);
+    // The character is cast first: importing a track keeps the cast.
     if (road.character)
         cast(store, *road.character);
-    if (!store.project().hasReferencedCharacter())
-        throw PipelineError(PipelineError::Case::missingCharacter);
-
-    auto generating = runRoad(store, RoadStage::plan, RoadStage::frames, cancel);
+    RoadRequest request{road.audio, road.subtitles};
+    auto generating = runRoad(store, PipelineStage::intake, PipelineStage::frames, cancel, request);
     const auto generated = co_await generating;
     if (!generated.isDone())
         co_return stoppedStatus(context.out, generated);
@@ -111,9 +98,7 @@ QCoro::Task<int> travel(CommandContext context, Road road)
         co_return 0;
     }
     acceptEveryFrame(store);
-    const bool subtitlesSetting = store.project().exportSettings.subtitles;
     store.editProject([&road](Project &project) {
-        project.exportSettings.subtitles = road.subtitles;
         if (road.destination)
             project.exportSettings.destinationFolder = *road.destination;
         if (road.resolution)
@@ -121,9 +106,8 @@ QCoro::Task<int> travel(CommandContext context, Road road)
         if (road.container)
             project.exportSettings.container = *road.container;
     });
-    auto finishing = runRoad(store, RoadStage::motion, RoadStage::exportVideo, cancel);
+    auto finishing = runRoad(store, PipelineStage::motion, PipelineStage::exportStage, cancel, request);
     const auto finished = co_await finishing;
-    store.editProject([subtitlesSetting](Project &project) { project.exportSettings.subtitles = subtitlesSetting; });
     if (!finished.isDone())
         co_return stoppedStatus(context.out, finished);
     context.out.line(finished.value().value_or(QString()));

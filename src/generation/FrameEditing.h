@@ -5,8 +5,10 @@
 // a cursor: undoStack holds those before the cursor (oldest first), frame the one at it, and
 // redoStack those after it (the most recently undone last).
 
+#include "generation/FalClient.h"
 #include "model/Records.h"
-#include "store/ProjectStore.h"
+#include "storage/MediaLibrary.h"
+#include "store/TaskReport.h"
 
 namespace quillvane {
 
@@ -26,17 +28,13 @@ void redo(StoryboardChunk &chunk);
 // "Version N" (N = earlier versions + 1), then " · K redo" while K versions wait to be redone.
 QString versionLabel(const StoryboardChunk &chunk);
 
-// Sends the chunk's current frame and the request to the edit workflow and makes the result
-// the new current frame (its prompt copied from the source frame, its editRequest the trimmed
-// request). A blank request or an unknown chunk does nothing; a chunk whose frame has no
-// remote URL fails with noEditSourceMessage (also shown as lastError) and no task starts. Runs in the store's Run
-// wrapper, so a failure becomes lastError and leaves the chunk's history as it was. The edit
-// starts from the frame current when it is called, whatever is undone meanwhile.
-QCoro::Task<Done> editFrame(ProjectStore &store, QUuid chunkID, QString request);
+// Whether the frame can be edited: the edit workflow starts from its remote copy.
+bool hasEditSource(const std::optional<GeneratedFrame> &frame);
 
-// undo or redo on the chunk with that id, then updatedAt is touched (also when no chunk
-// matched or there was nothing to move). All or nothing, like every project change.
-void undoFrame(ProjectStore &store, QUuid chunkID);
-void redoFrame(ProjectStore &store, QUuid chunkID);
+// Sends the source frame and the request to the edit workflow and downloads the result as a
+// new frame of the chunk with chunkID: its prompt copied from the source, its editRequest the
+// request. A frame the built-in studio of an earlier run painted is sent as its file.
+QCoro::Task<GeneratedFrame> editedFrame(FalClient &client, QString workflow, GeneratedFrame source, QString request,
+                                        MediaLibrary media, QUuid chunkID, TaskReport report, CancelToken cancel);
 
 } // namespace quillvane

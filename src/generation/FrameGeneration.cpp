@@ -1,17 +1,19 @@
 #include "generation/FrameGeneration.h"
 
-#include "generation/GenerationClient.h"
 #include "generation/GenerationProgress.h"
 #include "generation/ReferenceImages.h"
-#include "model/PipelineConfig.h"
 #include "model/Text.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace quillvane {
 
-namespace {
+QString noReferenceMessage(const StoryboardChunk &chunk)
+{
+    return QStringLiteral("Frame %1 has no reference image yet. Render the storyboard elements first, or mark the "
+                          "character as in-frame.")
+        .arg(chunk.index + 1);
+}
 
 bool isPending(const PlanElement &element)
 {
@@ -22,62 +24,6 @@ bool hasPendingElements(const Project &project)
 {
     return project.plan && std::any_of(project.plan->elements.begin(), project.plan->elements.end(), isPending);
 }
-
-QString noReferenceMessage(const StoryboardChunk &chunk)
-{
-    return QStringLiteral("Frame %1 has no reference image yet. Render the storyboard elements first, or mark the "
-                          "character as in-frame.")
-        .arg(chunk.index + 1);
-}
-
-// The characters' upload data, made the first time a frame of the operation needs it and
-// shared by every later frame of the same operation.
-struct CharacterUploads {
-    std::optional<QStringList> urls;
-};
-
-QStringList characterImagePaths(const Project &project)
-{
-    QStringList paths;
-    for (const CharacterReference &character : project.characters)
-        paths << character.referenceImagePaths;
-    return paths;
-}
-
-QCoro::Task<> runGenerateFrame(ProjectStore &store, QUuid chunkID, QString prompt, QString preset,
-                               std::shared_ptr<CharacterUploads> uploads, CancelToken cancel)
-{
-    if (!uploads->urls) {
-        auto encoding = characterReferenceURLs(characterImagePaths(store.project()));
-        uploads->urls = co_await encoding;
-        cancel.throwIfCancelled();
-    }
-    const StoryboardChunk *chunk = store.project().chunkWithID(chunkID);
-    if (!chunk)
-        co_return;
-    QStringList references = referenceImageURLs(store.project(), *chunk, *uploads->urls);
-    if (references.isEmpty())
-        throw Error(noReferenceMessage(*chunk));
-    // An element the built-in studio rendered has a loopback URL: its file goes instead.
-    const QList<PlanElement> elements = store.project().plan ? store.project().plan->elements : QList<PlanElement>();
-    for (QString &reference : references) {
-        const auto element = std::find_if(elements.begin(), elements.end(),
-                                          [&](const PlanElement &e) { return e.imageRemoteURL == reference; });
-        if (element == elements.end())
-            continue;
-        auto reaching = reachableImageURL(reference, element->imageLocalPath, 1024, store.generationBaseURL());
-        reference = co_await reaching;
-        cancel.throwIfCancelled();
-    }
-    FalClient client = makeGenerationClient(store);
-    auto job = runImageJob(store, client, store.services().config.frameWorkflow,
-                           FalClient::frameInput(prompt, preset, references), cancel);
-    const QString imageURL = co_await job;
-    auto applied = applyNewFrame(store, client, chunkID, imageURL, prompt, std::nullopt);
-    co_await applied;
-}
-
-} // namespace
 
 QString elementLabel(qsizetype position, qsizetype count, const QString &elementID)
 {
@@ -130,123 +76,62 @@ QStringList referenceImageURLs(const Project &project, const StoryboardChunk &ch
     return urls;
 }
 
-QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel)
-{
-    if (!store.project().plan)
-        co_return;
-    const StoryboardPlan plan = *store.project().plan;
-    const qsizetype count = plan.elements.size();
-    const QString workflow = store.services().config.elementWorkflow;
-    FalClient client = makeGenerationClient(store);
-
-    for (qsizetype position = 0; position < count; ++position) {
-        const PlanElement &element = plan.elements.at(position);
-        if (!isPending(element))
-            continue;
-        cancel.throwIfCancelled();
-        store.setRunningTask(elementLabel(position, count, element.id));
-        auto rendering = client.renderElement(workflow, QJsonValue(plan.rawJSON), element.id, queueProgress(store),
-                                              cancel);
-        const FalClient::RenderedElement rendered = co_await rendering;
-        const QString path = store.media().elementImagePath(element.id);
-        auto downloading = client.download(rendered.imageURL, path);
-        co_await downloading;
-
-        // Kept at once, so a later failure does not lose it. The requested id is the one
-        // looked up: the service's echo of it is not trusted to match.
-        Project changed = store.project();
-        if (changed.plan) {
-            auto &elements = changed.plan->elements;
-            const auto target = std::find_if(elements.begin(), elements.end(),
-                                             [&](const PlanElement &candidate) { return candidate.id == element.id; });
-            if (target != elements.end()) {
-                target->imageRemoteURL = rendered.imageURL;
-                target->imageLocalPath = path;
-                store.setProject(changed);
-            }
-        }
-    }
-    Project changed = store.project();
-    changed.updatedAt = now();
-    store.setProject(changed);
-}
-
-QCoro::Task<Done> startRenderElements(ProjectStore &store, CancelToken cancel)
-{
-    if (!hasPendingElements(store.project()))
-        co_return Done::done();
-    auto running = store.run(
-        renderElementsLabel, [&store](CancelToken token) { return runRenderElements(store, std::move(token)); },
-        cancel);
-    co_return co_await running;
-}
-
-namespace {
-
-// Whether the chunk could have any reference at all, judged from the project alone: the
-// images themselves are read only once the frame's task is showing.
 bool mayHaveReference(const Project &project, const StoryboardChunk &chunk)
 {
     return !referenceImageURLs(project, chunk, {}).isEmpty() || !characterImagePaths(project).isEmpty();
 }
 
-QCoro::Task<Done> generateFrame(ProjectStore &store, QUuid chunkID, std::shared_ptr<CharacterUploads> uploads,
-                                CancelToken cancel)
+QCoro::Task<ElementImage> renderElement(FalClient &client, QString workflow, QString shotPlan, QString elementID,
+                                        QString destination, TaskReport report, CancelToken cancel)
 {
-    const Project &project = store.project();
-    const StoryboardChunk *chunk = project.chunkWithID(chunkID);
-    if (!chunk)
-        co_return Done::done();
-    if (!mayHaveReference(project, *chunk)) {
-        store.setLastError(noReferenceMessage(*chunk));
-        co_return Done::failed(noReferenceMessage(*chunk));
+    auto rendering = client.renderElement(workflow, QJsonValue(shotPlan), elementID, queueProgress(report), cancel);
+    const FalClient::RenderedElement rendered = co_await rendering;
+    auto downloading = client.download(rendered.imageURL, destination);
+    co_await downloading;
+    // The requested id is the one kept: the service's echo of it is not trusted to match.
+    co_return ElementImage{elementID, rendered.imageURL, destination};
+}
+
+bool keepElementImage(Project &project, const ElementImage &image)
+{
+    if (!project.plan)
+        return false;
+    auto &elements = project.plan->elements;
+    const auto target = std::find_if(elements.begin(), elements.end(),
+                                     [&](const PlanElement &candidate) { return candidate.id == image.elementID; });
+    if (target == elements.end())
+        return false;
+    target->imageRemoteURL = image.remoteURL;
+    target->imageLocalPath = image.localPath;
+    return true;
+}
+
+QCoro::Task<GeneratedFrame> generateFrame(FalClient &client, QString workflow, FrameJob job, MediaLibrary media,
+                                          QUuid chunkID, TaskReport report, CancelToken cancel)
+{
+    // An element the built-in studio rendered has a loopback URL: its file goes instead.
+    for (QString &reference : job.references) {
+        const auto element = std::find_if(job.elements.begin(), job.elements.end(),
+                                          [&](const PlanElement &e) { return e.imageRemoteURL == reference; });
+        if (element == job.elements.end())
+            continue;
+        auto reaching = reachableImageURL(reference, element->imageLocalPath, 1024, client.baseURL());
+        reference = co_await reaching;
+        cancel.throwIfCancelled();
     }
-    const QString prompt = chunk->imagePrompt.isEmpty() ? composeFramePrompt(*chunk, project.style)
-                                                        : chunk->imagePrompt;
-    const QString preset = project.plan ? project.plan->ideogramStylePreset : QString();
-    const QString label = frameLabel(*chunk);
-    auto running = store.run(
-        label,
-        [&store, chunkID, prompt, preset, uploads](CancelToken token) {
-            return runGenerateFrame(store, chunkID, prompt, preset, uploads, std::move(token));
-        },
-        cancel);
-    co_return co_await running;
+    auto painting = runImageJob(client, workflow, FalClient::frameInput(job.prompt, job.stylePreset, job.references),
+                                report, cancel);
+    const QString imageURL = co_await painting;
+    auto downloading = downloadFrame(client, imageURL, job.prompt, std::nullopt, media, chunkID);
+    co_return co_await downloading;
 }
 
-} // namespace
-
-QCoro::Task<Done> startGenerateFrame(ProjectStore &store, QUuid chunkID, CancelToken cancel)
-{
-    auto generating = generateFrame(store, chunkID, std::make_shared<CharacterUploads>(), cancel);
-    co_return co_await generating;
-}
-
-QCoro::Task<Done> startGenerateMissingFrames(ProjectStore &store, CancelToken cancel)
-{
-    const auto held = store.holdCancel(cancel);
-    QList<QUuid> missing;
-    for (const StoryboardChunk &chunk : store.project().chunks)
-        if (!chunk.isFramed())
-            missing << chunk.id;
-    const auto uploads = std::make_shared<CharacterUploads>();
-    for (const QUuid &chunkID : missing) {
-        if (cancel.isCancelled())
-            co_return Done::cancelled();
-        auto generating = generateFrame(store, chunkID, uploads, cancel);
-        const Done outcome = co_await generating;
-        if (!outcome.isDone())
-            co_return outcome;
-    }
-    co_return Done::done();
-}
-
-QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString workflow, QJsonObject input,
+QCoro::Task<QString> runImageJob(FalClient &client, QString workflow, QJsonObject input, TaskReport report,
                                  CancelToken cancel)
 {
     auto submitting = client.submit(workflow, input);
     const SubmitResponse submission = co_await submitting;
-    auto waiting = client.awaitCompletion(submission, queueProgress(store), cancel);
+    auto waiting = client.awaitCompletion(submission, queueProgress(report), cancel);
     co_await waiting;
     auto fetching = client.fetchResult(submission.responseURL);
     const QJsonObject result = co_await fetching;
@@ -257,30 +142,29 @@ QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString
     co_return *imageURL;
 }
 
-QCoro::Task<> applyNewFrame(ProjectStore &store, FalClient &client, QUuid chunkID, QString imageURL, QString prompt,
-                            std::optional<QString> editRequest)
+QCoro::Task<GeneratedFrame> downloadFrame(FalClient &client, QString imageURL, QString prompt,
+                                          std::optional<QString> editRequest, MediaLibrary media, QUuid chunkID)
 {
     GeneratedFrame frame;
-    frame.localPath = store.media().framePath(chunkID, frame.id);
-    // A failed download throws here, before the chunk is touched.
+    frame.localPath = media.framePath(chunkID, frame.id);
     auto downloading = client.download(imageURL, frame.localPath);
     co_await downloading;
-
     frame.remoteURL = imageURL; // later edits start from the remote copy
     frame.prompt = prompt;
     frame.editRequest = editRequest;
     frame.createdAt = now();
+    co_return frame;
+}
 
-    // Re-read: the user may have edited, or a parallel job replaced this frame, meanwhile.
-    Project changed = store.project();
-    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID)) {
+void applyNewFrame(Project &project, const QUuid &chunkID, GeneratedFrame frame)
+{
+    if (StoryboardChunk *chunk = project.chunkWithID(chunkID)) {
         if (chunk->frame)
             chunk->undoStack.append(*chunk->frame);
         chunk->redoStack.clear();
-        chunk->frame = frame;
+        chunk->frame = std::move(frame);
     }
-    changed.updatedAt = now();
-    store.setProject(changed);
+    project.updatedAt = now();
 }
 
 } // namespace quillvane

@@ -1,7 +1,12 @@
 #pragma once
 
+// Painting the storyboard: the plan's element images, then one frame per chunk, each a job on
+// the generation service whose picture is downloaded into the project's media folder.
+
 #include "generation/FalClient.h"
-#include "store/ProjectStore.h"
+#include "model/Records.h"
+#include "storage/MediaLibrary.h"
+#include "store/TaskReport.h"
 
 namespace quillvane {
 
@@ -11,6 +16,8 @@ inline const QString renderElementsLabel = QStringLiteral("Rendering elements");
 QString elementLabel(qsizetype position, qsizetype count, const QString &elementID);
 // "Generating frame 3" for the chunk at index 2.
 QString frameLabel(const StoryboardChunk &chunk);
+// The sentence for a chunk whose frame would have nothing to keep it consistent with.
+QString noReferenceMessage(const StoryboardChunk &chunk);
 
 // The image prompt of a chunk: mood and medium, the lyric text on its surface, the character
 // (when given), continuity notes (when any) and the palette, as sentences joined by blanks.
@@ -21,36 +28,53 @@ QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &st
 // then the characters' reference images (data URLs made once per operation, see
 // characterReferenceURLs); each string once, first place kept.
 QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk, const QStringList &characterURLs);
+// Whether the chunk could have any reference at all, judged from the project alone: the
+// images themselves are read only once the frame's task is showing.
+bool mayHaveReference(const Project &project, const StoryboardChunk &chunk);
 
-// Renders each plan element that has no image yet, in plan order, downloading each into the
-// elements folder. Each finished element is kept at once, so a failure part-way leaves the
-// earlier ones rendered and the rest pending.
-QCoro::Task<> runRenderElements(ProjectStore &store, CancelToken cancel);
-// runRenderElements through the store's Run wrapper; done at once, with no task shown, when
-// nothing is pending.
-QCoro::Task<Done> startRenderElements(ProjectStore &store, CancelToken cancel = {});
+bool isPending(const PlanElement &element);
+bool hasPendingElements(const Project &project);
 
-// Generates (or regenerates) the frame of one chunk through the store's Run wrapper. An
-// unknown chunk is done with nothing to do; a chunk without any reference image fails at once
-// (its sentence also becomes lastError) and no task starts.
-QCoro::Task<Done> startGenerateFrame(ProjectStore &store, QUuid chunkID, CancelToken cancel = {});
+// One plan element rendered and kept on disk.
+struct ElementImage {
+    QString elementID;
+    QString remoteURL;
+    QString localPath;
+};
 
-// Generates the frame of every chunk that has none, one after another under one token, and
-// stops at the first that does not finish: a failure or a cancel, also one made between two
-// frames, starts no later frame. Frames already made stay. Pending elements are a stage of
-// their own, run before this one by the stage sequence.
-QCoro::Task<Done> startGenerateMissingFrames(ProjectStore &store, CancelToken cancel = {});
+// Renders one element of the plan (its raw JSON is the shot plan) and downloads the picture to
+// destination.
+QCoro::Task<ElementImage> renderElement(FalClient &client, QString workflow, QString shotPlan, QString elementID,
+                                        QString destination, TaskReport report, CancelToken cancel);
+// Gives the plan's element with that id its image; false when the plan has no such element.
+bool keepElementImage(Project &project, const ElementImage &image);
 
-// Runs one image job on the service (submit, wait with the queue position shown, fetch the
+// What one frame job sends, taken from the project when its task starts.
+struct FrameJob {
+    QString prompt;
+    QString stylePreset;
+    QStringList references;      // referenceImageURLs of the chunk
+    QList<PlanElement> elements; // the plan's, to find the files of elements the built-in studio made
+};
+
+// Paints the frame of the chunk with chunkID and downloads it into the media folder: a fresh
+// frame, every review check off.
+QCoro::Task<GeneratedFrame> generateFrame(FalClient &client, QString workflow, FrameJob job, MediaLibrary media,
+                                          QUuid chunkID, TaskReport report, CancelToken cancel);
+
+// Runs one image job on the service (submit, wait with the queue position reported, fetch the
 // result) and returns the URL of the image it made; no image fails with noImageInResponse.
 // Shared by frame generation and editing.
-QCoro::Task<QString> runImageJob(ProjectStore &store, FalClient &client, QString workflow, QJsonObject input,
+QCoro::Task<QString> runImageJob(FalClient &client, QString workflow, QJsonObject input, TaskReport report,
                                  CancelToken cancel);
 
-// Downloads the image into the project's frames folder and makes it the chunk's current
-// frame: a fresh frame with every review check off, the previous frame pushed onto the undo
-// stack, the redo stack emptied, updatedAt set. Shared by generation and editing.
-QCoro::Task<> applyNewFrame(ProjectStore &store, FalClient &client, QUuid chunkID, QString imageURL, QString prompt,
-                            std::optional<QString> editRequest);
+// Downloads a made image as a new frame of the chunk (a fresh id, every check off); a failed
+// download throws before anything is kept. Shared by generation and editing.
+QCoro::Task<GeneratedFrame> downloadFrame(FalClient &client, QString imageURL, QString prompt,
+                                          std::optional<QString> editRequest, MediaLibrary media, QUuid chunkID);
+
+// Makes the frame the current one of the chunk with that id: the previous frame pushed onto
+// the undo stack, the redo stack emptied. Touches updatedAt, also when no chunk matched.
+void applyNewFrame(Project &project, const QUuid &chunkID, GeneratedFrame frame);
 
 } // namespace quillvane

@@ -68,24 +68,13 @@ bool value(const ReviewChecklist &review, ReviewCheck check)
     return field(copy, check);
 }
 
-void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value)
+bool setCheck(Project &project, const QUuid &chunkID, ReviewCheck check, bool value)
 {
-    Project changed = store.project();
-    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID); chunk && chunk->frame)
-        field(chunk->frame->review, check) = value;
-    changed.updatedAt = now();
-    store.setProject(changed);
-}
-
-void passAllChecks(ProjectStore &store, QUuid chunkID)
-{
-    Project changed = store.project();
-    if (StoryboardChunk *chunk = changed.chunkWithID(chunkID); chunk && chunk->frame) {
-        for (const ReviewCheck check : allReviewChecks)
-            field(chunk->frame->review, check) = true;
-    }
-    changed.updatedAt = now();
-    store.setProject(changed);
+    StoryboardChunk *chunk = project.chunkWithID(chunkID);
+    if (!chunk || !chunk->frame)
+        return false;
+    field(chunk->frame->review, check) = value;
+    return true;
 }
 
 QString reviewSummary(const ReviewChecklist &review)

@@ -5,7 +5,6 @@
 // accepted when its current frame passes all five; see ReviewChecklist and StoryboardChunk.
 
 #include "model/Records.h"
-#include "store/ProjectStore.h"
 
 #include <array>
 #include <optional>
@@ -28,12 +27,8 @@ bool &field(ReviewChecklist &review, ReviewCheck check);
 bool value(const ReviewChecklist &review, ReviewCheck check);
 
 // Ticks or unticks one check on the current frame of the chunk with that id (the undo and redo
-// stacks keep theirs), then touches updatedAt, also when no chunk or no frame matched.
-// All or nothing, like every project change.
-void setReviewCheck(ProjectStore &store, QUuid chunkID, ReviewCheck check, bool value);
-// Ticks all five checks of the chunk's current frame in one change (one step for the person
-// who has looked at the frame and found it right); each can still be unticked afterwards.
-void passAllChecks(ProjectStore &store, QUuid chunkID);
+// stacks keep theirs); false, and no change, when no chunk with a frame matched.
+bool setCheck(Project &project, const QUuid &chunkID, ReviewCheck check, bool value);
 
 // "Accepted", else "N/5 checks".
 QString reviewSummary(const ReviewChecklist &review);

@@ -1,15 +1,18 @@
 #include "generation/GenerationProgress.h"
 
+#include <QCoreApplication>
+
 namespace quillvane {
 
-ProgressTarget queueProgress(ProjectStore &store)
+ProgressTarget queueProgress(const TaskReport &report)
 {
-    QPointer<ProjectStore> target(&store);
     ProgressTarget progress;
-    progress.requester = &store;
-    progress.onProgress = [target](const FalProgress &reported) {
-        if (target && reported.queuePosition && *reported.queuePosition >= 1)
-            target->setRunningTask(QStringLiteral("In queue (position %1)").arg(*reported.queuePosition));
+    // The report is safe from any thread and drops what arrives after its receiver is gone,
+    // so the application itself can carry the poll's news to it.
+    progress.requester = QCoreApplication::instance();
+    progress.onProgress = [report](const FalProgress &reported) {
+        if (reported.queuePosition && *reported.queuePosition >= 1)
+            report.say(QStringLiteral("In queue (position %1)").arg(*reported.queuePosition));
     };
     return progress;
 }

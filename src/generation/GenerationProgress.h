@@ -1,12 +1,12 @@
 #pragma once
 
 #include "generation/FalClient.h"
-#include "store/ProjectStore.h"
+#include "store/TaskReport.h"
 
 namespace quillvane {
 
-// Progress of a queued generation job as the user sees it: while the job waits at position
-// 1 or more, the running task reads "In queue (position N)"; other polls leave it alone.
-ProgressTarget queueProgress(ProjectStore &store);
+// Progress of a queued generation job as the person sees it: while the job waits at position
+// 1 or more, the report says "In queue (position N)"; other polls say nothing.
+ProgressTarget queueProgress(const TaskReport &report);
 
 } // namespace quillvane

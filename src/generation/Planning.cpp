@@ -1,8 +1,6 @@
 #include "generation/Planning.h"
 
-#include "generation/GenerationClient.h"
 #include "generation/GenerationProgress.h"
-#include "generation/PlanParser.h"
 #include "generation/ReferenceImages.h"
 #include "model/PipelineConfig.h"
 
@@ -14,15 +12,6 @@
 namespace quillvane {
 
 namespace {
-
-// Reference images of every character, characters in project order.
-QStringList referenceImagePaths(const Project &project)
-{
-    QStringList paths;
-    for (const CharacterReference &character : project.characters)
-        paths.append(character.referenceImagePaths);
-    return paths;
-}
 
 qint64 durationSeconds(const QList<TranscriptSegment> &segments)
 {
@@ -82,40 +71,34 @@ QList<StoryboardChunk> carryOverFrames(const QList<StoryboardChunk> &oldChunks, 
     return newChunks;
 }
 
-QCoro::Task<> planStoryboard(ProjectStore &store, CancelToken cancel)
+QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project, TaskReport report,
+                                              CancelToken cancel)
 {
-    // Checked before anything is sent, in the order the user fixes them.
-    if (store.project().transcript.isEmpty())
+    // Checked before anything is sent, in the order the person fixes them.
+    if (project.transcript.isEmpty())
         throw PipelineError(PipelineError::Case::emptyLyrics);
-    auto encoding = characterReferenceURLs(referenceImagePaths(store.project()));
+    auto encoding = characterReferenceURLs(characterImagePaths(project));
     const QStringList imageURLs = co_await encoding;
     cancel.throwIfCancelled();
     if (imageURLs.isEmpty())
         throw PipelineError(PipelineError::Case::missingCharacter);
 
-    const QJsonObject input = plannerInput(store.project(), imageURLs);
-    const QString workflow = store.services().config.planWorkflow;
-    FalClient client = makeGenerationClient(store);
-    const SubmitResponse submission = co_await client.submit(workflow, input);
-    co_await client.awaitCompletion(submission, queueProgress(store), cancel);
+    auto submitting = client.submit(workflow, plannerInput(project, imageURLs));
+    const SubmitResponse submission = co_await submitting;
+    auto waiting = client.awaitCompletion(submission, queueProgress(report), cancel);
+    co_await waiting;
     cancel.throwIfCancelled();
-    const QJsonObject result = co_await client.fetchResult(submission.responseURL);
+    auto fetching = client.fetchResult(submission.responseURL);
+    const QJsonObject result = co_await fetching;
     cancel.throwIfCancelled();
-    PlanParser::Parsed parsed = PlanParser::parse(result);
-
-    // The project may have changed while the planner worked; the storyboard replaces the
-    // chunks as they are now, and all of it lands in one change.
-    Project changed = store.project();
-    changed.chunks = carryOverFrames(changed.chunks, std::move(parsed.chunks));
-    changed.plan = std::move(parsed.plan);
-    changed.updatedAt = now();
-    store.setProject(changed);
+    co_return PlanParser::parse(result);
 }
 
-QCoro::Task<Done> startPlanning(ProjectStore &store, CancelToken cancel)
+void applyStoryboard(Project &project, PlannedStoryboard planned)
 {
-    return store.run(
-        planningLabel, [&store](CancelToken token) { return planStoryboard(store, std::move(token)); }, cancel);
+    project.chunks = carryOverFrames(project.chunks, std::move(planned.chunks));
+    project.plan = std::move(planned.plan);
+    project.updatedAt = now();
 }
 
 } // namespace quillvane

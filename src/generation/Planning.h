@@ -5,8 +5,10 @@
 // chunks. Frames already made survive a re-plan wherever a new chunk matches an old one.
 // (Rendering the plan's elements is a separate operation.)
 
+#include "generation/FalClient.h"
+#include "generation/PlanParser.h"
 #include "model/Records.h"
-#include "store/ProjectStore.h"
+#include "store/TaskReport.h"
 
 #include <QJsonObject>
 
@@ -26,12 +28,18 @@ QJsonObject plannerInput(const Project &project, const QStringList &imageURLs);
 // chunks that match nothing are dropped with their history.
 QList<StoryboardChunk> carryOverFrames(const QList<StoryboardChunk> &oldChunks, QList<StoryboardChunk> newChunks);
 
-// Asks the planner for a storyboard and replaces the project's plan and chunks with it.
-// Fails with emptyLyrics, missingCharacter, noChunks or the generation client's error; a
-// failed or cancelled run leaves the previous storyboard as it was.
-QCoro::Task<> planStoryboard(ProjectStore &store, CancelToken cancel);
+// A storyboard as the planner made it: the plan and one chunk per planned frame.
+using PlannedStoryboard = PlanParser::Parsed;
 
-// planStoryboard through the store's Run wrapper, under its label.
-QCoro::Task<Done> startPlanning(ProjectStore &store, CancelToken cancel = {});
+// Asks the planner workflow for a storyboard of the project (its transcript, artist, concept
+// and characters' reference images), the queue position going to the report. Fails with
+// emptyLyrics or missingCharacter before anything is sent, then with noChunks or the
+// client's error.
+QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project, TaskReport report,
+                                              CancelToken cancel);
+
+// Makes the planned storyboard the project's: its plan, and its chunks carrying over the
+// frames of the chunks they replace (see carryOverFrames); touches updatedAt.
+void applyStoryboard(Project &project, PlannedStoryboard planned);
 
 } // namespace quillvane

@@ -38,20 +38,20 @@ void checkReadableImagesNow(const QStringList &paths)
         throw ImageError::unreadable(QFileInfo(*unreadable).fileName());
 }
 
-QCoro::Task<> addReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
+QCoro::Task<> checkReadableImages(QStringList paths)
 {
     QFuture<std::optional<QString>> checking = QtConcurrent::run([paths] { return firstUnreadable(paths); });
     const std::optional<QString> unreadable = co_await checking;
     if (unreadable)
         throw ImageError::unreadable(QFileInfo(*unreadable).fileName());
-    store.addReferenceImages(characterID, paths);
 }
 
-QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths)
+QStringList characterImagePaths(const Project &project)
 {
-    return store.run(addImagesLabel, [&store, characterID, paths](CancelToken) {
-        return addReferenceImages(store, characterID, paths);
-    });
+    QStringList paths;
+    for (const CharacterReference &character : project.characters)
+        paths << character.referenceImagePaths;
+    return paths;
 }
 
 bool isLoopbackURL(const QString &url)

@@ -5,7 +5,7 @@
 // thread, once per image for a whole operation.
 
 #include "model/Error.h"
-#include "store/ProjectStore.h"
+#include "model/Records.h"
 
 #include <QCoro/QCoroTask>
 #include <QStringList>
@@ -27,12 +27,11 @@ private:
 // Throws ImageError for the first path that is missing or does not decode as an image.
 void checkReadableImagesNow(const QStringList &paths);
 
-// Checks the images on the thread pool, then appends them to the character in one change.
-// Throws ImageError and leaves the project as it was when any image is unreadable; a missing
-// character changes nothing.
-QCoro::Task<> addReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths);
-// addReferenceImages through the store's Run wrapper, so a refusal shows as the banner.
-QCoro::Task<Done> startAddReferenceImages(ProjectStore &store, QUuid characterID, QStringList paths);
+// checkReadableImagesNow on the thread pool.
+QCoro::Task<> checkReadableImages(QStringList paths);
+
+// Every character's reference images, characters in project order.
+QStringList characterImagePaths(const Project &project);
 
 // Every character's reference images as JPEG data URLs (the unreadable ones left out), made
 // on the thread pool.

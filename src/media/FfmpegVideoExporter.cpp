@@ -1,6 +1,6 @@
 #include "media/FfmpegVideoExporter.h"
 
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 #include "av/Encoding.h"
 #include "av/InputFiles.h"
 #include "av/OffThread.h"

@@ -55,11 +55,6 @@ std::optional<double> lineStart(const QList<Line> &lines, const QString &lyric, 
     return best;
 }
 
-double framesPerSecond(const DepthFlowSettings &motion)
-{
-    return double(std::clamp<qint64>(motion.fps, 1, 1000));
-}
-
 // Times from a damaged document are held to a range whose frame numbers fit 64 bits.
 double bounded(double seconds)
 {
@@ -80,7 +75,39 @@ qint64 endFrame(double seconds, double fps)
     return qint64(std::ceil(bounded(seconds) * fps - 1e-6));
 }
 
+// One clip per chunk with a non-empty span, cut on the frame grid.
+QList<ClipSlot> followingSlots(const Project &project, double fps)
+{
+    Project spans = project;
+    followSong(spans);
+    const QList<qsizetype> order = playbackOrder(spans.chunks);
+
+    QList<ClipSlot> slots;
+    const double videoEnd = order.isEmpty() ? 0 : spans.chunks.at(order.last()).end;
+    for (qsizetype k = 0; k < order.size(); ++k) {
+        const StoryboardChunk &chunk = spans.chunks.at(order.at(k));
+        if (!(chunk.end > chunk.start))
+            continue;
+        // The clip that reaches the video's end is rounded up with it.
+        const qint64 first = frameAt(chunk.start, fps);
+        const qint64 last = chunk.end >= videoEnd ? endFrame(chunk.end, fps) : frameAt(chunk.end, fps);
+        if (last <= first)
+            continue;
+        // The first clip starts the video; whatever comes before its lyric is title card.
+        if (slots.isEmpty())
+            slots.append({chunk.id, last, first, 0});
+        else
+            slots.append({chunk.id, last - first, 0, first});
+    }
+    return slots;
+}
+
 } // namespace
+
+qint64 videoFrameRate(const DepthFlowSettings &motion)
+{
+    return std::clamp<qint64>(motion.fps, 1, 1000);
+}
 
 QList<qsizetype> playbackOrder(const QList<StoryboardChunk> &chunks)
 {
@@ -95,7 +122,7 @@ void followSong(Project &project)
 {
     if (project.motion.clipTiming != ClipTiming::followSong || project.chunks.isEmpty())
         return;
-    const double fps = framesPerSecond(project.motion);
+    const double fps = double(videoFrameRate(project.motion));
     // The song's length, when known (0 otherwise).
     const double song = std::isfinite(project.audioDuration) && project.audioDuration > 0 ? project.audioDuration : 0;
     QList<Line> lines;
@@ -163,32 +190,22 @@ void followSong(Project &project)
     }
 }
 
-QList<ClipSlot> clipSlots(const Project &project)
+ClipSchedule videoSchedule(const Project &project)
 {
-    Project spans = project;
-    spans.motion.clipTiming = ClipTiming::followSong;
-    followSong(spans);
-    const double fps = framesPerSecond(spans.motion);
-    const QList<qsizetype> order = playbackOrder(spans.chunks);
-
-    QList<ClipSlot> slots;
-    const double videoEnd = order.isEmpty() ? 0 : spans.chunks.at(order.last()).end;
-    for (qsizetype k = 0; k < order.size(); ++k) {
-        const StoryboardChunk &chunk = spans.chunks.at(order.at(k));
-        if (!(chunk.end > chunk.start))
-            continue;
-        // The clip that reaches the video's end is rounded up with it.
-        const qint64 first = frameAt(chunk.start, fps);
-        const qint64 last = chunk.end >= videoEnd ? endFrame(chunk.end, fps) : frameAt(chunk.end, fps);
-        if (last <= first)
-            continue;
-        // The first clip starts the video; whatever comes before its lyric is title card.
-        if (slots.isEmpty())
-            slots.append({chunk.id, last, first});
-        else
-            slots.append({chunk.id, last - first, 0});
+    ClipSchedule schedule;
+    schedule.fps = videoFrameRate(project.motion);
+    if (project.motion.clipTiming == ClipTiming::followSong) {
+        schedule.clips = followingSlots(project, double(schedule.fps));
+        return schedule;
     }
-    return slots;
+    const double seconds = std::isfinite(project.motion.durationSeconds) ? bounded(project.motion.durationSeconds) : 0;
+    const qint64 frames = std::max<qint64>(qint64(std::trunc(seconds * double(schedule.fps))), 1);
+    qint64 first = 0;
+    for (const qsizetype position : playbackOrder(project.chunks)) {
+        schedule.clips.append({project.chunks.at(position).id, frames, 0, first});
+        first += frames;
+    }
+    return schedule;
 }
 
 } // namespace quillvane

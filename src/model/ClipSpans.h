@@ -27,19 +27,36 @@ inline constexpr double introThreshold = 1.0;
 // Applied again to its own result it changes nothing (the tests hold it to that).
 void followSong(Project &project);
 
-// One clip of a video that follows the song.
+// Frames per second the video is cut and its clips rendered at: the motion's rate held to
+// 1...1000, so that frame numbers of any time in the song fit 64 bits.
+qint64 videoFrameRate(const DepthFlowSettings &motion);
+
+// One clip of the exported video.
 struct ClipSlot {
     QUuid chunkID;
     qint64 frameCount = 1;  // frames of the clip, title card included
     qint64 introFrames = 0; // frames of title card before the chunk's frame
+    qint64 firstFrame = 0;  // the video's frame the clip starts at
     bool operator==(const ClipSlot &) const = default;
 };
 
-// The clips of the video when it follows the song, in playback order: one per chunk with a
-// non-empty span (after followSong), the first of them opening with the title card for the
-// frames before it. Frame counts add up to the end of the last span rounded up to a whole
-// frame at max(fps, 1).
-QList<ClipSlot> clipSlots(const Project &project);
+// The clips of the exported video, end to end in playback order at `fps`: what the renderer
+// renders, the exporter lays down, and the preview and export screens show.
+struct ClipSchedule {
+    qint64 fps = 1;
+    QList<ClipSlot> clips;
+
+    double seconds(qint64 frame) const { return double(frame) / double(fps); }
+    // Frames of the whole video.
+    qint64 frameCount() const { return clips.isEmpty() ? 0 : clips.last().firstFrame + clips.last().frameCount; }
+};
+
+// Following the song: one clip per chunk with a non-empty span (after followSong), the first
+// of them opening with the title card for the frames before it; frame counts add up to the
+// end of the last span rounded up to a whole frame. In fixed-length timing: one clip per
+// chunk in index order, each max(trunc(durationSeconds * fps), 1) frames, none with a title
+// card.
+ClipSchedule videoSchedule(const Project &project);
 
 // Chunk positions in project.chunks, sorted by index (stable).
 QList<qsizetype> playbackOrder(const QList<StoryboardChunk> &chunks);

@@ -27,7 +27,12 @@ QString srtStamp(double seconds)
         .arg(ms % 1000, 3, 10, QLatin1Char('0'));
 }
 
-QString lrcStamp(double seconds)
+// A stamp's text inside its brackets, for the patterns that find stamps in a line.
+const QString stampPattern = QStringLiteral("(\\d{1,3}:\\d{1,2}(?:[.:]\\d{1,3})?)");
+
+} // namespace
+
+QString lrcTimestamp(double seconds)
 {
     const qint64 cs = roundedTo(seconds, 0.01);
     return QStringLiteral("%1:%2.%3")
@@ -36,23 +41,21 @@ QString lrcStamp(double seconds)
         .arg(cs % 100, 2, 10, QLatin1Char('0'));
 }
 
-// mm:ss, mm:ss.x, mm:ss.xx or mm:ss.xxx, as LRC writers produce them.
-std::optional<double> lrcSeconds(const QString &minutes, const QString &seconds, const QString &fraction)
+std::optional<double> parseLrcTimestamp(QStringView stamp)
 {
-    bool ok = false;
-    const int m = minutes.toInt(&ok);
-    if (!ok)
+    static const QRegularExpression form(QStringLiteral("^(\\d{1,3}):(\\d{1,2})(?:[.:](\\d{1,3}))?$"));
+    const QRegularExpressionMatch match = form.match(stamp);
+    if (!match.hasMatch())
         return std::nullopt;
-    const int s = seconds.toInt(&ok);
-    if (!ok || s >= 60)
+    const int seconds = match.capturedView(2).toInt();
+    if (seconds >= 60)
         return std::nullopt;
-    double value = m * 60.0 + s;
+    const QStringView fraction = match.capturedView(3);
+    double value = match.capturedView(1).toInt() * 60.0 + seconds;
     if (!fraction.isEmpty())
-        value += fraction.toInt() / std::pow(10.0, fraction.size());
+        value += fraction.toInt() / std::pow(10.0, double(fraction.size()));
     return value;
 }
-
-} // namespace
 
 QString srtText(const QList<TranscriptSegment> &segments)
 {
@@ -80,13 +83,13 @@ QString lrcText(const QList<TranscriptSegment> &segments, const QString &title, 
         const QString line = segment.text.simplified();
         if (line.isEmpty())
             continue;
-        text += QLatin1Char('[') + lrcStamp(segment.start) + QLatin1Char(']');
+        text += QLatin1Char('[') + lrcTimestamp(segment.start) + QLatin1Char(']');
         if (segment.words.isEmpty()) {
             text += line;
         } else {
             QStringList words;
             for (const TimedWord &word : segment.words)
-                words << QLatin1Char('<') + lrcStamp(word.start) + QLatin1Char('>') + word.text;
+                words << QLatin1Char('<') + lrcTimestamp(word.start) + QLatin1Char('>') + word.text;
             text += words.join(QLatin1Char(' '));
         }
         text += QLatin1Char('\n');
@@ -96,10 +99,10 @@ QString lrcText(const QList<TranscriptSegment> &segments, const QString &title, 
 
 QList<TranscriptSegment> parseLrc(const QString &text)
 {
-    static const QRegularExpression stamp(QStringLiteral("^\\[(\\d{1,3}):(\\d{1,2})(?:[.:](\\d{1,3}))?\\]"));
+    static const QRegularExpression stamp(QStringLiteral("^\\[") + stampPattern + QStringLiteral("\\]"));
     static const QRegularExpression offsetTag(QStringLiteral("^\\[offset:\\s*([+-]?\\d+)\\s*\\]$"),
                                               QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression wordStamp(QStringLiteral("<(\\d{1,3}):(\\d{1,2})(?:[.:](\\d{1,3}))?>"));
+    static const QRegularExpression wordStamp(QStringLiteral("<") + stampPattern + QStringLiteral(">"));
 
     double offset = 0;
     QList<TranscriptSegment> segments;
@@ -112,7 +115,7 @@ QList<TranscriptSegment> parseLrc(const QString &text)
         }
         QList<double> starts;
         for (auto match = stamp.match(line); match.hasMatch(); match = stamp.match(line)) {
-            if (const auto seconds = lrcSeconds(match.captured(1), match.captured(2), match.captured(3)))
+            if (const auto seconds = parseLrcTimestamp(match.capturedView(1)))
                 starts << *seconds;
             line = line.mid(match.capturedLength()).trimmed();
         }
@@ -130,7 +133,7 @@ QList<TranscriptSegment> parseLrc(const QString &text)
                 const qsizetype from = found[i].capturedEnd();
                 const qsizetype to = i + 1 < found.size() ? found[i + 1].capturedStart() : line.size();
                 const QString word = line.mid(from, to - from).trimmed();
-                const auto at = lrcSeconds(found[i].captured(1), found[i].captured(2), found[i].captured(3));
+                const auto at = parseLrcTimestamp(found[i].capturedView(1));
                 if (word.isEmpty() || !at)
                     continue;
                 words << TimedWord{word, *at, *at};

@@ -7,7 +7,19 @@
 
 #include "model/Records.h"
 
+#include <QStringView>
+
+#include <optional>
+
 namespace quillvane {
+
+// The one reading and writing of an LRC time stamp, for every line or word stamp the app
+// writes or reads. Written as "mm:ss.xx", rounded to the hundredth (the minutes grow past two
+// digits; a time before the song is 0).
+QString lrcTimestamp(double seconds);
+// "m:ss" with an optional fraction of one to three digits after "." or ":", as LRC writers
+// produce them; nothing for any other text or for seconds of 60 or more.
+std::optional<double> parseLrcTimestamp(QStringView stamp);
 
 QString srtText(const QList<TranscriptSegment> &segments);
 QString lrcText(const QList<TranscriptSegment> &segments, const QString &title = {}, const QString &artist = {});

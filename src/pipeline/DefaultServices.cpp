@@ -4,6 +4,7 @@
 #include "audio/SystemTranscriber.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
+#include "pipeline/GenerationBackend.h"
 
 namespace quillvane {
 
@@ -14,6 +15,7 @@ PipelineServices makeDefaultServices()
     services.motion = std::make_shared<FfmpegMotionRenderer>(1920, 1080);
     services.exporter = std::make_shared<FfmpegVideoExporter>();
     services.aligner = std::make_shared<SpeechAligner>();
+    services.offlineStudio = std::make_shared<OfflineStudioHost>();
     return services;
 }
 

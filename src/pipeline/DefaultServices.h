@@ -5,7 +5,8 @@
 namespace quillvane {
 
 // The engines of this build: the transcriber chosen as the settings screen describes, the
-// FFmpeg motion renderer at 1920x1080 and the FFmpeg exporter.
+// FFmpeg motion renderer at 1920x1080, the FFmpeg exporter, the word aligner and the offline
+// studio.
 PipelineServices makeDefaultServices();
 
 } // namespace quillvane

@@ -2,46 +2,34 @@
 
 #include "studio/OfflineStudio.h"
 
-#include <mutex>
-
 namespace quillvane {
 
-namespace {
-
-constexpr std::chrono::milliseconds studioPollInterval{50};
-
-} // namespace
-
-// The open project's image folders, read by the studio's thread while the UI thread changes
-// the project.
-struct GenerationBackend::Folders {
-    std::mutex mutex;
-    QStringList list;
-};
-
-GenerationBackend::GenerationBackend(ProjectStore &store, QObject *parent)
-    : QObject(parent)
-    , m_store(store)
-    , m_folders(std::make_shared<Folders>())
+GenerationEndpoint generationEndpoint(const ProjectStore &store)
 {
-    const auto follow = [this] {
-        const MediaLibrary media = m_store.media();
-        const std::lock_guard lock(m_folders->mutex);
-        m_folders->list = {media.framesFolder(), media.elementsFolder()};
-    };
-    follow();
-    connect(&store, &ProjectStore::projectChanged, this, follow);
+    const StoreOptions &options = store.options();
+    if (store.settings().generationBackend() != Backend::offline)
+        return {store.settings().serviceURL(), options.generationPollInterval, options.generationTimeout};
+    LocalGenerationHost *studio = store.services().offlineStudio.get();
+    if (!studio)
+        throw Error(QStringLiteral("The offline studio is not part of this build; choose the generation service in "
+                                   "Settings."));
+    const MediaLibrary media = store.document().media();
+    return {studio->serve({media.framesFolder(), media.elementsFolder()}), studio->pollInterval(),
+            options.generationTimeout};
 }
 
-GenerationBackend::~GenerationBackend() = default;
-
-void GenerationBackend::use(bool offline, const std::optional<QUrl> &serviceURL)
+OfflineStudioHost::OfflineStudioHost()
+    : m_folders(std::make_shared<Folders>())
 {
-    if (!offline) {
-        m_studio.reset();
-        m_store.setServiceURLOverride(serviceURL);
-        m_store.setGenerationPollInterval(StoreOptions{}.generationPollInterval);
-        return;
+}
+
+OfflineStudioHost::~OfflineStudioHost() = default;
+
+QUrl OfflineStudioHost::serve(const QStringList &folders)
+{
+    {
+        const std::lock_guard lock(m_folders->mutex);
+        m_folders->list = folders;
     }
     if (!m_studio) {
         m_studio = std::make_unique<studio::OfflineStudio>([folders = m_folders] {
@@ -49,8 +37,7 @@ void GenerationBackend::use(bool offline, const std::optional<QUrl> &serviceURL)
             return folders->list;
         });
     }
-    m_store.setServiceURLOverride(m_studio->baseURL());
-    m_store.setGenerationPollInterval(studioPollInterval);
+    return m_studio->baseURL();
 }
 
 } // namespace quillvane

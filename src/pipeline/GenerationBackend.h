@@ -1,15 +1,13 @@
 #pragma once
 
-// Where generation runs, decided in one place for the app and the command line: the service
-// behind its URL, or the built-in studio, started when chosen and polled far more often than
-// the service because it answers at once.
+// Where the generation client of the next operation goes: the service behind the settings'
+// URL, or the built-in offline studio when the settings choose it (started on first use and
+// serving the open project's image folders).
 
 #include "store/ProjectStore.h"
 
-#include <QObject>
-
 #include <memory>
-#include <optional>
+#include <mutex>
 
 namespace quillvane {
 
@@ -17,22 +15,32 @@ namespace studio {
 class OfflineStudio;
 }
 
-class GenerationBackend : public QObject {
+struct GenerationEndpoint {
+    QUrl baseURL;
+    std::chrono::milliseconds pollInterval{};
+    std::chrono::milliseconds timeout{};
+};
+
+// The endpoint for the store's settings. Throws Error when the offline backend is chosen and
+// the studio cannot start, or when this build has no studio.
+GenerationEndpoint generationEndpoint(const ProjectStore &store);
+
+// The built-in offline studio as the services carry it.
+class OfflineStudioHost : public LocalGenerationHost {
 public:
-    explicit GenerationBackend(ProjectStore &store, QObject *parent = nullptr);
-    ~GenerationBackend() override;
+    OfflineStudioHost();
+    ~OfflineStudioHost() override;
 
-    // Points the store's generation client at the studio (started if it is not running) or at
-    // the service: serviceURL for this run when given, else the stored setting. Throws Error
-    // when the studio cannot start; the client is then left on the service.
-    void use(bool offline, const std::optional<QUrl> &serviceURL = std::nullopt);
-
-    bool isOffline() const { return m_studio != nullptr; }
+    QUrl serve(const QStringList &folders) override;
+    std::chrono::milliseconds pollInterval() const override { return std::chrono::milliseconds(50); }
 
 private:
-    struct Folders;
+    // The folders it may serve, read by the studio's thread while the UI thread changes them.
+    struct Folders {
+        std::mutex mutex;
+        QStringList list;
+    };
 
-    ProjectStore &m_store;
     std::shared_ptr<Folders> m_folders;
     std::unique_ptr<studio::OfflineStudio> m_studio;
 };

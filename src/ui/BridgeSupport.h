@@ -39,7 +39,7 @@ QCoro::Task<> thenSelect(ProjectStore &store, QCoro::Task<T> run, PipelineStage 
     QCoro::Task<T> running = std::move(run);
     const auto outcome = co_await running;
     if (outcome.isDone())
-        store.setSelectedStage(next);
+        store.session().setSelectedStage(next);
 }
 
 inline QUuid idFrom(const QString &text)

@@ -35,7 +35,7 @@ CastBridge::CastBridge(ProjectStore &store, QObject *parent)
     , m_characters(new CharacterListModel(store, this))
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &CastBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &CastBridge::refresh);
 }
 
 void CastBridge::refresh()
@@ -67,7 +67,7 @@ void CastBridge::editStyle(QString StyleGuidance::*field, const QString &text)
 
 bool CastBridge::addCharacter(const QString &name)
 {
-    return m_store.addCharacter(name).has_value();
+    return quillvane::addCharacter(m_store.document(), name).has_value();
 }
 
 void CastBridge::addReferenceImages(const QString &characterID, const QList<QUrl> &files)
@@ -80,20 +80,20 @@ void CastBridge::addReferenceImages(const QString &characterID, const QList<QUrl
 
 void CastBridge::removeCharacter(const QString &characterID)
 {
-    m_store.removeCharacter(idFrom(characterID));
+    quillvane::removeCharacter(m_store.document(), idFrom(characterID));
 }
 
 void CastBridge::removeReferenceImage(const QString &characterID, const QString &path)
 {
-    m_store.removeReferenceImage(idFrom(characterID), pathFrom(path));
+    quillvane::removeReferenceImage(m_store.document(), idFrom(characterID), pathFrom(path));
 }
 
 void CastBridge::startStoryboard()
 {
     if (m_store.project().chunks.isEmpty())
-        launch(this, thenSelect(m_store, runRoad(m_store, RoadStage::plan, RoadStage::elements), PipelineStage::storyboard));
+        launch(this, thenSelect(m_store, runRoad(m_store, PipelineStage::storyboard, PipelineStage::storyboard), PipelineStage::storyboard));
     else
-        m_store.setSelectedStage(PipelineStage::storyboard);
+        m_store.session().setSelectedStage(PipelineStage::storyboard);
 }
 
 } // namespace quillvane::ui

@@ -38,7 +38,7 @@ IntakeBridge::IntakeBridge(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &IntakeBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &IntakeBridge::refresh);
 }
 
 void IntakeBridge::refresh()
@@ -89,7 +89,7 @@ TimingBridge::TimingBridge(ProjectStore &store, QObject *parent)
     , m_outline(new TrackOutline(store, this))
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &TimingBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &TimingBridge::refresh);
 }
 
 TimingBridge::~TimingBridge() = default;
@@ -137,7 +137,7 @@ bool TimingBridge::tap(double seconds)
         return false;
     const Done tapped = m_tapAlong->tap(seconds);
     if (tapped.isFailed())
-        m_store.setLastError(tapped.failure());
+        m_store.session().setLastError(tapped.failure());
     refresh();
     return tapped.isDone();
 }
@@ -151,9 +151,9 @@ bool TimingBridge::untap()
 
 bool TimingBridge::shiftTimes(double seconds)
 {
-    const Done shifted = m_store.shiftTranscript(seconds);
+    const Done shifted = quillvane::shiftTranscript(m_store.document(), seconds);
     if (shifted.isFailed())
-        m_store.setLastError(shifted.failure());
+        m_store.session().setLastError(shifted.failure());
     return shifted.isDone();
 }
 

@@ -39,7 +39,7 @@ public:
     QString artist() const { return m_artist; }
     void setArtist(const QString &artist);
     QString lyrics() const { return m_lyrics; }
-    void setLyrics(const QString &text) { m_store.setLyrics(text); }
+    void setLyrics(const QString &text) { quillvane::setLyrics(m_store.document(), text); }
     bool hasAudio() const { return m_hasAudio; }
     QString audioFileName() const { return m_audioFileName; }
     QString audioURL() const { return m_audioURL; }

@@ -20,36 +20,24 @@ struct ScheduledClip {
     double end = 0;
 };
 
-// Where each clip sits in the video, as the export lays them out.
+// Where each clip sits in the video, as the renderer and the exporter lay them out.
 QList<ScheduledClip> schedule(const Project &project)
 {
+    const ClipSchedule video = videoSchedule(project);
     QList<ScheduledClip> clips;
-    const double fps = double(std::clamp<qint64>(project.motion.fps, 1, 1000));
-    double at = 0;
-    if (project.motion.clipTiming == ClipTiming::followSong) {
-        for (const ClipSlot &slot : clipSlots(project)) {
-            clips.append({slot.chunkID, at, at + double(slot.frameCount) / fps});
-            at = clips.last().end;
-        }
-        return clips;
-    }
-    const double length = std::max(std::trunc(project.motion.durationSeconds * fps), 1.0) / fps;
-    for (const qsizetype position : playbackOrder(project.chunks)) {
-        clips.append({project.chunks.at(position).id, at, at + length});
-        at += length;
-    }
+    for (const ClipSlot &clip : video.clips)
+        clips.append({clip.chunkID, video.seconds(clip.firstFrame), video.seconds(clip.firstFrame + clip.frameCount)});
     return clips;
 }
 
+// The whole video's length: its clips once there are any, else the song (or its lines).
 double videoLength(const Project &project)
 {
+    if (const ClipSchedule video = videoSchedule(project); !video.clips.isEmpty())
+        return video.seconds(video.frameCount());
     if (project.motion.clipTiming == ClipTiming::followSong && project.audioDuration > 0)
         return project.audioDuration;
     double latest = 0;
-    for (const StoryboardChunk &chunk : project.chunks)
-        latest = std::max(latest, chunk.end);
-    if (latest > 0)
-        return latest;
     for (const TranscriptSegment &segment : project.transcript)
         latest = std::max(latest, segment.end);
     return latest;
@@ -72,7 +60,7 @@ MotionBridge::MotionBridge(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &MotionBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &MotionBridge::refresh);
 }
 
 void MotionBridge::refresh()
@@ -138,7 +126,7 @@ ExportBridge::ExportBridge(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &ExportBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &ExportBridge::refresh);
 }
 
 void ExportBridge::refresh()

@@ -29,15 +29,15 @@ StageListModel::StageListModel(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &StageListModel::refresh);
-    connect(&store, &ProjectStore::selectedStageChanged, this, &StageListModel::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &StageListModel::refresh);
+    connect(&store.session(), &TaskSession::selectedStageChanged, this, &StageListModel::refresh);
 }
 
 void StageListModel::refresh()
 {
     QList<Row> rows;
     for (PipelineStage stage : allPipelineStages())
-        rows.append({int(stage), caseName(m_store.status(stage)), stage == m_store.selectedStage()});
+        rows.append({int(stage), caseName(m_store.status(stage)), stage == m_store.session().selectedStage()});
     syncRows(m_rows, rows, [](const Row &row) { return row.id(); });
 }
 
@@ -80,7 +80,7 @@ TranscriptModel::TranscriptModel(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     m_rows = store.project().transcript;
-    connect(&store, &ProjectStore::projectChanged, this, [this] {
+    connect(&store.document(), &ProjectDocument::projectChanged, this, [this] {
         syncRows(m_rows, m_store.project().transcript, [](const TranscriptSegment &s) { return s.id; });
     });
 }
@@ -114,16 +114,16 @@ bool TranscriptModel::setData(const QModelIndex &index, const QVariant &value, i
         return false;
     Done edited = Done::failed({});
     if (role == TextRole)
-        edited = m_store.editSegment(index.row(), value.toString(), std::nullopt, std::nullopt);
+        edited = editSegment(m_store.document(), index.row(), value.toString(), std::nullopt, std::nullopt);
     else if (role == StartRole)
-        edited = m_store.editSegment(index.row(), std::nullopt, value.toDouble(), std::nullopt);
+        edited = editSegment(m_store.document(), index.row(), std::nullopt, value.toDouble(), std::nullopt);
     else if (role == EndRole)
-        edited = m_store.editSegment(index.row(), std::nullopt, std::nullopt, value.toDouble());
+        edited = editSegment(m_store.document(), index.row(), std::nullopt, std::nullopt, value.toDouble());
     else
         return false;
     // A refused time says why in the banner; the row keeps its time.
     if (edited.isFailed())
-        m_store.setLastError(edited.failure());
+        m_store.session().setLastError(edited.failure());
     return edited.isDone();
 }
 
@@ -150,7 +150,7 @@ CharacterListModel::CharacterListModel(ProjectStore &store, QObject *parent)
         return rows;
     };
     m_rows = rowsOf();
-    connect(&store, &ProjectStore::projectChanged, this,
+    connect(&store.document(), &ProjectDocument::projectChanged, this,
             [this, rowsOf] { syncRows(m_rows, rowsOf(), [](const Row &row) { return row.id(); }); });
 }
 
@@ -216,7 +216,7 @@ ElementListModel::ElementListModel(ProjectStore &store, QObject *parent)
         return m_store.project().plan ? m_store.project().plan->elements : QList<PlanElement>{};
     };
     m_rows = elementsOf();
-    connect(&store, &ProjectStore::projectChanged, this, [this, elementsOf] {
+    connect(&store.document(), &ProjectDocument::projectChanged, this, [this, elementsOf] {
         const int before = renderedCount();
         syncRows(m_rows, elementsOf(), [](const PlanElement &element) { return element.id; });
         if (renderedCount() != before)
@@ -269,7 +269,7 @@ ChunkListModel::ChunkListModel(ProjectStore &store, QObject *parent)
     , m_store(store)
 {
     m_rows = store.project().chunks;
-    connect(&store, &ProjectStore::projectChanged, this, [this] {
+    connect(&store.document(), &ProjectDocument::projectChanged, this, [this] {
         syncRows(m_rows, m_store.project().chunks, [](const StoryboardChunk &chunk) { return chunk.id; });
     });
 }

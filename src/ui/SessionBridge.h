@@ -44,9 +44,9 @@ public:
     Q_INVOKABLE bool undo();
     Q_INVOKABLE bool redo();
     Q_INVOKABLE void cancelTasks() { m_store.cancelRunningTasks(); }
-    Q_INVOKABLE void dismissError() { m_store.dismissError(); }
+    Q_INVOKABLE void dismissError() { m_store.session().dismissError(); }
     // A refusal a screen makes itself (a chooser that cannot open), shown as the banner.
-    Q_INVOKABLE void showError(const QString &sentence) { m_store.setLastError(sentence); }
+    Q_INVOKABLE void showError(const QString &sentence) { m_store.session().setLastError(sentence); }
     // "m:ss", or "m:ss.cc" with hundredths (see clockText).
     Q_INVOKABLE static QString clock(double seconds, bool hundredths = false);
     // A typed time in seconds, NaN when it is none (see parseClock).

@@ -8,43 +8,31 @@ namespace quillvane::ui {
 SettingsBridge::SettingsBridge(ProjectStore &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
-    , m_generation(store)
 {
-    applyBackend();
     refresh();
-    connect(&store, &ProjectStore::generationBackendChanged, this, &SettingsBridge::applyBackend);
-    for (const auto signal : {&ProjectStore::generationModelChanged, &ProjectStore::editWorkflowChanged,
-                              &ProjectStore::proxyBaseURLChanged, &ProjectStore::generationBackendChanged,
-                              &ProjectStore::timingMethodChanged})
-        connect(&store, signal, this, &SettingsBridge::refresh);
+    for (const auto signal : {&GenerationSettings::generationModelChanged, &GenerationSettings::editWorkflowChanged,
+                              &GenerationSettings::proxyBaseURLChanged, &GenerationSettings::generationBackendChanged,
+                              &GenerationSettings::timingMethodChanged})
+        connect(&store.settings(), signal, this, &SettingsBridge::refresh);
 }
 
 void SettingsBridge::refresh()
 {
-    follow(this, m_generationModel, m_store.generationModel(), &SettingsBridge::generationModelChanged);
-    follow(this, m_editWorkflow, m_store.editWorkflow(), &SettingsBridge::editWorkflowChanged);
-    follow(this, m_proxyBaseURL, m_store.proxyBaseURL(), &SettingsBridge::proxyBaseURLChanged);
-    follow(this, m_offlineStudio, m_store.generationBackend() == Backend::offline, &SettingsBridge::offlineStudioChanged);
-    follow(this, m_alignsWords, m_store.timingMethod() == TimingMethod::words, &SettingsBridge::alignsWordsChanged);
+    follow(this, m_generationModel, m_store.settings().generationModel(), &SettingsBridge::generationModelChanged);
+    follow(this, m_editWorkflow, m_store.settings().editWorkflow(), &SettingsBridge::editWorkflowChanged);
+    follow(this, m_proxyBaseURL, m_store.settings().proxyBaseURL(), &SettingsBridge::proxyBaseURLChanged);
+    follow(this, m_offlineStudio, m_store.settings().generationBackend() == Backend::offline, &SettingsBridge::offlineStudioChanged);
+    follow(this, m_alignsWords, m_store.settings().timingMethod() == TimingMethod::words, &SettingsBridge::alignsWordsChanged);
 }
 
 void SettingsBridge::setOfflineStudio(bool offline)
 {
-    m_store.setGenerationBackend(offline ? Backend::offline : Backend::service);
+    m_store.settings().setGenerationBackend(offline ? Backend::offline : Backend::service);
 }
 
 void SettingsBridge::setAlignsWords(bool words)
 {
-    m_store.setTimingMethod(words ? TimingMethod::words : TimingMethod::proportional);
-}
-
-void SettingsBridge::applyBackend()
-{
-    try {
-        m_generation.use(m_store.generationBackend() == Backend::offline);
-    } catch (const Error &error) {
-        m_store.setLastError(error.description());
-    }
+    m_store.settings().setTimingMethod(words ? TimingMethod::words : TimingMethod::proportional);
 }
 
 QString SettingsBridge::engineName() const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pipeline/GenerationBackend.h"
+#include "store/ProjectStore.h"
 
 #include <QObject>
 #include <QQmlEngine>
@@ -8,9 +8,8 @@
 namespace quillvane::ui {
 
 // The settings window's view of the preferences (AppSettings in QML): the generation models,
-// the service's address or the built-in offline studio, and how lyrics are timed. Choosing
-// the studio starts it and points generation at it; a studio that cannot start says why in
-// the banner.
+// the service's address or the built-in offline studio, and how lyrics are timed. The next
+// generation operation goes where they say.
 class SettingsBridge : public QObject {
     Q_OBJECT
     QML_ANONYMOUS
@@ -26,11 +25,11 @@ public:
     explicit SettingsBridge(ProjectStore &store, QObject *parent = nullptr);
 
     QString generationModel() const { return m_generationModel; }
-    void setGenerationModel(const QString &value) { m_store.setGenerationModel(value); }
+    void setGenerationModel(const QString &value) { m_store.settings().setGenerationModel(value); }
     QString editWorkflow() const { return m_editWorkflow; }
-    void setEditWorkflow(const QString &value) { m_store.setEditWorkflow(value); }
+    void setEditWorkflow(const QString &value) { m_store.settings().setEditWorkflow(value); }
     QString proxyBaseURL() const { return m_proxyBaseURL; }
-    void setProxyBaseURL(const QString &value) { m_store.setProxyBaseURL(value); }
+    void setProxyBaseURL(const QString &value) { m_store.settings().setProxyBaseURL(value); }
     bool offlineStudio() const { return m_offlineStudio; }
     void setOfflineStudio(bool offline);
     bool alignsWords() const { return m_alignsWords; }
@@ -48,11 +47,8 @@ Q_SIGNALS:
 
 private:
     void refresh();
-    // Starts or stops the studio to match the setting and points the client at it.
-    void applyBackend();
 
     ProjectStore &m_store;
-    GenerationBackend m_generation;
     QString m_generationModel;
     QString m_editWorkflow;
     QString m_proxyBaseURL;

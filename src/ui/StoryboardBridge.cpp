@@ -14,8 +14,8 @@ StoryboardBridge::StoryboardBridge(ProjectStore &store, QObject *parent)
 {
     // The models follow the store first, so the chosen chunk is read from rows already new.
     refresh();
-    connect(&store, &ProjectStore::projectChanged, this, &StoryboardBridge::refresh);
-    connect(&store, &ProjectStore::selectedChunkIDChanged, this, &StoryboardBridge::refresh);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &StoryboardBridge::refresh);
+    connect(&store.session(), &TaskSession::selectedChunkIDChanged, this, &StoryboardBridge::refresh);
 }
 
 void StoryboardBridge::refresh()
@@ -31,7 +31,7 @@ void StoryboardBridge::refresh()
     follow(this, m_framedCount, project.framedCount(), &StoryboardBridge::framedCountChanged);
     follow(this, m_acceptedCount, project.acceptedCount(), &StoryboardBridge::acceptedCountChanged);
     follow(this, m_allAccepted, project.allChunksAccepted(), &StoryboardBridge::allAcceptedChanged);
-    const auto chosen = m_store.selectedChunkID();
+    const auto chosen = m_store.session().selectedChunkID();
     follow(this, m_selectedChunkId, chosen ? uuidText(*chosen) : QString(), &StoryboardBridge::selectedChunkIdChanged);
     QVariantMap view = chunkView(m_selectedChunkId);
     if (view.isEmpty() && !project.chunks.isEmpty())
@@ -60,7 +60,7 @@ QVariantMap StoryboardBridge::chunkView(const QString &chunkID) const
 void StoryboardBridge::setSelectedChunkId(const QString &id)
 {
     const QUuid parsed = idFrom(id);
-    m_store.setSelectedChunkID(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
+    m_store.session().setSelectedChunkID(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
 }
 
 void StoryboardBridge::planStoryboard()
@@ -80,12 +80,12 @@ void StoryboardBridge::generateFrame(const QString &chunkID)
 
 void StoryboardBridge::generateMissingFrames()
 {
-    launch(this, runRoad(m_store, RoadStage::elements, RoadStage::frames));
+    launch(this, runRoad(m_store, PipelineStage::frames, PipelineStage::frames));
 }
 
 void StoryboardBridge::generateAllFrames()
 {
-    m_store.setSelectedStage(PipelineStage::frames);
+    m_store.session().setSelectedStage(PipelineStage::frames);
     generateMissingFrames();
 }
 

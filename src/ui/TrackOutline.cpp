@@ -12,7 +12,7 @@ TrackOutline::TrackOutline(ProjectStore &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
 {
-    connect(&store, &ProjectStore::projectChanged, this, &TrackOutline::follow);
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &TrackOutline::follow);
     follow();
 }
 

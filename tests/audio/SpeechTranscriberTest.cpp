@@ -1,6 +1,7 @@
 // The built-in recognizer with the real PocketSphinx model, on speech made by espeak-ng and
 // encoded by the ffmpeg program.
 
+#include "audio/AudioTools.h"
 #include "audio/SpeechTranscriber.h"
 #include "audio/TranscriptionError.h"
 #include "store/BlockingWait.h"
@@ -60,16 +61,6 @@ QString song()
     return path;
 }
 
-double durationOf(const QString &path)
-{
-    QProcess probe;
-    probe.start(QStringLiteral("ffprobe"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-                                            QStringLiteral("format=duration"), QStringLiteral("-of"),
-                                            QStringLiteral("csv=p=0"), path});
-    probe.waitForFinished(60000);
-    return probe.readAllStandardOutput().trimmed().toDouble();
-}
-
 TranscriptionResult transcribe(SpeechTranscriber &engine, const QString &path, CancelToken cancel = {})
 {
     return blockingWait(engine.transcribe(path, [](QString) { ADD_FAILURE() << "no progress expected"; }, cancel));
@@ -86,21 +77,6 @@ std::optional<TranscriptionError::Case> failureOf(SpeechTranscriber &engine, con
     return std::nullopt;
 }
 
-TEST(GroupWords, CutsIntoConsecutiveChunksThatSpanTheirWords)
-{
-    QList<TimedChunk> words; // word i runs from i s to i + 0.5 s
-    for (int i = 0; i < 13; ++i)
-        words << TimedChunk{QStringLiteral("w%1").arg(i), double(i), i + 0.5};
-    EXPECT_EQ(SpeechTranscriber::groupWords(words, 6),
-              (QList<TimedChunk>{{QStringLiteral("w0 w1 w2 w3 w4 w5"), 0, 5.5},
-                                 {QStringLiteral("w6 w7 w8 w9 w10 w11"), 6, 11.5},
-                                 {QStringLiteral("w12"), 12, 12.5}}));
-    EXPECT_EQ(SpeechTranscriber::groupWords(words.mid(0, 2), 0),
-              (QList<TimedChunk>{{QStringLiteral("w0"), 0, 0.5}, {QStringLiteral("w1"), 1, 1.5}}))
-        << "a size below one counts as one";
-    EXPECT_TRUE(SpeechTranscriber::groupWords({}, 6).isEmpty());
-}
-
 // ---- Recognition ---------------------------------------------------------------------------
 
 TEST(SpeechRecognition, HearsTimedWordsInChunksOfSix)
@@ -108,7 +84,7 @@ TEST(SpeechRecognition, HearsTimedWordsInChunksOfSix)
     SpeechTranscriber engine;
     ASSERT_TRUE(engine.isAvailable()) << "the pocketsphinx-en-us model is not installed";
     const QString path = song();
-    const double duration = durationOf(path);
+    const double duration = AudioTools::readMetadataNow(path).duration;
 
     const TranscriptionResult result = transcribe(engine, path);
 

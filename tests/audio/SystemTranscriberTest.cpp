@@ -48,6 +48,11 @@ TEST(SystemTranscriber, PicksAnEngineAndFallsBackWhenWhisperFails)
     } cases[] = {
         {"whisper works", true, false, true, QStringLiteral("Local Whisper"),
          {QStringLiteral("Transcribing with Local Whisper")}, QStringLiteral("from whisper"), std::nullopt},
+        {"whisper fails: the built-in engine takes over", true, true, true, QStringLiteral("Local Whisper"),
+         {QStringLiteral("Transcribing with Local Whisper"),
+          QStringLiteral("Local Whisper failed (") + noOutput + QStringLiteral("); falling back to Built-in Speech"),
+          QStringLiteral("Transcribing with Built-in Speech")},
+         QStringLiteral("from speech"), std::nullopt},
         {"whisper fails and no fallback: its error", true, true, false, QStringLiteral("Local Whisper"),
          {QStringLiteral("Transcribing with Local Whisper")}, std::nullopt, noOutput},
         {"no whisper, speech usable", false, false, true, QStringLiteral("Built-in Speech"),

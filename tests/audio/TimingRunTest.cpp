@@ -43,14 +43,14 @@ TEST(TimingRun, LaysTheLyricLinesOverTheHeardChunks)
     f.engine->statusLine = QStringLiteral("Transcribing with Local Whisper");
     std::optional<QString> labelWhileTranscribing;
     f.engine->respond = [&f, &labelWhileTranscribing](const QString &) {
-        labelWhileTranscribing = f.store.runningTask();
+        labelWhileTranscribing = f.store.session().runningTask();
         return TranscriptionResult{QStringLiteral("not used"),
                                    {{QStringLiteral("a"), 0, 5}, {QStringLiteral("b"), 5, 10}}};
     };
     const Project before = f.store.project();
     blockingWait(startTiming(f.store));
 
-    EXPECT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
+    EXPECT_FALSE(f.store.session().lastError()) << f.store.session().lastError()->toStdString();
     EXPECT_EQ(labelWhileTranscribing, QStringLiteral("Transcribing with Local Whisper"));
     const Project &after = f.store.project();
     ASSERT_EQ(after.transcript.size(), 4);
@@ -60,7 +60,7 @@ TEST(TimingRun, LaysTheLyricLinesOverTheHeardChunks)
     EXPECT_EQ(after.lyricsSource, before.lyricsSource);
     EXPECT_GT(after.updatedAt, before.updatedAt);
     EXPECT_EQ(f.engine->calls, QStringList{QStringLiteral("/music/missing.mp3")});
-    EXPECT_FALSE(f.store.runningTask());
+    EXPECT_FALSE(f.store.session().runningTask());
 }
 
 TEST(TimingRun, StopsBeforeTranscribingWhenItCannotOrNeedNotRun)
@@ -82,7 +82,7 @@ TEST(TimingRun, StopsBeforeTranscribingWhenItCannotOrNeedNotRun)
     for (const auto &c : cases) {
         Fixture f(c.project);
         blockingWait(startTiming(f.store));
-        EXPECT_EQ(f.store.lastError(), c.error) << c.name;
+        EXPECT_EQ(f.store.session().lastError(), c.error) << c.name;
         EXPECT_EQ(f.store.project(), c.project) << c.name;
         EXPECT_TRUE(f.engine->calls.isEmpty()) << c.name;
     }
@@ -96,7 +96,7 @@ TEST(TimingRun, AFailedTranscriptionLeavesTheProjectAsItWas)
     };
     const Project before = f.store.project();
     blockingWait(startTiming(f.store));
-    EXPECT_EQ(f.store.lastError(), QStringLiteral("Transcription failed: Whisper produced no output."));
+    EXPECT_EQ(f.store.session().lastError(), QStringLiteral("Transcription failed: Whisper produced no output."));
     EXPECT_EQ(f.store.project(), before);
 }
 
@@ -128,15 +128,15 @@ TEST(TimingRun, WithTheAlignerEachLineSpansItsWordsOrFallsBackToProportionWhenNo
         aligner->respond = c.respond;
         ProjectStore store(temp.library(), withLyrics(QStringLiteral("one more\ntwo")),
                            PipelineServices{transcriber, {}, {}, {}, aligner});
-        store.setTimingMethod(c.method);
+        store.settings().setTimingMethod(c.method);
         QStringList statuses;
-        QObject::connect(&store, &ProjectStore::runningTaskChanged, [&] {
-            if (store.runningTask())
-                statuses << *store.runningTask();
+        QObject::connect(&store.session(), &TaskSession::runningTaskChanged, [&] {
+            if (store.session().runningTask())
+                statuses << *store.session().runningTask();
         });
         blockingWait(startTiming(store));
 
-        EXPECT_FALSE(store.lastError()) << c.name;
+        EXPECT_FALSE(store.session().lastError()) << c.name;
         const QList<TranscriptSegment> &transcript = store.project().transcript;
         ASSERT_EQ(transcript.size(), 2) << c.name;
         EXPECT_EQ(transcriber->calls.size(), 1) << c.name << ": the track is heard beside the alignment";
@@ -175,10 +175,10 @@ TEST(Lyrics, EditingTheTextThrowsTheTranscriptAwayButTheSameTextChangesNothing)
     timed.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4, {}}};
     Fixture f(timed);
 
-    f.store.setLyrics(QStringLiteral("City lights"));
+    setLyrics(f.store.document(), QStringLiteral("City lights"));
     EXPECT_EQ(f.store.project(), timed);
 
-    f.store.setLyrics(QStringLiteral("City light"));
+    setLyrics(f.store.document(), QStringLiteral("City light"));
     EXPECT_EQ(f.store.project().rawLyrics, QStringLiteral("City light"));
     EXPECT_EQ(f.store.project().lyricsSource, LyricsSource::manual);
     EXPECT_TRUE(f.store.project().transcript.isEmpty());
@@ -219,7 +219,7 @@ TEST(Lyrics, ALineIsRetimedInPlaceAndLinesStayInTimeOrder)
     };
     for (const auto &c : cases) {
         Fixture f(timed);
-        const Done outcome = f.store.editSegment(c.index, c.text, c.start, c.end);
+        const Done outcome = editSegment(f.store.document(), c.index, c.text, c.start, c.end);
         Project expected = timed;
         if (c.expected)
             c.expected(expected);
@@ -235,7 +235,7 @@ TEST(Lyrics, ShiftMovesEveryLineAndItsWordsOrNothing)
                         TranscriptSegment{QUuid::createUuid(), QStringLiteral("c"), 4, 8, {}}};
     for (const double seconds : {2.25, -1.5}) {
         Fixture f(timed);
-        EXPECT_TRUE(f.store.shiftTranscript(seconds).isDone()) << seconds;
+        EXPECT_TRUE(shiftTranscript(f.store.document(), seconds).isDone()) << seconds;
         const QList<TranscriptSegment> &lines = f.store.project().transcript;
         for (qsizetype i = 0; i < lines.size(); ++i) {
             EXPECT_DOUBLE_EQ(lines[i].start, timed.transcript[i].start + seconds) << seconds;
@@ -244,9 +244,9 @@ TEST(Lyrics, ShiftMovesEveryLineAndItsWordsOrNothing)
         EXPECT_DOUBLE_EQ(lines[0].words[1].start, 2 + seconds) << seconds;
     }
     Fixture f(timed);
-    EXPECT_EQ(f.store.shiftTranscript(-1.6),
+    EXPECT_EQ(shiftTranscript(f.store.document(), -1.6),
               Done::failed(QStringLiteral("Shifting by -1.60 s would move the first line before the start of the song.")));
     EXPECT_EQ(f.store.project(), timed);
     Fixture empty(withLyrics(QStringLiteral("a")));
-    EXPECT_TRUE(empty.store.shiftTranscript(1).isFailed());
+    EXPECT_TRUE(shiftTranscript(empty.store.document(), 1).isFailed());
 }

@@ -78,16 +78,12 @@ TEST(CliAudio, TimingProducesTheTranscriptAndSegmentsCanBeCorrected)
     EXPECT_EQ(home.savedProject().transcript.at(1).text, QStringLiteral("Down the road"));
     EXPECT_EQ(home.savedProject().transcript.at(1).end, 6.25);
 
-    // A refused correction changes nothing; shift moves every line.
+    // A refused correction changes nothing.
     const Project before = home.savedProject();
     const CliResult late = home.run(args("segment 3 --start") << QString::number(before.transcript.at(3).start + 0.5));
     EXPECT_EQ(late.exitCode, 1);
     EXPECT_TRUE(late.err.startsWith(QStringLiteral("error: Line 3 cannot start after line 4"))) << late.err.toStdString();
     EXPECT_EQ(home.savedProject(), before);
-    const CliResult shifted = home.run(args("shift 0.5"));
-    EXPECT_EQ(shifted.exitCode, 0) << shifted.err.toStdString();
-    EXPECT_DOUBLE_EQ(home.savedProject().transcript.at(2).start, before.transcript.at(2).start + 0.5);
-    EXPECT_EQ(home.run(args("shift soon")).exitCode, 2);
 
     const CliResult edited = home.run(args("lyrics -"), "New line one\n\nNew line two\n");
     EXPECT_EQ(edited.out.trimmed(), QStringLiteral("2 lines"));
@@ -122,6 +118,7 @@ namespace {
 // The names are as awkward as a user's can be (blanks, both quotes, non-ASCII, a leading
 // dash, a shell's special characters), and they pass through every process and file the road
 // touches: whisper's command line, FFmpeg, the studio's references, the clips and the export.
+// The offline studio is chosen once in the settings and used by every later command.
 TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
 {
     QTemporaryDir root;
@@ -134,8 +131,9 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     home.timeout = std::chrono::minutes(3);
     home.workingDirectory = tracks; // the track is named relative to here, dash first
     installWhisper(home, hearsTheLyrics);
+    ASSERT_EQ(home.run(args("settings --backend offline")).exitCode, 0);
 
-    const CliResult uncast = home.run({QStringLiteral("--offline"), QStringLiteral("run"), trackName});
+    const CliResult uncast = home.run({QStringLiteral("run"), trackName});
     EXPECT_EQ(uncast.exitCode, 1);
     EXPECT_TRUE(uncast.err.contains(
         QStringLiteral("Add a character with a reference image before planning — the plan is built around it.")))
@@ -146,7 +144,7 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     const QString image = tracks + QStringLiteral("/-face \"Mïa\" 'one'.png");
     face.save(image);
     const QString folder = tracks + QStringLiteral("/-videos \"out\" ü");
-    const CliResult road = home.run(args("--offline run") << trackName << args("--character Mia --accept-all --resolution 720p")
+    const CliResult road = home.run(QStringList{QStringLiteral("run"), trackName} + args("--character Mia --accept-all --resolution 720p")
                                     << QStringLiteral("--image") << image << QStringLiteral("--to") << folder);
     ASSERT_EQ(road.exitCode, 0) << road.err.toStdString();
     EXPECT_FALSE(road.err.contains(QStringLiteral(" @ 0x"))) << "FFmpeg's own notes stay out";
@@ -161,6 +159,23 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     EXPECT_TRUE(project.allChunksAccepted());
     ASSERT_EQ(project.characters.size(), 1);
     EXPECT_EQ(project.characters[0].referenceImagePaths, QStringList{image});
+    ASSERT_TRUE(project.plan);
+    for (const PlanElement &element : project.plan->elements)
+        EXPECT_TRUE(QFileInfo::exists(element.imageLocalPath.value_or(QString()))) << element.id.toStdString();
+
+    // Each command is a new process with a new studio: a frame painted by the last one can
+    // still be edited, from the file the project holds.
+    const CliResult edited = home.run({QStringLiteral("edit"), QStringLiteral("1"), QStringLiteral("make the sky sunset orange")});
+    ASSERT_EQ(edited.exitCode, 0) << edited.err.toStdString();
+    const StoryboardChunk first = home.savedProject().chunks.first();
+    ASSERT_EQ(first.undoStack.size(), 1);
+    const QImage before(first.undoStack.first().localPath);
+    const QImage after(first.frame->localPath);
+    ASSERT_EQ(after.size(), QSize(1920, 1080));
+    ASSERT_EQ(before.size(), after.size());
+    const QColor was = before.pixelColor(40, 40);
+    const QColor now = after.pixelColor(40, 40);
+    EXPECT_GT(now.red() - now.blue(), was.red() - was.blue()) << "the sunset tint warms the picture";
 }
 
 } // namespace

@@ -19,9 +19,9 @@ QStringList printedDuring(bool terminal)
         const ProgressPrinter printer(store, [&](const QString &text) { written.append(text); }, terminal);
         blockingWait(store.run(QStringLiteral("Reading audio"), [&](CancelToken) -> QCoro::Task<> {
             for (const double fraction : {0.001, 0.004, 0.011, 0.5, 0.509})
-                store.setTaskProgress(fraction);
-            store.setRunningTask(QStringLiteral("Verifying lyrics (first & last 30s)"));
-            store.setTaskProgress(1.0);
+                store.session().setTaskProgress(fraction);
+            store.session().setRunningTask(QStringLiteral("Verifying lyrics (first & last 30s)"));
+            store.session().setTaskProgress(1.0);
             co_return;
         }));
     }
@@ -30,7 +30,9 @@ QStringList printedDuring(bool terminal)
 
 } // namespace
 
-TEST(ProgressPrinter, OutsideATerminalPrintsALinePerLabelOrWholePercent)
+// Outside a terminal a line per label or whole percent; on a terminal one line updated in
+// place and cleared at the end.
+TEST(ProgressPrinter, PrintsALinePerStepOrUpdatesOneLineOnATerminal)
 {
     EXPECT_EQ(printedDuring(false), (QStringList{
                                         QStringLiteral("Reading audio\n"),
@@ -40,10 +42,6 @@ TEST(ProgressPrinter, OutsideATerminalPrintsALinePerLabelOrWholePercent)
                                         QStringLiteral("Verifying lyrics (first & last 30s) 50%\n"),
                                         QStringLiteral("Verifying lyrics (first & last 30s) 100%\n"),
                                     }));
-}
-
-TEST(ProgressPrinter, OnATerminalUpdatesOneLineAndClearsItAtTheEnd)
-{
     const QStringList written = printedDuring(true);
     ASSERT_FALSE(written.isEmpty());
     for (const QString &text : written) {

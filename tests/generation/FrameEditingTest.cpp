@@ -128,30 +128,28 @@ INSTANTIATE_TEST_SUITE_P(FrameEditing, HistoryStep, testing::ValuesIn(stepCases)
 
 class FrameReview : public StoreTest {};
 
-TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndCountsAcceptedChunks)
+TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneChange)
 {
-    QList<StoryboardChunk> chunks;
-    for (int i = 0; i < 4; ++i)
-        chunks << chunkFrom("| a |");
-    chunks << StoryboardChunk{};
-    open(chunks);
-    store->editProject([](Project &project) { project.chunks[0].frame->review.styleContinuous = false; });
-    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("4/5 checks"));
-    EXPECT_EQ(store->project().acceptedCount(), 3);
-
+    open({chunkFrom("| x |"), chunkFrom("| y |"), chunkFrom("| a |"), StoryboardChunk{}});
     setReviewCheck(*store, chunk(0).id, ReviewCheck::styleContinuous, true);
-    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("Accepted"));
-    EXPECT_EQ(store->project().acceptedCount(), 4);
-    EXPECT_FALSE(store->project().allChunksAccepted()) << "the chunk without a frame holds export back";
+    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("3/5 checks"));
+    EXPECT_EQ(store->project().acceptedCount(), 1);
 
     // Checking a chunk without a frame, or any step on an unknown chunk, changes nothing.
     const QList<StoryboardChunk> before = store->project().chunks;
-    setReviewCheck(*store, chunk(4).id, ReviewCheck::readable, true);
+    setReviewCheck(*store, chunk(3).id, ReviewCheck::readable, true);
     setReviewCheck(*store, QUuid::createUuid(), ReviewCheck::readable, true);
     undoFrame(*store, QUuid::createUuid());
     redoFrame(*store, QUuid::createUuid());
     EXPECT_EQ(store->project().chunks, before);
 
+    int changes = 0;
+    QObject::connect(&store->document(), &ProjectDocument::projectChanged, [&] { ++changes; });
+    passAllChecks(*store, {chunk(0).id, chunk(1).id, chunk(3).id});
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(reviewSummary(chunk(1).frame->review), QStringLiteral("Accepted"));
+    EXPECT_EQ(store->project().acceptedCount(), 3);
+    EXPECT_FALSE(store->project().allChunksAccepted()) << "the chunk without a frame holds export back";
     EXPECT_FALSE(Project{}.allChunksAccepted()) << "an empty storyboard is never accepted";
 }
 
@@ -163,14 +161,14 @@ protected:
     // The shared session keeps its connections open; closing them lets the server stop at once.
     void TearDown() override { sharedNetwork()->clearConnectionCache(); }
 
-    QString workflowPath() const { return QLatin1Char('/') + store->editWorkflow(); }
+    QString workflowPath() const { return QLatin1Char('/') + store->settings().editWorkflow(); }
 
     void openWithFrame(std::optional<GeneratedFrame> frame)
     {
         StoryboardChunk only;
         only.frame = std::move(frame);
         open({StoryboardChunk{}, only});
-        store->setServiceURLOverride(server.baseURL());
+        store->settings().chooseForThisRun(std::nullopt, server.baseURL());
     }
 
     // Every edit job completes at once; result N names the image /edited/N.png.
@@ -211,13 +209,13 @@ TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
     const GeneratedFrame generated = *chunk(1).frame;
     scriptService(3);
     QStringList tasks;
-    QObject::connect(store.get(), &ProjectStore::runningTaskChanged, [&] {
-        if (const auto task = store->runningTask())
+    QObject::connect(&store->session(), &TaskSession::runningTaskChanged, [&] {
+        if (const auto task = store->session().runningTask())
             tasks << *task;
     });
 
     edit(QStringLiteral("  make the sky sunset orange\n"));
-    ASSERT_EQ(store->lastError(), std::nullopt);
+    ASSERT_EQ(store->session().lastError(), std::nullopt);
     EXPECT_EQ(tasks, (QStringList{QStringLiteral("Editing frame 2"), QStringLiteral("In queue (position 2)")}));
     EXPECT_EQ(submissions().last(),
               (QJsonObject{{QStringLiteral("frame_to_edit"), QJsonArray{*generated.remoteURL}},
@@ -248,7 +246,7 @@ TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
     EXPECT_TRUE(chunk(1).redoStack.isEmpty());
     EXPECT_EQ(chunk(1).frame->editRequest, QStringLiteral("add rain"));
     EXPECT_EQ(submissions().size(), 3);
-    EXPECT_EQ(store->runningTask(), std::nullopt);
+    EXPECT_EQ(store->session().runningTask(), std::nullopt);
 }
 
 struct RefusedCase {
@@ -283,7 +281,7 @@ TEST_P(EditRefused, SendsNothing)
 
     edit(QString::fromUtf8(c.request));
 
-    EXPECT_EQ(store->lastError(), c.error);
+    EXPECT_EQ(store->session().lastError(), c.error);
     EXPECT_TRUE(server.requests().isEmpty());
     EXPECT_EQ(store->project(), before);
 }
@@ -300,13 +298,13 @@ TEST_F(FrameEditing, AFailedEditLeavesTheHistoryAsItWas)
     scriptService(1);
     server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), {reply(R"({"images":[]})")});
     edit(QStringLiteral("make it blue"));
-    EXPECT_EQ(store->lastError(), QStringLiteral("No image was returned."));
+    EXPECT_EQ(store->session().lastError(), QStringLiteral("No image was returned."));
     EXPECT_EQ(store->project(), before);
 
     server.script(QStringLiteral("POST"), workflowPath(), {reply(R"({"detail":"busy"})", 503)});
     edit(QStringLiteral("make it blue"));
-    ASSERT_TRUE(store->lastError());
-    EXPECT_TRUE(store->lastError()->startsWith(QStringLiteral("Generation error 503"))) << store->lastError()->toStdString();
+    ASSERT_TRUE(store->session().lastError());
+    EXPECT_TRUE(store->session().lastError()->startsWith(QStringLiteral("Generation error 503"))) << store->session().lastError()->toStdString();
     EXPECT_EQ(store->project(), before);
 }
 

@@ -60,12 +60,13 @@ protected:
     // The shared session keeps its connections open; closing them lets the server stop at once.
     void TearDown() override { sharedNetwork()->clearConnectionCache(); }
 
-    void open(const Project &project)
+    void open(const Project &project, std::chrono::milliseconds timeout = StoreOptions{}.generationTimeout)
     {
         StoreOptions options;
         options.generationPollInterval = 1ms;
+        options.generationTimeout = timeout;
         store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{}, options);
-        store->setServiceURLOverride(server.baseURL());
+        store->settings().chooseForThisRun(std::nullopt, server.baseURL());
     }
     // Serves /img/<name>.png for each name and returns, in turn, a result naming each.
     QList<ScriptedReply> serveImages(const QStringList &names)
@@ -169,19 +170,19 @@ TEST_F(FrameGenerationTest, RendersOnlyPendingElementsLabelledByTheirPlaceInTheP
                           element(QStringLiteral("e6"), QStringLiteral("https://fal.media/6.png"))}));
     scriptJobs(elementPath, {accepted}, {QStringLiteral("second"), QStringLiteral("fifth")});
     QStringList labels;
-    QObject::connect(store.get(), &ProjectStore::runningTaskChanged,
-                     [&] { labels << store->runningTask().value_or(QStringLiteral("(none)")); });
+    QObject::connect(&store->session(), &TaskSession::runningTaskChanged,
+                     [&] { labels << store->session().runningTask().value_or(QStringLiteral("(none)")); });
 
     blockingWait(startRenderElements(*store));
 
-    EXPECT_EQ(store->lastError(), std::nullopt);
+    EXPECT_EQ(store->session().lastError(), std::nullopt);
     EXPECT_EQ(labels, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 2/6: neon/sign 2"),
                                    QStringLiteral("Rendering element 5/6: e5"), QStringLiteral("(none)")}));
     const QList<RecordedRequest> requests = server.requests();
     ASSERT_FALSE(requests.isEmpty());
     EXPECT_EQ(requests[0].body, QByteArray(R"({"element_id":"neon/sign 2","shot_plan":"{\"shots\":[]}"})"));
 
-    const QString file = store->media().elementImagePath(slashed);
+    const QString file = store->document().media().elementImagePath(slashed);
     EXPECT_TRUE(file.endsWith(QStringLiteral("/elements/neon-sign_2.png")));
     EXPECT_EQ(planElement(1).imageRemoteURL, imageURL(QStringLiteral("second")));
     EXPECT_EQ(planElement(1).imageLocalPath, file);
@@ -205,8 +206,8 @@ TEST_F(FrameGenerationTest, AFailedElementKeepsTheEarlierOnesAndLeavesTheRestPen
 
     blockingWait(startRenderElements(*store));
 
-    EXPECT_TRUE(store->lastError().has_value());
-    EXPECT_EQ(store->runningTask(), std::nullopt);
+    EXPECT_TRUE(store->session().lastError().has_value());
+    EXPECT_EQ(store->session().runningTask(), std::nullopt);
     EXPECT_EQ(planElement(0).imageRemoteURL, imageURL(QStringLiteral("a")));
     EXPECT_EQ(planElement(1).imageRemoteURL, imageURL(QStringLiteral("b")));
     EXPECT_EQ(planElement(2).imageRemoteURL, std::nullopt);
@@ -227,10 +228,10 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     QList<QUuid> made;
     for (int i = 0; i < 3; ++i) {
         blockingWait(startGenerateFrame(*store, first.id));
-        ASSERT_EQ(store->lastError(), std::nullopt);
+        ASSERT_EQ(store->session().lastError(), std::nullopt);
         const GeneratedFrame &frame = *store->project().chunks[0].frame;
         made << frame.id;
-        EXPECT_EQ(frame.localPath, store->media().framePath(first.id, frame.id));
+        EXPECT_EQ(frame.localPath, store->document().media().framePath(first.id, frame.id));
         EXPECT_TRUE(frame.localPath.endsWith(QStringLiteral("/frames/%1_%2.png")
                                                  .arg(uuidText(first.id), uuidText(frame.id))));
         EXPECT_EQ(readFile(frame.localPath), png(Qt::red));
@@ -269,7 +270,7 @@ TEST_F(FrameGenerationTest, AWebPFrameIsTaken)
     server.serveFile(QStringLiteral("/img/webp.png"), webp, "image/webp");
 
     blockingWait(startGenerateFrame(*store, first.id));
-    ASSERT_EQ(store->lastError(), std::nullopt);
+    ASSERT_EQ(store->session().lastError(), std::nullopt);
     const QImage saved(store->project().chunks[0].frame->localPath);
     EXPECT_EQ(saved.size(), QSize(64, 36));
 }
@@ -311,7 +312,7 @@ TEST_P(FrameBatch, RendersPendingElementsThenFramesOneAtATime)
     const QStringList images = {QStringLiteral("sign"), QStringLiteral("f1"), QStringLiteral("f2"), QStringLiteral("f3")};
     server.script(QStringLiteral("GET"), resultPath, serveImages(images));
 
-    const auto outcome = blockingWait(runRoad(*store, RoadStage::elements, RoadStage::frames));
+    const auto outcome = blockingWait(runRoad(*store, PipelineStage::frames, PipelineStage::frames));
 
     EXPECT_EQ(outcome.isFailed(), c.fails);
     EXPECT_EQ(planElement(0).imageRemoteURL, imageURL(QStringLiteral("sign")));
@@ -320,9 +321,9 @@ TEST_P(FrameBatch, RendersPendingElementsThenFramesOneAtATime)
     for (qsizetype i = 0; i < c.framed.size(); ++i)
         EXPECT_EQ(chunks[i].frame.has_value(), c.framed[i]) << "chunk " << i;
     EXPECT_EQ(chunks[1].frame, framed.frame) << "a framed chunk is left alone";
-    EXPECT_EQ(store->lastError().has_value(), c.fails);
+    EXPECT_EQ(store->session().lastError().has_value(), c.fails);
     if (!c.error.isEmpty()) {
-        EXPECT_EQ(store->lastError(), c.error);
+        EXPECT_EQ(store->session().lastError(), c.error);
     }
 
     // One at a time: each frame's image is fetched before the next job is submitted.
@@ -368,7 +369,7 @@ TEST_F(FrameGenerationTest, ACancelDuringOneFrameStartsNoLaterFrame)
     const auto &chunks = store->project().chunks;
     EXPECT_TRUE(chunks[0].isFramed());
     EXPECT_FALSE(chunks[1].isFramed() || chunks[2].isFramed() || chunks[3].isFramed());
-    EXPECT_FALSE(store->lastError() || store->runningTask());
+    EXPECT_FALSE(store->session().lastError() || store->session().runningTask());
 }
 
 } // namespace
@@ -411,10 +412,10 @@ TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
         StoryboardChunk first = chunk(0);
         first.frame = GeneratedFrame{};
         first.frame->localPath = QStringLiteral("/earlier/frame.png");
-        open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
-        store->setGenerationTimeout(500ms);
+        open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}),
+             500ms);
         if (fault.refuseConnection)
-            store->setServiceURLOverride(QUrl(QStringLiteral("http://127.0.0.1:1")));
+            store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
         server.script(QStringLiteral("POST"), framePath, fault.submit);
         server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
         const QJsonObject result{{QStringLiteral("images"), QJsonArray{QJsonObject{{QStringLiteral("url"), imageURL(QStringLiteral("frame"))}}}}};
@@ -423,10 +424,10 @@ TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
         const Project before = store->project();
 
         blockingWait(startGenerateFrame(*store, first.id));
-        ASSERT_TRUE(store->lastError());
-        EXPECT_TRUE(store->lastError()->contains(fault.sentence)) << qPrintable(*store->lastError());
+        ASSERT_TRUE(store->session().lastError());
+        EXPECT_TRUE(store->session().lastError()->contains(fault.sentence)) << qPrintable(*store->session().lastError());
         EXPECT_EQ(store->project(), before);
-        EXPECT_TRUE(QDir(store->media().framesFolder()).entryList(QDir::Files).isEmpty());
+        EXPECT_TRUE(QDir(store->document().media().framesFolder()).entryList(QDir::Files).isEmpty());
         sharedNetwork()->clearConnectionCache();
     }
 }

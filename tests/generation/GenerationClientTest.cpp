@@ -1,4 +1,4 @@
-#include "generation/GenerationClient.h"
+#include "pipeline/GenerationOperations.h"
 #include "model/PipelineConfig.h"
 #include "support/Fixtures.h"
 
@@ -11,12 +11,12 @@ TEST(GenerationClient, AServiceForThisRunIsUsedAsGivenAndNeverStored)
 {
     test::TempLibrary temp;
     ProjectStore store(temp.library());
-    store.setProxyBaseURL(QStringLiteral("https://mine.example/custom/"));
-    store.setServiceURLOverride(QUrl(QStringLiteral("http://127.0.0.1:8765/studio/")));
+    store.settings().setProxyBaseURL(QStringLiteral("https://mine.example/custom/"));
+    store.settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:8765/studio/")));
     EXPECT_EQ(makeGenerationClient(store).baseURL(), QUrl(QStringLiteral("http://127.0.0.1:8765/studio/")));
     EXPECT_EQ(temp.library().preferences().string(QString::fromUtf8(preferenceKeys::proxyBaseURL)),
               QStringLiteral("https://mine.example/custom"));
 
-    store.setServiceURLOverride(std::nullopt);
+    store.settings().chooseForThisRun(std::nullopt, std::nullopt);
     EXPECT_EQ(makeGenerationClient(store).baseURL(), QUrl(QStringLiteral("https://mine.example/custom")));
 }

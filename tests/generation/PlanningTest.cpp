@@ -103,12 +103,12 @@ TEST_P(PlanningPrecondition, FailsBeforeAnythingIsSentAndKeepsTheStoryboard)
     PlanningFixture f(GetParam().arrange);
     f.store->editProject([](Project &p) { p.chunks = {oldChunk(1, "a", "kept")}; });
     // Nothing listens here: a request would fail with a transport error, not the precondition.
-    f.store->setServiceURLOverride(QUrl(QStringLiteral("http://127.0.0.1:1")));
+    f.store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
     const Project before = f.store->project();
 
     blockingWait(startPlanning(*f.store));
 
-    EXPECT_EQ(f.store->lastError(), PipelineError::message(GetParam().expected));
+    EXPECT_EQ(f.store->session().lastError(), PipelineError::message(GetParam().expected));
     EXPECT_TRUE(f.store->project() == before);
 }
 
@@ -157,23 +157,23 @@ TEST_F(PlanningRun, SendsTheProjectShowsTheQueueAndKeepsMatchingFrames)
         p.chunks = {oldChunk(1, "a", "one"), oldChunk(2, "b", "two"), three, oldChunk(3, "x", "three again"),
                     oldChunk(4, "b", "four")};
     });
-    f.store->setServiceURLOverride(server->baseURL());
+    f.store->settings().chooseForThisRun(std::nullopt, server->baseURL());
     const Project before = f.store->project();
     scriptJob({reply(R"({"status":"IN_QUEUE","queue_position":2})"), reply(R"({"status":"IN_QUEUE","queue_position":0})"),
                reply(R"({"status":"COMPLETED"})")},
               replan);
     QStringList shown;
-    QObject::connect(f.store.get(), &ProjectStore::runningTaskChanged, [&] {
-        if (const auto task = f.store->runningTask())
+    QObject::connect(&f.store->session(), &TaskSession::runningTaskChanged, [&] {
+        if (const auto task = f.store->session().runningTask())
             shown.append(*task);
     });
 
     blockingWait(startPlanning(*f.store));
     processEventsUntil([&] { return shown.size() >= 2; }, 1s);
 
-    ASSERT_EQ(f.store->lastError(), std::nullopt);
+    ASSERT_EQ(f.store->session().lastError(), std::nullopt);
     EXPECT_EQ(shown, (QStringList{QStringLiteral("Planning storyboard"), QStringLiteral("In queue (position 2)")}));
-    EXPECT_EQ(f.store->runningTask(), std::nullopt);
+    EXPECT_EQ(f.store->session().runningTask(), std::nullopt);
 
     ASSERT_EQ(server->count(QStringLiteral("POST"), plannerPath), 1);
     QJsonObject sent;
@@ -229,13 +229,13 @@ TEST_F(PlanningRun, AFailedRunLeavesTheStoryboardUntouched)
             p.plan->motif = QStringLiteral("old motif");
             p.chunks = {oldChunk(3, "c", "three")};
         });
-        f.store->setServiceURLOverride(server->baseURL());
+        f.store->settings().chooseForThisRun(std::nullopt, server->baseURL());
         const Project before = f.store->project();
         scriptJob({reply(c.status)}, c.result);
 
         blockingWait(startPlanning(*f.store));
 
-        EXPECT_EQ(f.store->lastError(), c.expectedError);
+        EXPECT_EQ(f.store->session().lastError(), c.expectedError);
         EXPECT_TRUE(f.store->project() == before);
     }
 }

@@ -1,4 +1,4 @@
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 #include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
 #include "media/MediaFixtures.h"
@@ -92,10 +92,10 @@ TEST(MediaRuns, NothingRendersOrExportsUntilTheFramesAreAccepted)
             EXPECT_EQ(exportedPath(f.store), std::nullopt);
         else
             blockingWait(startRenderMotion(f.store));
-        EXPECT_EQ(f.store.lastError(), notReviewed);
+        EXPECT_EQ(f.store.session().lastError(), notReviewed);
         EXPECT_EQ(f.store.project(), before);
-        EXPECT_FALSE(QDir(f.store.media().clipsFolder()).exists()
-                     && !QDir(f.store.media().clipsFolder()).isEmpty());
+        EXPECT_FALSE(QDir(f.store.document().media().clipsFolder()).exists()
+                     && !QDir(f.store.document().media().clipsFolder()).isEmpty());
     }
 }
 
@@ -105,15 +105,15 @@ TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
     const QString still = solidStill(dir, QStringLiteral("s.png"), Qt::red);
     Fixture f({chunk(0, still, true), chunk(1, still, false), chunk(2, still, true), chunk(3, still, true)});
     QList<double> progress;
-    QObject::connect(&f.store, &ProjectStore::taskProgressChanged, [&] {
-        if (f.store.taskProgress())
-            progress.append(*f.store.taskProgress());
+    QObject::connect(&f.store.session(), &TaskSession::taskProgressChanged, [&] {
+        if (f.store.session().taskProgress())
+            progress.append(*f.store.session().taskProgress());
     });
     blockingWait(startRenderMotion(f.store));
 
-    ASSERT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
+    ASSERT_FALSE(f.store.session().lastError()) << f.store.session().lastError()->toStdString();
     for (qsizetype i : {0, 2, 3}) {
-        EXPECT_EQ(f.at(i).frame->motionClipPath, f.store.media().clipPath(f.at(i).id));
+        EXPECT_EQ(f.at(i).frame->motionClipPath, f.store.document().media().clipPath(f.at(i).id));
         EXPECT_EQ(inspectVideo(*f.at(i).frame->motionClipPath).frameTimes.size(), 2);
     }
     EXPECT_FALSE(f.at(1).frame->motionClipPath);
@@ -137,10 +137,10 @@ TEST(MediaRuns, ExportRendersMissingClipsAndPlaysTheChunksInIndexOrder)
     });
     const std::optional<QString> path = exportedPath(f.store);
 
-    ASSERT_FALSE(f.store.lastError()) << f.store.lastError()->toStdString();
-    ASSERT_EQ(path, f.store.media().exportsFolder() + QStringLiteral("/Song.mp4"));
+    ASSERT_FALSE(f.store.session().lastError()) << f.store.session().lastError()->toStdString();
+    ASSERT_EQ(path, f.store.document().media().exportsFolder() + QStringLiteral("/Song.mp4"));
     for (const StoryboardChunk &c : f.store.project().chunks)
-        EXPECT_EQ(c.frame->motionClipPath, f.store.media().clipPath(c.id));
+        EXPECT_EQ(c.frame->motionClipPath, f.store.document().media().clipPath(c.id));
     const VideoFacts facts = inspectVideo(*path);
     ASSERT_EQ(facts.frameColours.size(), 6);
     const QList<QColor> order{Qt::green, Qt::blue, Qt::red};
@@ -173,7 +173,7 @@ TEST(MediaRuns, TheExportIsNamedAfterTheTitleInsideItsFolder)
             if (row.ownFolder)
                 project.exportSettings.destinationFolder = destination.path();
         });
-        const QString folder = row.ownFolder ? destination.path() : f.store.media().exportsFolder();
+        const QString folder = row.ownFolder ? destination.path() : f.store.document().media().exportsFolder();
         EXPECT_EQ(exportedPath(f.store), folder + QLatin1Char('/') + row.name);
         EXPECT_TRUE(QFile::exists(folder + QLatin1Char('/') + row.name));
         EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{row.name});
@@ -188,7 +188,7 @@ TEST(MediaRuns, AClipDeletedAfterRenderingIsRenderedAgainAtExport)
     const QString clip = *f.at(0).frame->motionClipPath;
     QFile::remove(clip);
     const std::optional<QString> path = exportedPath(f.store);
-    ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
+    ASSERT_TRUE(path) << f.store.session().lastError().value_or(QString()).toStdString();
     EXPECT_EQ(inspectVideo(clip).frameTimes.size(), 2);
     EXPECT_EQ(inspectVideo(*path).frameTimes.size(), 2);
 }
@@ -224,7 +224,7 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrame)
 {
     SongFixture f;
     const std::optional<QString> path = exportedPath(f.store);
-    ASSERT_TRUE(path) << f.store.lastError().value_or(QString()).toStdString();
+    ASSERT_TRUE(path) << f.store.session().lastError().value_or(QString()).toStdString();
 
     const double songLength = probeAudioDuration(f.song);
     const double frame = 0.1;
@@ -299,10 +299,10 @@ TEST(MediaRuns, ASongEndingBeforeEveryChunkIsRefusedWithASentence)
     });
     const Project before = f.store.project();
     EXPECT_EQ(exportedPath(f.store), std::nullopt);
-    EXPECT_EQ(f.store.lastError(), QStringLiteral("Every chunk starts after the end of the track, so no frame would "
+    EXPECT_EQ(f.store.session().lastError(), QStringLiteral("Every chunk starts after the end of the track, so no frame would "
                                                   "be on screen. Time the lyrics again against this track."));
     EXPECT_EQ(f.store.project(), before);
-    EXPECT_FALSE(QDir(f.store.media().exportsFolder()).exists() && !QDir(f.store.media().exportsFolder()).isEmpty());
+    EXPECT_FALSE(QDir(f.store.document().media().exportsFolder()).exists() && !QDir(f.store.document().media().exportsFolder()).isEmpty());
 }
 
 } // namespace

@@ -10,37 +10,22 @@
 namespace quillvane {
 namespace {
 
-struct TimingCase {
-    const char *description;
-    double duration;
-    qint64 fps;
-    int expectedFps;
-    qint64 expectedFrames;
-};
-
-class ClipTimingTest : public testing::TestWithParam<TimingCase> {};
-
-TEST_P(ClipTimingTest, CountsFramesAsTheMotionStageDoes)
+TEST(ClipFrames, CountsFramesAsTheMotionStageDoes)
 {
-    const TimingCase &row = GetParam();
-    DepthFlowSettings settings;
-    settings.durationSeconds = row.duration;
-    settings.fps = row.fps;
-    const ClipFrames timing = clipFrames(settings);
-    EXPECT_EQ(timing.fps, row.expectedFps);
-    EXPECT_EQ(timing.frameCount, row.expectedFrames);
+    constexpr qint64 largest = std::numeric_limits<int32_t>::max();
+    const struct {
+        double duration;
+        qint64 fps;
+        int expectedFps;
+        qint64 expectedFrames;
+    } rows[] = {{4.0, 30, 30, 120}, {2.99, 24, 24, 71}, {0.001, 30, 30, 1}, {3.0, 0, 1, 3},
+                {2.5, -5, 1, 2},    {-4.0, 30, 30, 1},  {1.0, largest, int(largest), largest}};
+    for (const auto &row : rows) {
+        const ClipFrames timing = clipFrames(DepthFlowSettings{.durationSeconds = row.duration, .fps = row.fps});
+        EXPECT_EQ(std::pair(timing.fps, timing.frameCount), std::pair(row.expectedFps, row.expectedFrames))
+            << row.duration << " s at " << row.fps;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, ClipTimingTest,
-                         testing::Values(TimingCase{"defaults", 4.0, 30, 30, 120},
-                                         TimingCase{"cut toward zero", 2.99, 24, 24, 71},
-                                         TimingCase{"tiny duration", 0.001, 30, 30, 1},
-                                         TimingCase{"zero fps is one", 3.0, 0, 1, 3},
-                                         TimingCase{"negative fps is one", 2.5, -5, 1, 2},
-                                         TimingCase{"negative duration", -4.0, 30, 30, 1},
-                                         TimingCase{"largest fps", 1.0, std::numeric_limits<int32_t>::max(),
-                                                    std::numeric_limits<int32_t>::max(),
-                                                    std::numeric_limits<int32_t>::max()}));
 
 TEST(ClipFrames, RefusesWhatNoClipCanHold)
 {

@@ -114,8 +114,11 @@ TEST(FollowSong, FixedLengthTimingLeavesTheChunksAlone)
     EXPECT_EQ(project, before);
 }
 
-TEST(ClipSlots, TileTheSongOnTheFrameGrid)
+TEST(VideoSchedule, LaysTheClipsEndToEndOnTheFrameGrid)
 {
+    Project fixed = projectWith({{1, 0, 9}, {0, 5, 7}}, 30);
+    fixed.motion.clipTiming = ClipTiming::fixedLength;
+    fixed.motion.durationSeconds = 0.29; // cut to whole frames
     struct Case {
         const char *description;
         Project project;
@@ -129,19 +132,25 @@ TEST(ClipSlots, TileTheSongOnTheFrameGrid)
          {{40, 30}, {50, 0}, {10, 0}}},
         {"without audio the video ends with the last chunk", projectWith({{0, 2, 4}, {1, 4, 7.5}}, 0),
          {{40, 20}, {35, 0}}},
+        {"fixed-length clips ignore the song", fixed, {{2, 0}, {2, 0}}},
     };
     for (const Case &row : rows) {
         SCOPED_TRACE(row.description);
-        const QList<ClipSlot> slots = clipSlots(row.project);
-        ASSERT_EQ(slots.size(), row.frames.size());
-        for (qsizetype i = 0; i < slots.size(); ++i) {
-            EXPECT_EQ(slots[i].frameCount, row.frames[i].first) << i;
-            EXPECT_EQ(slots[i].introFrames, row.frames[i].second) << i;
+        const ClipSchedule schedule = videoSchedule(row.project);
+        EXPECT_EQ(schedule.fps, 10);
+        ASSERT_EQ(schedule.clips.size(), row.frames.size());
+        qint64 at = 0;
+        for (qsizetype i = 0; i < schedule.clips.size(); ++i) {
+            EXPECT_EQ(schedule.clips[i].firstFrame, at) << i;
+            EXPECT_EQ(schedule.clips[i].frameCount, row.frames[i].first) << i;
+            EXPECT_EQ(schedule.clips[i].introFrames, row.frames[i].second) << i;
+            at += schedule.clips[i].frameCount;
         }
+        EXPECT_EQ(schedule.frameCount(), at);
     }
 }
 
-TEST(ClipSlots, AddUpToTheSongRoundedUpWhateverTheStarts)
+TEST(VideoSchedule, AddsUpToTheSongRoundedUpWhateverTheStarts)
 {
     // Starts that fall between frames everywhere: the cuts must not drift over a long song.
     QList<Timed> chunks;
@@ -150,7 +159,7 @@ TEST(ClipSlots, AddUpToTheSongRoundedUpWhateverTheStarts)
     for (const qint64 fps : {24, 30, 60}) {
         Project project = projectWith(chunks, 233.3333, {});
         project.motion.fps = fps;
-        const QList<ClipSlot> slots = clipSlots(project);
+        const QList<ClipSlot> slots = videoSchedule(project).clips;
         const qint64 total = std::accumulate(slots.begin(), slots.end(), qint64(0),
                                              [](qint64 sum, const ClipSlot &slot) { return sum + slot.frameCount; });
         EXPECT_EQ(total, qint64(std::ceil(233.3333 * double(fps)))) << fps;

@@ -65,6 +65,18 @@ TEST(SyncedLyrics, WrittenFilesReadBackToTheHundredth)
                 0.005);
 }
 
+TEST(SyncedLyrics, TimeStampsRoundCarryAndRefuseWhatIsNotAStamp)
+{
+    const std::pair<double, const char *> written[] = {
+        {59.999, "01:00.00"}, {-2, "00:00.00"}, {6000.004, "100:00.00"}, {62.345, "01:02.35"}};
+    for (const auto &[seconds, text] : written)
+        EXPECT_EQ(lrcTimestamp(seconds), QLatin1String(text)) << seconds;
+    const std::pair<const char *, std::optional<double>> read[] = {
+        {"1:02.5", 62.5}, {"00:05:50", 5.5}, {"100:00.00", 6000}, {"00:60", std::nullopt}, {"0:5.1x", std::nullopt}};
+    for (const auto &[text, seconds] : read)
+        EXPECT_EQ(parseLrcTimestamp(QString::fromLatin1(text)), seconds) << text;
+}
+
 struct LrcCase {
     const char *name;
     const char *text;

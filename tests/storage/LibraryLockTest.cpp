@@ -27,22 +27,8 @@ void makeOld(const QString &path)
 
 } // namespace
 
-TEST(LibraryLock, ASecondWriterIsTurnedAwayUntilTheFirstLetsGo)
-{
-    test::TempLibrary temp;
-    const QString path = temp.path(QStringLiteral("data/Quillvane/library.lock"));
-    {
-        const LibraryLock first(path);
-        try {
-            const LibraryLock second(path);
-            FAIL() << "a second writer got the lock";
-        } catch (const LibraryBusyError &error) {
-            EXPECT_EQ(error.description(),
-                      QStringLiteral("Quillvane is already open on this library. Close it and try again."));
-        }
-    }
-    EXPECT_NO_THROW(LibraryLock again(path));
-}
+// A second writer turned away with its sentence, and let in once the first lets go, is
+// tested through quillvane-cli.
 
 TEST(LibraryLock, ALockLeftByADeadProcessIsTakenOver)
 {

@@ -64,18 +64,8 @@ TEST(PathSafety, ElementIdsAndTitlesStayInTheirFolders)
     EXPECT_TRUE(QDir(root.path()).entryList(QDir::Files).isEmpty());
 }
 
-TEST(PathSafety, SafeNamesKeepWhatIsHarmless)
+TEST(PathSafety, ALongNameIsCutBetweenCharacters)
 {
-    const struct {
-        QString text;
-        QString name;
-    } cases[] = {
-        {QStringLiteral("AC/DC live"), QStringLiteral("AC-DC_live")},
-        {QStringLiteral("Ünïcødé — 🎸"), QStringLiteral("Ünïcødé_—_🎸")},
-        {QStringLiteral("tab\there"), QStringLiteral("tab-here")},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(fileSafeName(c.text), c.name);
     const QString guitars = fileSafeName(QStringLiteral("🎸").repeated(300));
     EXPECT_EQ(guitars, QStringLiteral("🎸").repeated(50)) << "cut between characters, within 200 bytes";
 }

@@ -33,6 +33,9 @@ TEST(ProjectLibrary, SaveWritesTheDocumentAndTheFourFoldersThenNamesTheProject)
     EXPECT_EQ(library.loadLastProject(), project);
     // Only project.json and the media folders: the temporary file of the replace is gone.
     EXPECT_EQ(QDir(media.root).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size(), 5);
+    // A preference written in lower case still finds the project.
+    library.preferences().setString(lastProjectKey, uuidText(project.id).toLower());
+    EXPECT_EQ(library.loadLastProject(), project);
 }
 
 TEST(ProjectLibrary, EveryLoadFailureGivesNothingAndLeavesTheFileAsItWas)
@@ -68,16 +71,6 @@ TEST(ProjectLibrary, EveryLoadFailureGivesNothingAndLeavesTheFileAsItWas)
         else
             EXPECT_FALSE(QFileInfo::exists(file)) << c.name;
     }
-}
-
-TEST(ProjectLibrary, ALowerCasePreferenceStillFindsTheProject)
-{
-    test::TempLibrary temp;
-    const ProjectLibrary library = temp.library();
-    const Project project = test::fullyPopulatedProject();
-    library.save(project);
-    library.preferences().setString(lastProjectKey, uuidText(project.id).toLower());
-    EXPECT_EQ(library.loadLastProject(), project);
 }
 
 TEST(ProjectLibrary, AFailedWriteLeavesThePreviousDocumentAndPreferenceWhole)

@@ -36,7 +36,7 @@ TEST(Autosave, TenChangesWithinHalfASecondAreWrittenOnce)
     const ProjectLibrary library = temp.library();
     ProjectStore store(library);
     const QString file = library.mediaFor(store.project().id).projectFile();
-    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
     const QString beforeBurst = test::fileIdentity(file);
 
     std::set<QString> versionsSeen{beforeBurst};
@@ -63,26 +63,26 @@ TEST(Autosave, AFailedSaveKeepsTheOldDocumentAndTheNextChangeTriesAgain)
     const ProjectLibrary library = temp.library();
     ProjectStore store(library, std::nullopt, {}, StoreOptions{50ms});
     const QString file = library.mediaFor(store.project().id).projectFile();
-    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
     const QByteArray before = test::readFile(file);
 
     {
         const test::FileSizeLimit diskFull(rlim_t(before.size()) / 2);
         store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("lost while the disk is full"); });
-        ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+        ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
         EXPECT_EQ(test::readFile(file), before);
         EXPECT_THROW(
             {
                 store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("flushed on a full disk"); });
-                store.flushPendingSave();
+                store.document().flushPendingSave();
             },
             SaveError);
-        EXPECT_TRUE(store.hasPendingSave()) << "a failed flush stays pending";
+        EXPECT_TRUE(store.document().hasPendingSave()) << "a failed flush stays pending";
         EXPECT_EQ(test::readFile(file), before);
     }
 
     store.editProject([](Project &p) { p.conceptPrompt = QStringLiteral("space again"); });
-    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
     EXPECT_EQ(readProjectDocument(test::readFile(file)), store.project());
 }
 
@@ -90,8 +90,8 @@ TEST(Autosave, AnUnchangedValueIsNotAChange)
 {
     test::TempLibrary temp;
     ProjectStore store(temp.library(), std::nullopt, {}, StoreOptions{50ms});
-    ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+    ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
     store.setProject(store.project());
     store.editProject([](Project &) {});
-    EXPECT_FALSE(store.hasPendingSave());
+    EXPECT_FALSE(store.document().hasPendingSave());
 }

@@ -27,8 +27,8 @@ Project timedProject()
 // The document the store writes for its project now.
 QByteArray savedDocument(ProjectStore &store)
 {
-    store.flushPendingSave();
-    return test::readFile(store.media().projectFile());
+    store.document().flushPendingSave();
+    return test::readFile(store.document().media().projectFile());
 }
 
 void typeTitle(ProjectStore &store, const QString &title)
@@ -47,9 +47,9 @@ TEST(ProjectHistory, EveryKindOfChangeUndoesAndRedoesToTheSameDocumentByteForByt
     // Each step as a user makes it; a typed word, and a long operation's two hand-backs, are one.
     const std::function<void()> steps[] = {
         [&] { typeTitle(store, QStringLiteral("Neon Rain")); },
-        [&] { EXPECT_TRUE(store.editSegment(0, std::nullopt, 1.5, std::nullopt).isDone()); },
-        [&] { store.setLyrics(QStringLiteral("a b\nc d")); }, // the timed transcript goes with it
-        [&] { store.addCharacter(QStringLiteral("Mia")); },
+        [&] { EXPECT_TRUE(editSegment(store.document(), 0, std::nullopt, 1.5, std::nullopt).isDone()); },
+        [&] { setLyrics(store.document(), QStringLiteral("a b\nc d")); }, // the timed transcript goes with it
+        [&] { addCharacter(store.document(), QStringLiteral("Mia")); },
         [&] {
             blockingWait(store.run(QStringLiteral("Planning"), [&store](CancelToken) -> QCoro::Task<> {
                 Project planned = store.project();
@@ -72,7 +72,7 @@ TEST(ProjectHistory, EveryKindOfChangeUndoesAndRedoesToTheSameDocumentByteForByt
         ASSERT_TRUE(store.undo());
         EXPECT_EQ(savedDocument(store), documents[i]) << "undo to step " << i;
     }
-    EXPECT_FALSE(store.canUndo());
+    EXPECT_FALSE(store.document().canUndo());
     EXPECT_FALSE(store.undo());
     for (qsizetype i = 1; i < documents.size(); ++i) {
         ASSERT_TRUE(store.redo());
@@ -83,7 +83,7 @@ TEST(ProjectHistory, EveryKindOfChangeUndoesAndRedoesToTheSameDocumentByteForByt
     // A new edit after an undo is the only way forward.
     ASSERT_TRUE(store.undo());
     typeTitle(store, QStringLiteral("Other"));
-    EXPECT_FALSE(store.canRedo());
+    EXPECT_FALSE(store.document().canRedo());
     ASSERT_TRUE(store.undo());
     EXPECT_EQ(savedDocument(store), documents[documents.size() - 2]);
 }
@@ -110,7 +110,7 @@ TEST(ProjectHistory, BurstsMergeOnlyWithinTheWindowAndOnlyForTheSamePart)
     EXPECT_EQ(merging.project().artist, QString());
     ASSERT_TRUE(merging.undo());
     EXPECT_EQ(merging.project().title, QStringLiteral("Neon"));
-    EXPECT_FALSE(merging.canUndo());
+    EXPECT_FALSE(merging.document().canUndo());
 }
 
 TEST(ProjectHistory, NothingIsUndoneWhileATaskRunsAndTheOldestStepsGo)
@@ -120,10 +120,10 @@ TEST(ProjectHistory, NothingIsUndoneWhileATaskRunsAndTheOldestStepsGo)
     apart.undoMergeWindow = 0ms;
     ProjectStore store(temp.library(), timedProject(), {}, apart);
     store.editProject([](Project &project) { project.title = QStringLiteral("changed"); });
-    store.setRunningTask(QStringLiteral("Rendering motion"));
+    store.session().setRunningTask(QStringLiteral("Rendering motion"));
     EXPECT_FALSE(store.undo());
     EXPECT_EQ(store.project().title, QStringLiteral("changed"));
-    store.setRunningTask(std::nullopt);
+    store.session().setRunningTask(std::nullopt);
     EXPECT_TRUE(store.undo());
 
     for (int i = 0; i < 150; ++i)

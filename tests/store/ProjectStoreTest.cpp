@@ -40,8 +40,8 @@ TEST(ProjectStoreStartUp, TakesTheGivenProjectThenTheLastSavedThenTheSample)
     test::TempLibrary empty;
     const ProjectStore fresh(empty.library());
     expectSample(fresh.project());
-    EXPECT_EQ(fresh.selectedStage(), PipelineStage::intake);
-    EXPECT_FALSE(fresh.selectedChunkID() || fresh.runningTask() || fresh.taskProgress() || fresh.lastError());
+    EXPECT_EQ(fresh.session().selectedStage(), PipelineStage::intake);
+    EXPECT_FALSE(fresh.session().selectedChunkID() || fresh.session().runningTask() || fresh.session().taskProgress() || fresh.session().lastError());
 }
 
 TEST(ProjectStoreStartUp, AProjectWhoseClipsFollowTheSongOpensWithItsSpans)
@@ -83,7 +83,7 @@ TEST(ProjectStoreStartUp, AnUnreadableSavedProjectShowsTheSampleAndStaysByteForB
 
         ProjectStore store(library, std::nullopt, {}, StoreOptions{50ms});
         expectSample(store.project());
-        ASSERT_TRUE(test::processEventsUntil([&] { return !store.hasPendingSave(); }, 2s));
+        ASSERT_TRUE(test::processEventsUntil([&] { return !store.document().hasPendingSave(); }, 2s));
         EXPECT_EQ(test::readFile(library.mediaFor(id).projectFile()), bad);
         EXPECT_EQ(library.loadLastProject(), store.project()) << "the sample became the last project";
     }
@@ -109,7 +109,7 @@ TEST(ProjectStoreStartUp, ReadsTheThreeSettingsAndWritesBackANormalisedProxy)
         if (c.storedProxy)
             prefs.setString(key(preferenceKeys::proxyBaseURL), *c.storedProxy);
         const ProjectStore store(temp.library());
-        EXPECT_EQ(store.proxyBaseURL(), c.expectedProxy) << c.name;
+        EXPECT_EQ(store.settings().proxyBaseURL(), c.expectedProxy) << c.name;
         EXPECT_EQ(prefs.string(key(preferenceKeys::proxyBaseURL)), c.proxyAfterwards) << c.name;
     }
 
@@ -118,26 +118,26 @@ TEST(ProjectStoreStartUp, ReadsTheThreeSettingsAndWritesBackANormalisedProxy)
     PipelineServices services;
     services.config.generationModel = QStringLiteral("configured/model");
     const ProjectStore defaults(temp.library(), std::nullopt, services);
-    EXPECT_EQ(defaults.generationModel(), QStringLiteral("configured/model"));
-    EXPECT_EQ(defaults.editWorkflow(), PipelineConfig{}.editWorkflow);
+    EXPECT_EQ(defaults.settings().generationModel(), QStringLiteral("configured/model"));
+    EXPECT_EQ(defaults.settings().editWorkflow(), PipelineConfig{}.editWorkflow);
 
     prefs.setString(key(preferenceKeys::generationModel), QStringLiteral("stored/model"));
     prefs.setString(key(preferenceKeys::editWorkflow), QStringLiteral(" "));
     const ProjectStore stored(temp.library(), std::nullopt, services);
-    EXPECT_EQ(stored.generationModel(), QStringLiteral("stored/model"));
-    EXPECT_EQ(stored.editWorkflow(), QStringLiteral(" "));
+    EXPECT_EQ(stored.settings().generationModel(), QStringLiteral("stored/model"));
+    EXPECT_EQ(stored.settings().editWorkflow(), QStringLiteral(" "));
 }
 
 TEST(ProjectStoreStages, SelectingAnotherStageClearsTheErrorButTheSameStageKeepsIt)
 {
     test::TempLibrary temp;
     ProjectStore store(temp.library());
-    store.setLastError(QStringLiteral("Something failed."));
-    store.setSelectedStage(PipelineStage::intake);
-    EXPECT_EQ(store.lastError(), QStringLiteral("Something failed."));
-    store.setSelectedStage(PipelineStage::timing);
-    EXPECT_EQ(store.selectedStage(), PipelineStage::timing);
-    EXPECT_FALSE(store.lastError());
+    store.session().setLastError(QStringLiteral("Something failed."));
+    store.session().setSelectedStage(PipelineStage::intake);
+    EXPECT_EQ(store.session().lastError(), QStringLiteral("Something failed."));
+    store.session().setSelectedStage(PipelineStage::timing);
+    EXPECT_EQ(store.session().selectedStage(), PipelineStage::timing);
+    EXPECT_FALSE(store.session().lastError());
 }
 
 TEST(ProjectStoreProgress, IsClampedAndANonNumberMeansUnknown)
@@ -148,27 +148,30 @@ TEST(ProjectStoreProgress, IsClampedAndANonNumberMeansUnknown)
         {-0.5, 0.0}, {0.25, 0.25}, {1.7, 1.0}, {std::nan(""), std::nullopt}, {INFINITY, 1.0},
     };
     for (const auto &[given, expected] : cases) {
-        store.setTaskProgress(given);
-        EXPECT_EQ(store.taskProgress(), expected) << given;
+        store.session().setTaskProgress(given);
+        EXPECT_EQ(store.session().taskProgress(), expected) << given;
     }
 }
 
-TEST(ProjectStoreProgress, EngineCallbacksArePostedToTheUIThreadAndOutliveTheStore)
+TEST(ProjectStoreProgress, EngineCallbacksAreAppliedOnTheUIThreadAndOutliveTheStore)
 {
     test::TempLibrary temp;
     auto store = std::make_unique<ProjectStore>(temp.library());
-    const auto progress = store->progressSink();
-    const auto status = store->statusSink();
+    const auto progress = store->report().progress;
+    const auto status = store->report().status;
 
     std::thread engine([&] {
         progress(0.4);
         status(QStringLiteral("Transcribing with Local Whisper"));
     });
     engine.join();
-    EXPECT_FALSE(store->taskProgress()) << "nothing is written off the UI thread";
-    ASSERT_TRUE(test::processEventsUntil([&] { return store->runningTask().has_value(); }, 1s));
-    EXPECT_EQ(store->taskProgress(), 0.4);
-    EXPECT_EQ(store->runningTask(), QStringLiteral("Transcribing with Local Whisper"));
+    EXPECT_FALSE(store->session().taskProgress()) << "nothing is written off the UI thread";
+    ASSERT_TRUE(test::processEventsUntil([&] { return store->session().runningTask().has_value(); }, 1s));
+    EXPECT_EQ(store->session().taskProgress(), 0.4);
+    EXPECT_EQ(store->session().runningTask(), QStringLiteral("Transcribing with Local Whisper"));
+    // Said on the UI thread, a line shows at once: a note said as a run ends never outlives it.
+    status(QStringLiteral("Verifying lyrics"));
+    EXPECT_EQ(store->session().runningTask(), QStringLiteral("Verifying lyrics"));
 
     store.reset();
     progress(0.9); // the store is gone: the value is dropped
@@ -181,9 +184,9 @@ TEST(ProjectStoreCharacters, RemovalsTakeAwayOnlyWhatWasNamed)
 {
     test::TempLibrary temp;
     ProjectStore store(temp.library());
-    const QUuid mara = *store.addCharacter(QStringLiteral("Mara"));
-    const QUuid other = *store.addCharacter(QStringLiteral("Other"));
-    store.addReferenceImages(mara, {QStringLiteral("/a.png"), QStringLiteral("/b.png"), QStringLiteral("/a.png")});
+    const QUuid mara = *addCharacter(store.document(), QStringLiteral("Mara"));
+    const QUuid other = *addCharacter(store.document(), QStringLiteral("Other"));
+    appendReferenceImages(store.document(), mara, {QStringLiteral("/a.png"), QStringLiteral("/b.png"), QStringLiteral("/a.png")});
     store.editProject([&](Project &project) {
         project.chunks = {StoryboardChunk{}, StoryboardChunk{}};
         project.chunks[0].characterID = mara;
@@ -191,18 +194,18 @@ TEST(ProjectStoreCharacters, RemovalsTakeAwayOnlyWhatWasNamed)
     });
 
     const Project before = store.project();
-    EXPECT_FALSE(store.addCharacter(QStringLiteral(" \t\n")).has_value()) << "a blank name adds nobody";
-    store.addReferenceImages(QUuid::createUuid(), {QStringLiteral("/lost.png")});
-    EXPECT_FALSE(store.removeReferenceImage(mara, QStringLiteral("/never.png")));
-    EXPECT_FALSE(store.removeReferenceImage(QUuid::createUuid(), QStringLiteral("/a.png")));
-    EXPECT_FALSE(store.removeCharacter(QUuid::createUuid()));
+    EXPECT_FALSE(addCharacter(store.document(), QStringLiteral(" \t\n")).has_value()) << "a blank name adds nobody";
+    appendReferenceImages(store.document(), QUuid::createUuid(), {QStringLiteral("/lost.png")});
+    EXPECT_FALSE(removeReferenceImage(store.document(), mara, QStringLiteral("/never.png")));
+    EXPECT_FALSE(removeReferenceImage(store.document(), QUuid::createUuid(), QStringLiteral("/a.png")));
+    EXPECT_FALSE(removeCharacter(store.document(), QUuid::createUuid()));
     EXPECT_EQ(store.project(), before);
 
-    EXPECT_TRUE(store.removeReferenceImage(mara, QStringLiteral("/a.png")));
+    EXPECT_TRUE(removeReferenceImage(store.document(), mara, QStringLiteral("/a.png")));
     EXPECT_EQ(store.project().characters.at(0).referenceImagePaths,
               (QStringList{QStringLiteral("/b.png"), QStringLiteral("/a.png")}));
 
-    EXPECT_TRUE(store.removeCharacter(mara));
+    EXPECT_TRUE(removeCharacter(store.document(), mara));
     ASSERT_EQ(store.project().characters.size(), 1);
     EXPECT_EQ(store.project().characters.at(0).id, other);
     EXPECT_FALSE(store.project().chunks.at(0).characterID.has_value());

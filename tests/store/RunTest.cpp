@@ -28,7 +28,7 @@ struct RunCase {
 const RunCase runCases[] = {
     {"success keeps the change and reports nothing",
      [](ProjectStore &store, const CancelToken &) {
-         store.setTaskProgress(0.5);
+         store.session().setTaskProgress(0.5);
          store.editProject([](Project &p) { p.title = QStringLiteral("changed"); });
      },
      std::nullopt, true},
@@ -49,15 +49,15 @@ TEST_P(RunOutcome, EndsIdleAndSaysWhatHappened)
     const RunCase &c = GetParam();
     test::TempLibrary temp;
     ProjectStore store(temp.library());
-    store.setLastError(QStringLiteral("an old error"));
+    store.session().setLastError(QStringLiteral("an old error"));
     const Project before = store.project();
 
     std::optional<QString> labelWhileRunning;
     bool errorClearedWhileRunning = false;
     const Done outcome = blockingWait(store.run(QStringLiteral("Planning storyboard"), [&](CancelToken token) -> QCoro::Task<> {
         co_await QCoro::sleepFor(10ms);
-        labelWhileRunning = store.runningTask();
-        errorClearedWhileRunning = !store.lastError().has_value();
+        labelWhileRunning = store.session().runningTask();
+        errorClearedWhileRunning = !store.session().lastError().has_value();
         c.body(store, token);
     }));
 
@@ -68,9 +68,9 @@ TEST_P(RunOutcome, EndsIdleAndSaysWhatHappened)
 
     EXPECT_EQ(labelWhileRunning, QStringLiteral("Planning storyboard"));
     EXPECT_TRUE(errorClearedWhileRunning);
-    EXPECT_FALSE(store.runningTask());
-    EXPECT_FALSE(store.taskProgress());
-    EXPECT_EQ(store.lastError(), c.expectedError);
+    EXPECT_FALSE(store.session().runningTask());
+    EXPECT_FALSE(store.session().taskProgress());
+    EXPECT_EQ(store.session().lastError(), c.expectedError);
     EXPECT_EQ(store.project() != before, c.projectChanged);
 }
 
@@ -98,7 +98,7 @@ TEST(Run, CancellingStopsAWaitingOperationSilentlyAndKeepsTheProject)
     EXPECT_TRUE(outcome.isCancelled());
     EXPECT_FALSE(reachedTheEnd);
     EXPECT_EQ(store.project(), before);
-    EXPECT_FALSE(store.runningTask() || store.taskProgress() || store.lastError());
+    EXPECT_FALSE(store.session().runningTask() || store.session().taskProgress() || store.session().lastError());
 }
 
 TEST(Run, ACancelReachesOnlyTheRunsThatAreGoing)
@@ -120,11 +120,11 @@ TEST(Run, TheRunThatFinishesFirstClearsTheSharedTaskState)
     ProjectStore store(temp.library());
     auto slow = store.run(QStringLiteral("slow"), [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(60ms); });
     auto fast = store.run(QStringLiteral("fast"), [](CancelToken) -> QCoro::Task<> { co_await QCoro::sleepFor(10ms); });
-    EXPECT_EQ(store.runningTask(), QStringLiteral("fast"));
+    EXPECT_EQ(store.session().runningTask(), QStringLiteral("fast"));
     blockingWait(std::move(fast));
-    EXPECT_FALSE(store.runningTask());
+    EXPECT_FALSE(store.session().runningTask());
     blockingWait(std::move(slow));
-    EXPECT_FALSE(store.runningTask());
+    EXPECT_FALSE(store.session().runningTask());
 }
 
 TEST(Run, AStoreDestroyedWhileAnOperationWaitsIsNotTouchedAfterwards)

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include "support/Fixtures.h"
 
 #include <QCoreApplication>
@@ -8,7 +9,6 @@
 #include <QThread>
 
 #include <csignal>
-#include <sys/stat.h>
 
 namespace quillvane::test {
 

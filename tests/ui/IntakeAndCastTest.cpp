@@ -92,7 +92,7 @@ TEST(IntakeScreen, TypingKeepsTheCursorAndMarksTheLyricsAsEdited)
 TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
 {
     UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.store.session().setSelectedStage(PipelineStage::timing);
     ui.settle();
     const QList<QQuickItem *> starts = ui.findAll(QStringLiteral("startStepper"));
     const QList<QQuickItem *> fields = ui.findAll(QStringLiteral("segmentStart"));
@@ -110,14 +110,14 @@ TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
     QMetaObject::invokeMethod(fields[1], "editingFinished");
     ui.settle();
     EXPECT_EQ(ui.store.project(), before);
-    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
+    EXPECT_TRUE(ui.store.session().lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
     EXPECT_EQ(fields[1]->property("text").toString(), clockText(second + 0.1, ClockUnit::hundredths));
 }
 
 TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
 {
     UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.store.session().setSelectedStage(PipelineStage::timing);
     ui.settle();
     const Project before = ui.store.project();
     // The starts to the microsecond, so sums of tenths compare exactly.
@@ -138,7 +138,7 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
     EXPECT_DOUBLE_EQ(ui.store.project().transcript[0].end, 4.75) << "a tap ends the line before";
     EXPECT_FALSE(ui.bridges.timing.tap(70)) << "every line is tapped";
-    EXPECT_TRUE(ui.store.lastError().has_value());
+    EXPECT_TRUE(ui.store.session().lastError().has_value());
 
     // Backspace, as a person presses it, takes the taps back one by one.
     ui.window()->requestActivate();
@@ -158,7 +158,7 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     // Escape first dismisses the banner the refused tap left, then ends the tapping.
     QTest::keyClick(ui.window(), Qt::Key_Escape);
     ui.settle();
-    EXPECT_FALSE(ui.store.lastError().has_value());
+    EXPECT_FALSE(ui.store.session().lastError().has_value());
     EXPECT_TRUE(ui.bridges.timing.tapping());
     QTest::keyClick(ui.window(), Qt::Key_Escape);
     ui.settle();
@@ -173,7 +173,7 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     QMetaObject::invokeMethod(ui.find(QStringLiteral("shiftButton")), "clicked");
     ui.settle();
     EXPECT_EQ(starts(), (QList<double>{0.15, 4.5, 62.25, 62.75})) << "the first line cannot go before the song";
-    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Shifting by -1.00 s")));
+    EXPECT_TRUE(ui.store.session().lastError().value_or(QString()).startsWith(QStringLiteral("Shifting by -1.00 s")));
 
     // A step back through the history ends tapping too: its taps belong to the lines as they were.
     ui.bridges.timing.startTapping(0);
@@ -201,7 +201,7 @@ TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)
         project.transcript.append({QUuid::createUuid(), QString::fromLatin1(text), start, start + 0.9, {}});
     UiHarness ui(project);
     ui.window()->resize(1200, 800);
-    ui.store.setSelectedStage(PipelineStage::timing);
+    ui.store.session().setSelectedStage(PipelineStage::timing);
     auto *outline = ui.bridges.timing.outline();
     ASSERT_TRUE(test::processEventsUntil([&] { return !outline->property("peaks").toList().isEmpty(); }, 10s));
     const QVariantList peaks = outline->property("peaks").toList();
@@ -230,7 +230,7 @@ TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)
     const double kept = ui.store.project().transcript[1].start;
     drag(kept, 3.6);
     EXPECT_DOUBLE_EQ(ui.store.project().transcript[1].start, kept);
-    EXPECT_TRUE(ui.store.lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
+    EXPECT_TRUE(ui.store.session().lastError().value_or(QString()).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
 }
 
 QString referenceImage(const test::TempLibrary &temp, const QString &name, QColor colour)
@@ -246,7 +246,7 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
 {
     Project project = imported(true);
     UiHarness ui(project);
-    ui.store.setSelectedStage(PipelineStage::characters);
+    ui.store.session().setSelectedStage(PipelineStage::characters);
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("noCharacters")));
 
@@ -258,9 +258,9 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
     ASSERT_EQ(ui.store.project().characters.size(), 1);
     EXPECT_EQ(ui.store.project().characters[0].name, QStringLiteral("Mia"));
 
-    ui.store.addCharacter(QStringLiteral("The Courier"));
+    addCharacter(ui.store.document(), QStringLiteral("The Courier"));
     const QUuid mia = ui.store.project().characters[0].id;
-    ui.store.addReferenceImages(mia, {referenceImage(ui.temp, QStringLiteral("a.png"), QColor(255, 103, 72)),
+    appendReferenceImages(ui.store.document(), mia, {referenceImage(ui.temp, QStringLiteral("a.png"), QColor(255, 103, 72)),
                                       referenceImage(ui.temp, QStringLiteral("b.png"), Qt::blue)});
     ui.store.editProject([](Project &p) { p.chunks.append(StoryboardChunk{}); }); // the storyboard is planned
     ui.settle();
@@ -284,13 +284,13 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
 
     QMetaObject::invokeMethod(ui.find(QStringLiteral("storyboardButton")), "clicked");
     ui.settle();
-    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::storyboard);
+    EXPECT_EQ(ui.store.session().selectedStage(), PipelineStage::storyboard);
 }
 
 TEST(StyleScreen, ThePreviewFollowsTheFields)
 {
     UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::style);
+    ui.store.session().setSelectedStage(PipelineStage::style);
     ui.settle();
     EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("City lights are burning low")));
     EXPECT_TRUE(ui.text(QStringLiteral("promptPreview")).contains(QStringLiteral("a hand-painted marker sign")));
@@ -303,28 +303,28 @@ TEST(IntakeScreen, MovesToTimingOnlyWhenTheRunLeftNoError)
 {
     UiHarness timed(imported(true));
     QMetaObject::invokeMethod(timed.find(QStringLiteral("alignButton")), "clicked");
-    EXPECT_TRUE(test::processEventsUntil([&] { return timed.store.selectedStage() == PipelineStage::timing; },
+    EXPECT_TRUE(test::processEventsUntil([&] { return timed.store.session().selectedStage() == PipelineStage::timing; },
                                          std::chrono::seconds(5)));
 
     Project blank = imported(false);
     blank.rawLyrics = QStringLiteral(" \n\n");
     UiHarness ui(blank);
     QMetaObject::invokeMethod(ui.find(QStringLiteral("alignButton")), "clicked");
-    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.lastError().has_value(); }, std::chrono::seconds(5)));
-    EXPECT_EQ(ui.store.lastError(), QStringLiteral("Add lyrics before planning the storyboard."));
-    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::intake);
+    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.session().lastError().has_value(); }, std::chrono::seconds(5)));
+    EXPECT_EQ(ui.store.session().lastError(), QStringLiteral("Add lyrics before planning the storyboard."));
+    EXPECT_EQ(ui.store.session().selectedStage(), PipelineStage::intake);
 }
 
 TEST(CharactersScreen, APlanningFailureStaysOnTheScreenWithItsMessage)
 {
     UiHarness ui(imported(true));
-    ui.store.setSelectedStage(PipelineStage::characters);
+    ui.store.session().setSelectedStage(PipelineStage::characters);
     ui.settle();
     QMetaObject::invokeMethod(ui.find(QStringLiteral("storyboardButton")), "clicked");
-    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.lastError().has_value(); }, std::chrono::seconds(5)));
-    EXPECT_EQ(ui.store.lastError(),
+    EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.session().lastError().has_value(); }, std::chrono::seconds(5)));
+    EXPECT_EQ(ui.store.session().lastError(),
               QStringLiteral("Add a character with a reference image before planning — the plan is built around it."));
-    EXPECT_EQ(ui.store.selectedStage(), PipelineStage::characters);
+    EXPECT_EQ(ui.store.session().selectedStage(), PipelineStage::characters);
 }
 
 } // namespace

@@ -39,7 +39,7 @@ Project project(int total, int accepted, const test::TempLibrary *stills = nullp
 TEST(MotionScreen, TheClipDurationAppliesOnlyToFixedLengthClips)
 {
     UiHarness ui(project(4, 4));
-    ui.store.setSelectedStage(PipelineStage::motion);
+    ui.store.session().setSelectedStage(PipelineStage::motion);
     ui.settle();
     EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 0);
     EXPECT_FALSE(ui.find(QStringLiteral("durationRow"))->isEnabled());
@@ -49,7 +49,7 @@ TEST(MotionScreen, TheClipDurationAppliesOnlyToFixedLengthClips)
     EXPECT_EQ(ui.find(QStringLiteral("timingPicker"))->property("currentIndex").toInt(), 1);
     EXPECT_TRUE(ui.find(QStringLiteral("durationRow"))->isEnabled());
 
-    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.store.session().setSelectedStage(PipelineStage::storyboard);
     ui.settle();
     // The first card: its start, then how long its frame is on screen.
     EXPECT_TRUE(ui.text(QStringLiteral("spanText")).startsWith(QStringLiteral("0:00.00 · 4."))) << ui.text(QStringLiteral("spanText")).toStdString();
@@ -88,8 +88,8 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
     Project withFrames = project(6, 6, &stills);
     withFrames.chunks[0].frame->motionClipPath = stills.path(QStringLiteral("deleted.mov"));
     UiHarness ui(withFrames);
-    ui.store.setSelectedStage(PipelineStage::preview);
-    ui.store.setSelectedChunkID(withFrames.chunks[2].id);
+    ui.store.session().setSelectedStage(PipelineStage::preview);
+    ui.store.session().setSelectedChunkID(withFrames.chunks[2].id);
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("previewStill")));
     EXPECT_FALSE(ui.shown(QStringLiteral("previewVideo")));
@@ -106,7 +106,7 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
     EXPECT_FALSE(ui.shown(QStringLiteral("previewVideo")));
 
     UiHarness empty{Project{}};
-    empty.store.setSelectedStage(PipelineStage::preview);
+    empty.store.session().setSelectedStage(PipelineStage::preview);
     empty.settle();
     EXPECT_TRUE(empty.shown(QStringLiteral("noFramesText")));
 }
@@ -114,7 +114,7 @@ TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
 TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
 {
     UiHarness ui(project(10, 3));
-    ui.store.setSelectedStage(PipelineStage::exportStage);
+    ui.store.session().setSelectedStage(PipelineStage::exportStage);
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("lockNotice")));
     EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
@@ -130,7 +130,7 @@ TEST(ExportScreen, LocksUntilAcceptedAndSummarisesTheOutput)
     EXPECT_EQ(ui.store.project().exportSettings.destinationFolder, QStringLiteral("/home/mara/Videos/Finished"));
     EXPECT_EQ(ui.text(QStringLiteral("destinationText")), QStringLiteral("/home/mara/Videos/Finished"));
     EXPECT_TRUE(ui.find(QStringLiteral("exportButton"))->isEnabled());
-    ui.store.setRunningTask(QStringLiteral("Exporting video"));
+    ui.store.session().setRunningTask(QStringLiteral("Exporting video"));
     ui.settle();
     EXPECT_FALSE(ui.find(QStringLiteral("exportButton"))->isEnabled());
 }
@@ -156,14 +156,14 @@ TEST(SettingsWindow, WritesTheServiceURLWhenEditingEnds)
     service->setProperty("text", QStringLiteral("https://studio.example.org/api/fal/"));
     QMetaObject::invokeMethod(service, "editingFinished");
     ui.settle();
-    EXPECT_EQ(ui.store.proxyBaseURL(), QStringLiteral("https://studio.example.org/api/fal"));
+    EXPECT_EQ(ui.store.settings().proxyBaseURL(), QStringLiteral("https://studio.example.org/api/fal"));
     EXPECT_EQ(service->property("text").toString(), QStringLiteral("https://studio.example.org/api/fal"));
 }
 
 TEST(ExportScreen, WithoutAFileManagerTheWrittenVideosPathIsShownToCopy)
 {
     UiHarness ui(project(2, 2));
-    ui.store.setSelectedStage(PipelineStage::exportStage);
+    ui.store.session().setSelectedStage(PipelineStage::exportStage);
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("revealFallback")));
     // The test machine has no session bus and no program registered for folders.

@@ -84,7 +84,7 @@ TEST(ProjectModels, EditsInTheListsWriteBackToTheProject)
     EXPECT_EQ(saved.transcript[3].text, QStringLiteral("last line, fixed"));
     EXPECT_EQ(saved.transcript[3].end, 9.5);
     EXPECT_EQ(saved.characters[0].name, QStringLiteral("Mara Vale"));
-    EXPECT_TRUE(store.hasPendingSave());
+    EXPECT_TRUE(store.document().hasPendingSave());
 }
 
 } // namespace
@@ -98,12 +98,12 @@ TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
     test::TempLibrary temp;
     ProjectStore store(temp.library(), project());
     ui::SettingsBridge bridge(store);
-    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
     bridge.setOfflineStudio(true);
-    EXPECT_EQ(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
     EXPECT_EQ(temp.library().preferences().string(QString::fromLatin1(preferenceKeys::generationBackend)), QStringLiteral("offline"));
     bridge.setOfflineStudio(false);
-    EXPECT_NE(store.generationBaseURL().host(), QStringLiteral("127.0.0.1"));
+    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
 }
 
 } // namespace
@@ -162,12 +162,12 @@ TEST(Bridges, AChangeAnnouncesOnlyTheValuesItMoved)
          {"Storyboard.acceptedCount", "Storyboard.selectedChunk"}},
         {"zoom", [&] { bridges.motion.setZoom(0.4); }, {"Motion.zoom"}},
         {"fixed-length clips", [&] { bridges.motion.setFollowsSong(false); }, {"Motion.followsSong"}},
-        {"a chunk chosen", [&] { store.setSelectedChunkID(third); }, {"Storyboard.selectedChunk", "Storyboard.selectedChunkId"}},
+        {"a chunk chosen", [&] { store.session().setSelectedChunkID(third); }, {"Storyboard.selectedChunk", "Storyboard.selectedChunkId"}},
         {"the playhead past a line's start", [&] { bridges.timing.setPlayhead(2.5); }, {"Timing.currentLine", "Timing.playhead"}},
         {"the playhead within the line", [&] { bridges.timing.setPlayhead(3.5); }, {"Timing.playhead"}},
-        {"a task starts", [&] { store.setRunningTask(QStringLiteral("Rendering motion")); },
+        {"a task starts", [&] { store.session().setRunningTask(QStringLiteral("Rendering motion")); },
          {"Session.busy", "Session.canUndo", "Session.runningTask"}},
-        {"its progress", [&] { store.setTaskProgress(0.5); }, {"Session.taskProgress"}},
+        {"its progress", [&] { store.session().setTaskProgress(0.5); }, {"Session.taskProgress"}},
     };
     for (const auto &row : rows) {
         row.apply();

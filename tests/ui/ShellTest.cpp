@@ -30,14 +30,14 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
     UiHarness ui(withChunks(4, 2));
     EXPECT_FALSE(ui.shown(QStringLiteral("bottomStrip")));
 
-    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
-    ui.store.setTaskProgress(0.42);
+    ui.store.session().setRunningTask(QStringLiteral("Rendering motion"));
+    ui.store.session().setTaskProgress(0.42);
     ui.settle();
     EXPECT_TRUE(ui.shown(QStringLiteral("bottomStrip")));
     EXPECT_EQ(ui.text(QStringLiteral("stripText")), QStringLiteral("Rendering motion"));
     EXPECT_TRUE(ui.shown(QStringLiteral("cancelButton")));
 
-    ui.store.setLastError(QStringLiteral("Every frame must pass the readability review before export."));
+    ui.store.session().setLastError(QStringLiteral("Every frame must pass the readability review before export."));
     ui.settle();
     EXPECT_EQ(ui.text(QStringLiteral("stripText")),
               QStringLiteral("Every frame must pass the readability review before export."));
@@ -47,7 +47,7 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
     EXPECT_FALSE(ui.shown(QStringLiteral("cancelButton")));
     QMetaObject::invokeMethod(ui.find(QStringLiteral("dismissButton")), "clicked");
     ui.settle();
-    EXPECT_FALSE(ui.store.lastError());
+    EXPECT_FALSE(ui.store.session().lastError());
     EXPECT_EQ(ui.text(QStringLiteral("stripText")), QStringLiteral("Rendering motion"));
 }
 
@@ -60,7 +60,7 @@ TEST(Shell, EveryStageOpensItsScreenUnderItsHeader)
     for (PipelineStage stage : allPipelineStages()) {
         QTest::keyClick(ui.window(), Qt::Key(Qt::Key_1 + int(stage)), Qt::ControlModifier);
         ui.settle();
-        EXPECT_EQ(ui.store.selectedStage(), stage);
+        EXPECT_EQ(ui.store.session().selectedStage(), stage);
         const QString title = ui.text(QStringLiteral("surfaceTitle"), QStringLiteral("stageScroller"));
         EXPECT_FALSE(title.isEmpty() || titles.contains(title)) << title.toStdString();
         titles << title;
@@ -89,7 +89,7 @@ TEST(Shell, CtrlZAndCtrlShiftZUndoAndRedoTheProjectAndTheButtonsFollow)
     EXPECT_EQ(ui.store.project(), edited);
 
     // While a task runs the project is the task's: neither key nor button goes back.
-    ui.store.setRunningTask(QStringLiteral("Rendering motion"));
+    ui.store.session().setRunningTask(QStringLiteral("Rendering motion"));
     ui.settle();
     QTest::keyClick(ui.window(), Qt::Key_Z, Qt::ControlModifier);
     ui.settle();

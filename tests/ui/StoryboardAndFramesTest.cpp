@@ -65,7 +65,7 @@ TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::storyboard);
+    ui.store.session().setSelectedStage(PipelineStage::storyboard);
     ui.settle();
     QQuickItem *field = ui.findAll(QStringLiteral("renderedTextField")).value(2);
     ASSERT_TRUE(field);
@@ -79,7 +79,7 @@ TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.store.session().setSelectedStage(PipelineStage::frames);
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("toMotionButton")));
     const QList<QQuickItem *> undo = ui.findAll(QStringLiteral("undoButton"));
@@ -111,7 +111,7 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
 {
     test::TempLibrary images;
     UiHarness ui(storyboard(images));
-    ui.store.setSelectedStage(PipelineStage::frames);
+    ui.store.session().setSelectedStage(PipelineStage::frames);
     ui.settle();
     // The sheet is a popup, an object beside the items rather than one of them.
     QObject *sheet = nullptr;
@@ -134,10 +134,10 @@ TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
     EXPECT_TRUE(ui.find(QStringLiteral("sendButton"))->isEnabled());
     ui.screenshot(QStringLiteral("frames-edit-sheet"));
 
-    ui.store.setRunningTask(QStringLiteral("Editing frame 6"));
+    ui.store.session().setRunningTask(QStringLiteral("Editing frame 6"));
     ui.settle();
     EXPECT_FALSE(ui.shown(QStringLiteral("sendButton")));
-    ui.store.setRunningTask(std::nullopt);
+    ui.store.session().setRunningTask(std::nullopt);
 
     ui.bridges.storyboard.undoFrame(chunkID);
     ui.settle();

@@ -1,4 +1,4 @@
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 
 #include "av/Encoding.h"
 #include "av/FfmpegHandles.h"
