@@ -4,9 +4,10 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-#include "audio/FfmpegClip.h"
+#include "av/AudioClip.h"
 #include "audio/Lyrics.h"
 #include "audio/PcmDecoder.h"
+#include "model/SyncedLyrics.h"
 #include "av/OffThread.h"
 
 #include <QDir>
@@ -111,12 +112,7 @@ FormatTags id3v2Tags(const TagLib::ID3v2::Tag &tag)
             const QString words = fromTagLib(entry.text).simplified();
             if (words.isEmpty())
                 continue;
-            const unsigned centiseconds = entry.time / 10;
-            text += QStringLiteral("[%1:%2.%3]%4\n")
-                        .arg(centiseconds / 6000, 2, 10, QLatin1Char('0'))
-                        .arg(centiseconds / 100 % 60, 2, 10, QLatin1Char('0'))
-                        .arg(centiseconds % 100, 2, 10, QLatin1Char('0'))
-                        .arg(words);
+            text += QLatin1Char('[') + lrcTimestamp(entry.time / 1000.0) + QLatin1Char(']') + words + QLatin1Char('\n');
         }
         if (!text.isEmpty()) {
             tags.syncedLyrics = text;
