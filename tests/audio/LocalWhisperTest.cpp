@@ -155,43 +155,42 @@ QString failure(const Outcome &outcome)
 
 TEST(WhisperDiscovery, FindsTheFirstExecutableInSearchOrder)
 {
+    // Places relative to the machine, separated by blanks.
     const struct {
         const char *name;
-        QStringList programs;    // stand-ins installed, relative to the machine
-        QStringList plainFiles;  // files named like whisper but not executable
-        QStringList folders;     // folders named like whisper
-        QString resolvedRuntime; // content of resolved-runtime.txt, "@" standing for the machine; null: no file
-        QString expected;        // relative to the machine; empty: nothing found
+        const char *programs;        // stand-ins installed
+        const char *plainFiles;      // files named like whisper but not executable
+        const char *folders;         // folders named like whisper
+        const char *resolvedRuntime; // content of resolved-runtime.txt, "@" standing for the machine; null: no file
+        const char *expected;        // empty: nothing found
     } cases[] = {
-        {"the runtime virtual environment beats a system place",
-         {QStringLiteral("usr/local/bin/whisper"), QStringLiteral("runtime/venv/bin/whisper")}, {}, {}, {},
-         QStringLiteral("runtime/venv/bin/whisper")},
-        {"a resolved runtime path is used without its newline",
-         {QStringLiteral("usr/bin/whisper"), QStringLiteral("custom/whisper")}, {}, {},
-         QStringLiteral("@/custom/whisper\n"), QStringLiteral("custom/whisper")},
-        {"a resolved runtime path that is not executable falls through", {QStringLiteral("usr/bin/whisper")},
-         {QStringLiteral("custom/whisper")}, {}, QStringLiteral("@/custom/whisper\n"), QStringLiteral("usr/bin/whisper")},
-        {"a folder named whisper is no program", {QStringLiteral("home/.local/bin/whisper")}, {},
-         {QStringLiteral("runtime/venv/bin/whisper")}, {}, QStringLiteral("home/.local/bin/whisper")},
-        {"a conda environment is found", {QStringLiteral("home/miniforge3/envs/asr/bin/whisper")}, {}, {}, {},
-         QStringLiteral("home/miniforge3/envs/asr/bin/whisper")},
-        {"a program only on the application's PATH is found by the lookup", {QStringLiteral("elsewhere/whisper")},
-         {}, {}, {}, QStringLiteral("elsewhere/whisper")},
-        {"nothing anywhere", {}, {QStringLiteral("home/.local/bin/whisper"), QStringLiteral("elsewhere/whisper")},
-         {QStringLiteral("usr/bin/whisper")}, QStringLiteral("\n"), {}},
+        {"the runtime virtual environment beats a system place", "usr/local/bin/whisper runtime/venv/bin/whisper", "",
+         "", nullptr, "runtime/venv/bin/whisper"},
+        {"a resolved runtime path is used without its newline", "usr/bin/whisper custom/whisper", "", "",
+         "@/custom/whisper\n", "custom/whisper"},
+        {"a resolved runtime path that is not executable falls through", "usr/bin/whisper", "custom/whisper", "",
+         "@/custom/whisper\n", "usr/bin/whisper"},
+        {"a folder named whisper is no program", "home/.local/bin/whisper", "", "runtime/venv/bin/whisper", nullptr,
+         "home/.local/bin/whisper"},
+        {"a conda environment is found", "home/miniforge3/envs/asr/bin/whisper", "", "", nullptr,
+         "home/miniforge3/envs/asr/bin/whisper"},
+        {"a program only on the application's PATH is found by the lookup", "elsewhere/whisper", "", "", nullptr,
+         "elsewhere/whisper"},
+        {"nothing anywhere", "", "home/.local/bin/whisper elsewhere/whisper", "usr/bin/whisper", "\n", ""},
     };
+    const auto places = [](const char *list) { return QString::fromLatin1(list).split(u' ', Qt::SkipEmptyParts); };
     for (const auto &c : cases) {
         const WhisperMachine machine;
-        for (const QString &program : c.programs)
+        for (const QString &program : places(c.programs))
             machine.installWhisper(program);
-        for (const QString &file : c.plainFiles)
+        for (const QString &file : places(c.plainFiles))
             machine.writePlain(file, "#!/bin/sh\n");
-        for (const QString &folder : c.folders)
+        for (const QString &folder : places(c.folders))
             QDir().mkpath(machine.path(folder));
-        if (!c.resolvedRuntime.isNull())
+        if (c.resolvedRuntime)
             machine.writePlain(QStringLiteral("runtime/resolved-runtime.txt"),
-                               QString(c.resolvedRuntime).replace(QLatin1Char('@'), machine.path({})).toUtf8());
-        const auto expected = c.expected.isEmpty() ? std::nullopt : std::optional(machine.path(c.expected));
+                               QString::fromLatin1(c.resolvedRuntime).replace(u'@', machine.path({})).toUtf8());
+        const auto expected = *c.expected ? std::optional(machine.path(QString::fromLatin1(c.expected))) : std::nullopt;
         EXPECT_EQ(machine.engine().resolveExecutable(), expected) << c.name;
         EXPECT_EQ(machine.engine().isAvailable(), expected.has_value()) << c.name;
     }

@@ -9,6 +9,7 @@
 #include "audio/SpokenWarp.h"
 #include "audio/VoiceLayout.h"
 #include "store/BlockingWait.h"
+#include "support/Fixtures.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -31,18 +32,6 @@ namespace {
 
 constexpr int rate = 22050; // espeak-ng's own rate
 
-std::vector<int16_t> readWav(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray bytes = file.readAll();
-    // espeak-ng writes a plain 44-byte header before 16-bit mono samples.
-    std::vector<int16_t> samples(std::size_t(std::max<qsizetype>(bytes.size() - 44, 0) / 2));
-    std::memcpy(samples.data(), bytes.constData() + 44, samples.size() * 2);
-    return samples;
-}
-
 // `signal` holds `channels` interleaved channels.
 bool writeWav(const QString &path, const std::vector<float> &signal, quint16 channels = 1)
 {
@@ -60,15 +49,17 @@ bool writeWav(const QString &path, const std::vector<float> &signal, quint16 cha
         > 0;
 }
 
-// The word as espeak-ng says it, without the quiet before its first sound.
+// The word as espeak-ng says it (a plain 44-byte header before 16-bit mono samples), without
+// the quiet before its first sound.
 std::vector<int16_t> spoken(const QTemporaryDir &folder, const QString &word, const QString &voice)
 {
     const QString path = folder.filePath(QStringLiteral("word.wav"));
     QProcess::execute(QStringLiteral("espeak-ng"), {QStringLiteral("-v"), voice, QStringLiteral("-s"),
                                                     QStringLiteral("150"), QStringLiteral("-w"), path, word});
-    std::vector<int16_t> samples = readWav(path);
-    const auto first = std::find_if(samples.begin(), samples.end(), [](int16_t s) { return std::abs(s) > 600; });
-    samples.erase(samples.begin(), first);
+    const QByteArray bytes = test::readFile(path);
+    std::vector<int16_t> samples(std::size_t(std::max<qsizetype>(bytes.size() - 44, 0) / 2));
+    std::memcpy(samples.data(), bytes.constData() + std::min<qsizetype>(bytes.size(), 44), samples.size() * 2);
+    samples.erase(samples.begin(), std::find_if(samples.begin(), samples.end(), [](int16_t s) { return std::abs(s) > 600; }));
     return samples;
 }
 
