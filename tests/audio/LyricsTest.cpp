@@ -13,14 +13,6 @@ struct Span {
     bool operator==(const Span &) const = default;
 };
 
-QList<Span> spans(const QList<TranscriptSegment> &segments)
-{
-    QList<Span> result;
-    for (const auto &segment : segments)
-        result.append({segment.start, segment.end});
-    return result;
-}
-
 QList<TimedChunk> chunks(std::initializer_list<std::pair<double, double>> times)
 {
     QList<TimedChunk> result;
@@ -54,17 +46,11 @@ TEST(CleanLyrics, RemovesSectionTagsSqueezesBlanksAndDropsEmptyLines)
 
 TEST(LyricWords, SplitAtEverythingButLettersMarksAndDigits)
 {
-    const std::pair<QString, QStringList> cases[] = {
-        {QStringLiteral("Don't STOP me-now, 2 times!"),
-         {QStringLiteral("don"), QStringLiteral("t"), QStringLiteral("stop"), QStringLiteral("me"), QStringLiteral("now"),
-          QStringLiteral("2"), QStringLiteral("times")}},
-        {QStringLiteral("Café naïve Ünïcødé"), {QStringLiteral("café"), QStringLiteral("naïve"), QStringLiteral("ünïcødé")}},
-    };
-    for (const auto &[text, expected] : cases)
-        EXPECT_EQ(lyricWords(text), expected) << text.toStdString();
+    EXPECT_EQ(lyricWords(QStringLiteral("Don't STOP me-now, 2 times! Café Ünïcødé")),
+              QStringLiteral("don t stop me now 2 times café ünïcødé").split(QLatin1Char(' ')));
 }
 
-TEST(AlignLines, LaysLinesOverChunksByProportion)
+TEST(AlignLines, LaysTrimmedLinesOverChunksByProportion)
 {
     const struct {
         const char *name;
@@ -73,49 +59,22 @@ TEST(AlignLines, LaysLinesOverChunksByProportion)
         double duration;
         QList<Span> expected;
     } cases[] = {
-        {"four lines over two chunks", lines(4), chunks({{0, 5}, {5, 10}}), 0,
-         {{0, 5}, {0, 10}, {5, 10}, {5, 10}}},
+        {"four lines over two chunks", lines(4), chunks({{0, 5}, {5, 10}}), 0, {{0, 5}, {0, 10}, {5, 10}, {5, 10}}},
         {"two lines over four chunks", lines(2), chunks({{0, 2}, {2, 4}, {4, 6}, {6, 8}}), 0, {{0, 6}, {4, 8}}},
         {"the 0.4 s minimum", lines(3), chunks({{12.0, 12.2}}), 0, {{12.0, 12.4}, {12.0, 12.4}, {12.0, 12.4}}},
         {"even spacing over the duration", lines(6), {}, 180,
          {{0, 30}, {30, 60}, {60, 90}, {90, 120}, {120, 150}, {150, 180}}},
-        {"three seconds a line without duration", lines(2), {}, 0, {{0, 3}, {3, 6}}},
+        {"three seconds a line without duration, blank lines left out",
+         {QStringLiteral("  line 1  "), QStringLiteral("   "), QStringLiteral("\tline 2\t")}, {}, 0, {{0, 3}, {3, 6}}},
         {"no lines", {}, chunks({{0, 1}}), 10, {}},
     };
     for (const auto &c : cases) {
         const auto segments = alignLines(c.lines, c.chunks, c.duration);
-        EXPECT_EQ(spans(segments), c.expected) << c.name;
-        for (qsizetype i = 0; i < segments.size(); ++i)
-            EXPECT_EQ(segments.at(i).text, c.lines.at(i)) << c.name;
-    }
-}
-
-TEST(AlignLines, TrimsBlanksAndLeavesOutBlankLines)
-{
-    const QStringList lines = lyricLines(QStringLiteral("  first line  \n\n   \nsecond\r\n\tthird\t"));
-    const auto segments = alignLines(lines, {}, 0);
-    ASSERT_EQ(segments.size(), 3);
-    EXPECT_EQ(segments.at(0).text, QStringLiteral("first line"));
-    EXPECT_EQ(segments.at(1).text, QStringLiteral("second"));
-    EXPECT_EQ(segments.at(2).text, QStringLiteral("third"));
-    EXPECT_NE(segments.at(0).id, segments.at(1).id);
-}
-
-TEST(VerificationClips, CoverTheFirstAndLastThirtySeconds)
-{
-    const struct {
-        double duration;
-        ClipRange head;
-        ClipRange tail;
-    } cases[] = {
-        {45, {0, 30}, {15, 30}},
-        {20, {0, 20}, {0, 20}},
-        {0.5, {0, 0.5}, {0, 1}},
-    };
-    for (const auto &c : cases) {
-        const auto [head, tail] = verificationClips(c.duration);
-        EXPECT_EQ(head, c.head) << c.duration;
-        EXPECT_EQ(tail, c.tail) << c.duration;
+        ASSERT_EQ(segments.size(), c.expected.size()) << c.name;
+        for (qsizetype i = 0; i < segments.size(); ++i) {
+            EXPECT_EQ((Span{segments[i].start, segments[i].end}), c.expected[i]) << c.name << " " << i;
+            EXPECT_EQ(segments[i].text, QStringLiteral("line %1").arg(i + 1)) << c.name;
+        }
     }
 }
 
@@ -127,12 +86,9 @@ TEST(CompareLyrics, AnEndMatchesWhenAtLeastAThirdOfItsWordsAreHeard)
     const QString lyrics = hundred.join(QLatin1Char(' '));
     const QString fiveOfFirstTwelve = QStringLiteral("w0 w1 w2 w3 w4 w50 w51");
     const QString fourOfLastTwelve = QStringLiteral("w88 w89 w90 w91 w40");
-
     const struct {
         const char *name;
-        QString lyrics;
-        QString head;
-        QString tail;
+        QString lyrics, head, tail;
         LyricsCheck expected;
     } cases[] = {
         {"5 of 12 matches, 4 of 12 does not", lyrics, fiveOfFirstTwelve, fourOfLastTwelve, {true, false}},

@@ -28,7 +28,6 @@ public:
     {
         calls.append(audioPath);
         filesExisted.append(QFileInfo::exists(audioPath));
-        receivedProgressCallback = bool(onProgress);
         if (onProgress && !statusLine.isEmpty())
             onProgress(statusLine);
         co_await QCoro::sleepFor(std::chrono::milliseconds(1)); // answer later, as a real engine does
@@ -44,12 +43,7 @@ public:
     std::function<TranscriptionResult(const QString &)> respond; // may throw
     QStringList calls;
     QList<bool> filesExisted;
-    bool receivedProgressCallback = false;
 };
-
-} // namespace quillvane::test
-
-namespace quillvane::test {
 
 // An aligner whose answers a test writes, as ScriptedTranscriber is a transcriber.
 class ScriptedAligner : public LyricsAligner {

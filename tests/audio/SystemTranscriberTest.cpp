@@ -79,8 +79,6 @@ TEST(SystemTranscriber, PicksAnEngineAndFallsBackWhenWhisperFails)
         EXPECT_EQ(outcome.statusLines, c.statusLines) << c.name;
         EXPECT_EQ(outcome.text, c.text) << c.name;
         EXPECT_EQ(outcome.error, c.error) << c.name;
-        EXPECT_FALSE(whisper->receivedProgressCallback || speech->receivedProgressCallback)
-            << c.name << ": the engines report nothing through the status callback";
     }
 }
 

@@ -19,10 +19,8 @@ namespace quillvane::test {
 inline QString makeTaggedMp3(const QString &path, double seconds, const std::optional<QString> &lyrics)
 {
     QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
-                                            QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                                            QStringLiteral("sine=frequency=330:duration=%1").arg(seconds),
-                                            QStringLiteral("-c:a"), QStringLiteral("libmp3lame"), path});
+    ffmpeg.start(QStringLiteral("ffmpeg"), QStringLiteral("-v error -y -f lavfi -i sine=frequency=330:duration=%1 -c:a libmp3lame")
+                                               .arg(seconds).split(QLatin1Char(' ')) << path);
     if (!ffmpeg.waitForFinished(30000) || ffmpeg.exitCode() != 0)
         return {};
     TagLib::MPEG::File file(QFile::encodeName(path).constData());
