@@ -29,23 +29,18 @@ TEST(ClipFrames, CountsFramesAsTheMotionStageDoes)
 
 TEST(ClipFrames, RefusesWhatNoClipCanHold)
 {
-    const auto refused = [](double duration, qint64 fps) {
-        DepthFlowSettings settings;
-        settings.durationSeconds = duration;
-        settings.fps = fps;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const std::pair<double, qint64> rows[] = {{4.0, qint64(std::numeric_limits<int32_t>::max()) + 1},
+                                              {std::numeric_limits<double>::quiet_NaN(), 30}, {infinity, 30},
+                                              {-infinity, 30}, {1e300, 30}, {9.3e18, 1}};
+    for (const auto &[duration, fps] : rows) {
         try {
-            clipFrames(settings);
+            clipFrames(DepthFlowSettings{.durationSeconds = duration, .fps = fps});
+            ADD_FAILURE() << duration << " s at " << fps;
         } catch (const MotionError &error) {
-            return error.kind() == MotionError::Case::settingsOutOfRange;
+            EXPECT_EQ(error.kind(), MotionError::Case::settingsOutOfRange);
         }
-        return false;
-    };
-    EXPECT_TRUE(refused(4.0, qint64(std::numeric_limits<int32_t>::max()) + 1));
-    EXPECT_TRUE(refused(std::numeric_limits<double>::quiet_NaN(), 30));
-    EXPECT_TRUE(refused(std::numeric_limits<double>::infinity(), 30));
-    EXPECT_TRUE(refused(-std::numeric_limits<double>::infinity(), 30));
-    EXPECT_TRUE(refused(1e300, 30));
-    EXPECT_TRUE(refused(9.3e18, 1));
+    }
 }
 
 struct PlacementCase {
@@ -78,28 +73,19 @@ TEST(PlaceStill, FollowsTheWorkedExample)
 
 TEST(PlaceStill, FitsTheFrameByAspect)
 {
-    DepthFlowSettings still;
-    still.intensity = 0;
-    still.zoom = 0;
-    // Square: fitted to the width, overflowing vertically and centred.
-    StillPlacement square = placeStill(5, 10, 1920, 1080, 1000, 1000, still);
-    EXPECT_DOUBLE_EQ(square.width, 1920);
-    EXPECT_DOUBLE_EQ(square.height, 1920);
-    EXPECT_DOUBLE_EQ(square.x0, 0);
-    EXPECT_DOUBLE_EQ(square.y0, -420);
-    EXPECT_DOUBLE_EQ(square.top(1080), -420);
-    // 21:9: fitted to the height, overflowing horizontally.
-    StillPlacement wide = placeStill(0, 10, 1920, 1080, 2520, 1080, still);
-    EXPECT_DOUBLE_EQ(wide.height, 1080);
-    EXPECT_DOUBLE_EQ(wide.width, 2520);
-    EXPECT_DOUBLE_EQ(wide.x0, -300);
-    // Equal aspect takes the width branch and fills the frame exactly in every frame.
-    for (qint64 k : {0, 9}) {
-        StillPlacement same = placeStill(k, 10, 1920, 1080, 3840, 2160, still);
-        EXPECT_DOUBLE_EQ(same.width, 1920);
-        EXPECT_DOUBLE_EQ(same.height, 1080);
-        EXPECT_DOUBLE_EQ(same.x0, 0);
-        EXPECT_DOUBLE_EQ(same.y0, 0);
+    const DepthFlowSettings still{.intensity = 0, .zoom = 0};
+    // Square: fitted to the width and centred; 21:9: fitted to the height; equal aspect fills
+    // the frame exactly in every frame.
+    const struct {
+        qint64 k;
+        double sourceWidth, sourceHeight, width, height, x0, top;
+    } rows[] = {{5, 1000, 1000, 1920, 1920, 0, -420}, {0, 2520, 1080, 2520, 1080, -300, 0},
+                {0, 3840, 2160, 1920, 1080, 0, 0},     {9, 3840, 2160, 1920, 1080, 0, 0}};
+    for (const auto &row : rows) {
+        const StillPlacement place = placeStill(row.k, 10, 1920, 1080, row.sourceWidth, row.sourceHeight, still);
+        EXPECT_EQ(std::tuple(place.width, place.height, place.x0, place.top(1080)),
+                  std::tuple(row.width, row.height, row.x0, row.top))
+            << row.sourceWidth << "x" << row.sourceHeight << " frame " << row.k;
     }
 }
 

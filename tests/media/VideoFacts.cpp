@@ -9,8 +9,6 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include <memory>
-
 namespace quillvane::test {
 
 namespace {
@@ -63,32 +61,19 @@ MeanColour meanColour(const AVFrame *frame)
     return mean;
 }
 
-// Calls visit for every decoded frame of the stream, then drains the decoder.
-template <typename Visit>
-void decodeStream(AVFormatContext *input, int index, Decoder &decoder, Visit visit)
+LumaFrame lumaOf(const AVFrame *frame)
 {
-    Packet packet;
-    Frame frame;
-    const auto drain = [&] {
-        while (avcodec_receive_frame(decoder.context, frame.frame) == 0) {
-            visit(frame.frame);
-            av_frame_unref(frame.frame);
-        }
-    };
-    while (av_read_frame(input, packet.packet) >= 0) {
-        if (packet.packet->stream_index == index) {
-            avcodec_send_packet(decoder.context, packet.packet);
-            drain();
-        }
-        av_packet_unref(packet.packet);
-    }
-    avcodec_send_packet(decoder.context, nullptr);
-    drain();
+    LumaFrame luma{frame->width, frame->height, {}};
+    luma.samples.resize(size_t(frame->width) * size_t(frame->height));
+    for (int y = 0; y < frame->height; ++y)
+        std::copy_n(frame->data[0] + ptrdiff_t(y) * frame->linesize[0], frame->width,
+                    luma.samples.data() + size_t(y) * size_t(frame->width));
+    return luma;
 }
 
 } // namespace
 
-VideoFacts inspectVideo(const QString &path)
+VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
 {
     VideoFacts facts;
     const QByteArray bytes = readFile(path);
@@ -103,87 +88,64 @@ VideoFacts inspectVideo(const QString &path)
         || avformat_find_stream_info(input.context, nullptr) < 0)
         return facts;
     facts.opened = true;
-    int videoIndex = -1;
-    int audioIndex = -1;
+    int video = -1;
+    int audio = -1;
     for (unsigned i = 0; i < input.context->nb_streams; ++i) {
         const AVCodecParameters *codec = input.context->streams[i]->codecpar;
         if (codec->codec_type == AVMEDIA_TYPE_VIDEO) {
             ++facts.videoStreams;
-            videoIndex = int(i);
+            video = int(i);
             facts.videoCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
             facts.width = codec->width;
             facts.height = codec->height;
         } else if (codec->codec_type == AVMEDIA_TYPE_AUDIO) {
             ++facts.audioStreams;
-            audioIndex = int(i);
+            audio = int(i);
             facts.audioCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
         }
     }
-    if (videoIndex >= 0) {
-        Packet first;
-        while (av_read_frame(input.context, first.packet) >= 0) {
-            const bool found = first.packet->stream_index == videoIndex;
-            if (found)
-                facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(first.packet->data), first.packet->size);
-            av_packet_unref(first.packet);
-            if (found)
-                break;
+    // Both tracks are decoded in one pass over the packets.
+    Decoder videoDecoder;
+    Decoder audioDecoder;
+    if (video >= 0 && !openDecoder(videoDecoder, input.context->streams[video]))
+        video = -1;
+    if (audio >= 0 && !openDecoder(audioDecoder, input.context->streams[audio]))
+        audio = -1;
+    const double videoUnit = video >= 0 ? av_q2d(input.context->streams[video]->time_base) : 0;
+    if (video >= 0 && input.context->streams[video]->duration != AV_NOPTS_VALUE)
+        facts.videoEnd = double(input.context->streams[video]->duration) * videoUnit;
+    int64_t samples = 0;
+    int rate = 0;
+    Frame frame;
+    const auto decode = [&](int stream, const AVPacket *packet) {
+        if (stream < 0 || (stream != video && stream != audio))
+            return;
+        AVCodecContext *decoder = stream == video ? videoDecoder.context : audioDecoder.context;
+        avcodec_send_packet(decoder, packet);
+        while (avcodec_receive_frame(decoder, frame.frame) == 0) {
+            if (stream == audio) {
+                samples += frame.frame->nb_samples;
+                rate = frame.frame->sample_rate;
+            } else {
+                if (lumaOfFrames.contains(int(facts.frameTimes.size())))
+                    facts.luma.append(lumaOf(frame.frame));
+                facts.frameTimes.append(double(frame.frame->best_effort_timestamp) * videoUnit);
+                facts.frameColours.append(meanColour(frame.frame));
+            }
+            av_frame_unref(frame.frame);
         }
-        av_seek_frame(input.context, -1, INT64_MIN, AVSEEK_FLAG_BACKWARD);
-        avformat_flush(input.context);
-        Decoder decoder;
-        const AVStream *stream = input.context->streams[videoIndex];
-        if (openDecoder(decoder, stream)) {
-            decodeStream(input.context, videoIndex, decoder, [&](const AVFrame *frame) {
-                const double time = double(frame->best_effort_timestamp) * av_q2d(stream->time_base);
-                facts.frameTimes.append(time);
-                facts.frameColours.append(meanColour(frame));
-            });
-            if (stream->duration != AV_NOPTS_VALUE)
-                facts.videoEnd = double(stream->duration) * av_q2d(stream->time_base);
-        }
+    };
+    Packet packet;
+    while (av_read_frame(input.context, packet.packet) >= 0) {
+        if (packet.packet->stream_index == video && facts.firstVideoPacket.isEmpty())
+            facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(packet.packet->data), packet.packet->size);
+        decode(packet.packet->stream_index, packet.packet);
+        av_packet_unref(packet.packet);
     }
-    if (audioIndex >= 0) {
-        av_seek_frame(input.context, -1, INT64_MIN, AVSEEK_FLAG_BACKWARD);
-        avformat_flush(input.context);
-        Decoder decoder;
-        if (openDecoder(decoder, input.context->streams[audioIndex])) {
-            int64_t samples = 0;
-            int rate = 0;
-            decodeStream(input.context, audioIndex, decoder, [&](const AVFrame *frame) {
-                samples += frame->nb_samples;
-                rate = frame->sample_rate;
-            });
-            facts.audioSeconds = rate > 0 ? double(samples) / rate : 0;
-        }
-    }
+    decode(video, nullptr);
+    decode(audio, nullptr);
+    facts.audioSeconds = rate > 0 ? double(samples) / rate : 0;
     return facts;
-}
-
-QList<LumaFrame> lumaFrames(const QString &path, const QList<int> &indices)
-{
-    QList<LumaFrame> frames;
-    Input input;
-    if (avformat_open_input(&input.context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
-        || avformat_find_stream_info(input.context, nullptr) < 0)
-        return frames;
-    const int index = av_find_best_stream(input.context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    Decoder decoder;
-    if (index < 0 || !openDecoder(decoder, input.context->streams[index]))
-        return frames;
-    int number = 0;
-    decodeStream(input.context, index, decoder, [&](const AVFrame *frame) {
-        if (indices.contains(number)) {
-            LumaFrame luma{frame->width, frame->height, {}};
-            luma.samples.resize(size_t(frame->width) * size_t(frame->height));
-            for (int y = 0; y < frame->height; ++y)
-                std::copy_n(frame->data[0] + ptrdiff_t(y) * frame->linesize[0], frame->width,
-                            luma.samples.data() + size_t(y) * size_t(frame->width));
-            frames.append(std::move(luma));
-        }
-        ++number;
-    });
-    return frames;
 }
 
 } // namespace quillvane::test

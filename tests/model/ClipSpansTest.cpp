@@ -17,9 +17,11 @@ struct Timed {
     const char *lyric = "";
 };
 
-Project projectWith(const QList<Timed> &chunks, double song, const QList<TranscriptSegment> &lines = {})
+Project projectWith(const QList<Timed> &chunks, double song, const QList<TranscriptSegment> &lines = {},
+                    ClipTiming timing = ClipTiming::followSong)
 {
     Project project;
+    project.motion.clipTiming = timing;
     project.audioDuration = song;
     project.motion.fps = 10;
     project.transcript = lines;
@@ -37,15 +39,6 @@ Project projectWith(const QList<Timed> &chunks, double song, const QList<Transcr
 TranscriptSegment line(const char *text, double start)
 {
     return {QUuid::createUuid(), QString::fromUtf8(text), start, start + 1, {}};
-}
-
-// (start, end) of every chunk in stored order.
-QList<std::pair<double, double>> spans(const Project &project)
-{
-    QList<std::pair<double, double>> result;
-    for (const StoryboardChunk &chunk : project.chunks)
-        result.append({chunk.start, chunk.end});
-    return result;
 }
 
 using Spans = QList<std::pair<double, double>>;
@@ -88,16 +81,17 @@ TEST(FollowSong, LaysTheChunksOverTheSong)
         {"without audio the last chunk keeps its end", projectWith({{0, 2, 4}, {1, 4, 7.5}}, 0), {{2, 4}, {4, 7.5}}},
         {"without audio an end before the start lasts the clip duration", projectWith({{0, 2, 4}, {1, 5, 1}}, 0),
          {{2, 5}, {5, 9}}},
+        {"fixed-length timing leaves the chunks alone", projectWith({{0, 2, 3}, {1, 1, 9}}, 30, {}, ClipTiming::fixedLength),
+         {{2, 3}, {1, 9}}},
     };
     for (const Case &row : rows) {
         SCOPED_TRACE(row.description);
         Project project = row.project;
         followSong(project);
-        const Spans got = spans(project);
-        ASSERT_EQ(got.size(), row.expected.size());
-        for (qsizetype i = 0; i < got.size(); ++i) {
-            EXPECT_DOUBLE_EQ(got[i].first, row.expected[i].first) << i;
-            EXPECT_DOUBLE_EQ(got[i].second, row.expected[i].second) << i;
+        ASSERT_EQ(project.chunks.size(), row.expected.size());
+        for (qsizetype i = 0; i < project.chunks.size(); ++i) {
+            EXPECT_DOUBLE_EQ(project.chunks[i].start, row.expected[i].first) << i;
+            EXPECT_DOUBLE_EQ(project.chunks[i].end, row.expected[i].second) << i;
         }
         Project again = project;
         followSong(again);
@@ -105,19 +99,9 @@ TEST(FollowSong, LaysTheChunksOverTheSong)
     }
 }
 
-TEST(FollowSong, FixedLengthTimingLeavesTheChunksAlone)
-{
-    Project project = projectWith({{0, 2, 3}, {1, 1, 9}}, 30);
-    project.motion.clipTiming = ClipTiming::fixedLength;
-    const Project before = project;
-    followSong(project);
-    EXPECT_EQ(project, before);
-}
-
 TEST(VideoSchedule, LaysTheClipsEndToEndOnTheFrameGrid)
 {
-    Project fixed = projectWith({{1, 0, 9}, {0, 5, 7}}, 30);
-    fixed.motion.clipTiming = ClipTiming::fixedLength;
+    Project fixed = projectWith({{1, 0, 9}, {0, 5, 7}}, 30, {}, ClipTiming::fixedLength);
     fixed.motion.durationSeconds = 0.29; // cut to whole frames
     struct Case {
         const char *description;

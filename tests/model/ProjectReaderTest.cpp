@@ -18,7 +18,6 @@ const char *const frameJSON =
 QByteArray withChunk(const QByteArray &chunk) { return "{\"chunks\":[" + chunk + "]}"; }
 
 struct ReaderCase {
-    friend void PrintTo(const ReaderCase &c, std::ostream *os) { *os << c.name; }
     const char *name;
     QByteArray document;
     // Checks on the project read; empty when the read must fail.
@@ -27,17 +26,13 @@ struct ReaderCase {
 
 void expectDefaults(const Project &p)
 {
+    // Only the identity and the times are made up on reading; they are fresh and new.
+    Project defaults;
+    defaults.id = p.id;
+    defaults.createdAt = defaults.updatedAt = p.createdAt;
+    EXPECT_EQ(p, defaults);
     EXPECT_FALSE(p.id.isNull());
-    EXPECT_TRUE(p.title.isEmpty() && p.artist.isEmpty() && p.audioPath.isEmpty() && p.rawLyrics.isEmpty());
-    EXPECT_TRUE(p.transcript.isEmpty() && p.chunks.isEmpty() && p.characters.isEmpty());
-    EXPECT_FALSE(p.lyricsSource.has_value());
-    EXPECT_FALSE(p.plan.has_value());
-    EXPECT_EQ(p.style, StyleGuidance{});
-    EXPECT_EQ(p.style.paletteName, QStringLiteral("Acid & Coral"));
-    EXPECT_EQ(p.motion, (DepthFlowSettings{0.5, 0.15, 4.0, 30, true}));
-    EXPECT_EQ(p.exportSettings, (ExportSettings{ExportResolution::p1080, ExportContainer::mp4, true, QString(), true}));
     EXPECT_LE(std::abs(p.createdAt.secsTo(QDateTime::currentDateTimeUtc())), 2);
-    EXPECT_EQ(p.createdAt, p.updatedAt);
 }
 
 const ReaderCase readerCases[] = {
@@ -101,26 +96,23 @@ const ReaderCase readerCases[] = {
     {"a boolean written as a number", R"j({"motion":{"intensity":1,"zoom":0,"durationSeconds":4,"fps":30,"loop":1}})j", {}},
 };
 
-class ProjectReader : public testing::TestWithParam<ReaderCase> {};
-
 } // namespace
 
-TEST_P(ProjectReader, FollowsTheRules)
+TEST(ProjectReader, FollowsTheTolerantAndStrictRules)
 {
-    const ReaderCase &c = GetParam();
-    if (!c.check) {
-        EXPECT_THROW(readProjectDocument(c.document), DocumentError);
-        return;
-    }
-    try {
-        c.check(readProjectDocument(c.document));
-    } catch (const DocumentError &error) {
-        FAIL() << error.what();
+    for (const ReaderCase &c : readerCases) {
+        SCOPED_TRACE(c.name);
+        if (!c.check) {
+            EXPECT_THROW(readProjectDocument(c.document), DocumentError);
+            continue;
+        }
+        try {
+            c.check(readProjectDocument(c.document));
+        } catch (const DocumentError &error) {
+            ADD_FAILURE() << error.what();
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Documents, ProjectReader, testing::ValuesIn(readerCases),
-                         [](const auto &info) { return test::testName(info.param.name); });
 
 TEST(ProjectReaderErrors, SayWhereTheDocumentIsWrong)
 {
