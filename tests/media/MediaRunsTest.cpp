@@ -28,63 +28,68 @@ std::optional<QString> exportedPath(ProjectStore &store)
 
 using namespace test;
 
-const QString notReviewed = QStringLiteral("Every frame must pass the readability review before export.");
+// A small still of one colour, painted once for the whole run.
+QString still(QColor colour)
+{
+    static QTemporaryDir dir;
+    const QString name = colour.name() + QStringLiteral(".png");
+    return QFile::exists(dir.filePath(name)) ? dir.filePath(name) : solidStill(dir, name, colour);
+}
 
-StoryboardChunk chunk(qint64 index, const QString &still, bool accepted)
+StoryboardChunk chunk(qint64 index, QColor colour, bool accepted, double start = 0)
 {
     StoryboardChunk chunk = chunkWithFrame(accepted);
     chunk.index = index;
     chunk.chunkNumber = index + 1;
-    chunk.frame->localPath = still;
+    chunk.start = start;
+    chunk.end = start + 0.3;
+    chunk.frame->localPath = still(colour);
     chunk.frame->motionClipPath.reset();
     return chunk;
 }
 
-// A store on a library of its own with the real renderer (small frames, two per clip) and
-// the real exporter.
+// A store on a library of its own with the real renderer (small frames, two per clip, or
+// following the song at 10 frames a second) and the real exporter.
 struct Fixture {
-    explicit Fixture(QList<StoryboardChunk> chunks, const QString &title = QStringLiteral("Song"))
-        : store(temp.library(), project(std::move(chunks), title),
+    explicit Fixture(QList<StoryboardChunk> chunks, const QString &title = QStringLiteral("Song"), const QString &song = {})
+        : store(temp.library(), project(std::move(chunks), title, song),
                 PipelineServices{{}, std::make_shared<FfmpegMotionRenderer>(64, 36),
                                  std::make_shared<FfmpegVideoExporter>(), {}, {}})
     {
     }
 
-    static Project project(QList<StoryboardChunk> chunks, const QString &title)
+    static Project project(QList<StoryboardChunk> chunks, const QString &title, const QString &song)
     {
         Project project;
         project.title = title;
         project.chunks = std::move(chunks);
-        project.motion = shortMotion(1, 2);
-        project.motion.clipTiming = ClipTiming::fixedLength;
+        project.audioPath = song;
+        project.motion = shortMotion(1, song.isEmpty() ? 2 : 10);
+        project.motion.clipTiming = song.isEmpty() ? ClipTiming::fixedLength : ClipTiming::followSong;
         project.updatedAt = QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
         return project;
     }
 
-    QString still(QColor colour) const { return solidStill(stills, colour.name() + QStringLiteral(".png"), colour); }
     const StoryboardChunk &at(qsizetype i) const { return store.project().chunks.at(i); }
+    bool wroteInto(const QString &folder) const { return QDir(folder).exists() && !QDir(folder).isEmpty(); }
 
-    QTemporaryDir stills;
     TempLibrary temp;
     ProjectStore store;
 };
 
 TEST(MediaRuns, NothingRendersOrExportsUntilTheFramesAreAccepted)
 {
-    QTemporaryDir dir;
-    const QString still = solidStill(dir, QStringLiteral("s.png"), Qt::red);
-    struct Case {
+    const struct {
         const char *description;
         QList<StoryboardChunk> chunks;
         bool exporting;
-    };
-    const Case rows[] = {
-        {"motion with no accepted frame", {chunk(0, still, false), chunk(1, still, false)}, false},
+    } rows[] = {
+        {"motion with no accepted frame", {chunk(0, Qt::red, false), chunk(1, Qt::red, false)}, false},
         {"motion with no chunks", {}, false},
-        {"export with one frame not accepted", {chunk(0, still, true), chunk(1, still, false)}, true},
+        {"export with one frame not accepted", {chunk(0, Qt::red, true), chunk(1, Qt::red, false)}, true},
         {"export with no chunks", {}, true},
     };
-    for (const Case &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.description);
         Fixture f(row.chunks);
         const Project before = f.store.project();
@@ -92,18 +97,17 @@ TEST(MediaRuns, NothingRendersOrExportsUntilTheFramesAreAccepted)
             EXPECT_EQ(exportedPath(f.store), std::nullopt);
         else
             blockingWait(startRenderMotion(f.store));
-        EXPECT_EQ(f.store.session().lastError(), notReviewed);
+        EXPECT_EQ(f.store.session().lastError(), QStringLiteral("Every frame must pass the readability review before export."));
         EXPECT_EQ(f.store.project(), before);
-        EXPECT_FALSE(QDir(f.store.document().media().clipsFolder()).exists()
-                     && !QDir(f.store.document().media().clipsFolder()).isEmpty());
+        EXPECT_FALSE(f.wroteInto(f.store.document().media().clipsFolder()));
     }
 }
 
-TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
+TEST(MediaRuns, MotionRendersTheAcceptedFramesAndExportRendersTheRestInIndexOrder)
 {
-    QTemporaryDir dir;
-    const QString still = solidStill(dir, QStringLiteral("s.png"), Qt::red);
-    Fixture f({chunk(0, still, true), chunk(1, still, false), chunk(2, still, true), chunk(3, still, true)});
+    QTemporaryDir destination;
+    Fixture f({chunk(2, Qt::red, true), chunk(0, Qt::green, true), chunk(1, Qt::blue, false), chunk(3, Qt::yellow, true)},
+              QStringLiteral("AC/DC Live Set"));
     QList<double> progress;
     QObject::connect(&f.store.session(), &TaskSession::taskProgressChanged, [&] {
         if (f.store.session().taskProgress())
@@ -112,11 +116,11 @@ TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
     blockingWait(startRenderMotion(f.store));
 
     ASSERT_FALSE(f.store.session().lastError()) << f.store.session().lastError()->toStdString();
-    for (qsizetype i : {0, 2, 3}) {
+    for (qsizetype i : {0, 1, 3}) {
         EXPECT_EQ(f.at(i).frame->motionClipPath, f.store.document().media().clipPath(f.at(i).id));
         EXPECT_EQ(inspectVideo(*f.at(i).frame->motionClipPath).frameTimes.size(), 2);
     }
-    EXPECT_FALSE(f.at(1).frame->motionClipPath);
+    EXPECT_FALSE(f.at(2).frame->motionClipPath);
     EXPECT_GT(f.store.project().updatedAt, QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC));
     // Three clips of two frames: each clip moves the bar through its own third.
     ASSERT_FALSE(progress.isEmpty());
@@ -126,79 +130,41 @@ TEST(MediaRuns, MotionRendersEveryAcceptedFrameAndKeepsItsClip)
             << expected;
     }
     EXPECT_EQ(progress.back(), 1.0);
+
+    // Accepted at last, the blue frame gets its clip at export, into the chosen folder.
+    f.store.editProject([&](Project &project) {
+        project.chunks[2] = chunk(1, Qt::blue, true);
+        project.exportSettings.container = ExportContainer::mov;
+        project.exportSettings.destinationFolder = destination.path();
+    });
+    const std::optional<QString> path = exportedPath(f.store);
+    ASSERT_EQ(path, destination.filePath(QStringLiteral("AC-DC_Live_Set.mov")))
+        << f.store.session().lastError().value_or(QString()).toStdString();
+    EXPECT_EQ(QDir(destination.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+    for (const StoryboardChunk &c : f.store.project().chunks)
+        EXPECT_EQ(c.frame->motionClipPath, f.store.document().media().clipPath(c.id));
+    const VideoFacts facts = inspectVideo(*path);
+    ASSERT_EQ(facts.frameColours.size(), 8);
+    const QList<QColor> order{Qt::green, Qt::blue, Qt::red, Qt::yellow};
+    for (int k = 0; k < 8; ++k)
+        EXPECT_NEAR(facts.frameColours[k].cb, expectedColour(order[k / 2]).cb, 4) << k;
+    EXPECT_EQ(facts.audioStreams, 0);
 }
-
-TEST(MediaRuns, ExportRendersMissingClipsInIndexOrderIntoAFileNamedAfterTheTitle)
-{
-    QTemporaryDir destination;
-    const struct {
-        QString title;
-        ExportContainer container;
-        bool ownFolder;
-        QString name;
-    } rows[] = {
-        {QStringLiteral("AC/DC Live Set"), ExportContainer::mp4, false, QStringLiteral("AC-DC_Live_Set.mp4")},
-        {QString(), ExportContainer::mov, true, QStringLiteral("lyric-video.mov")},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name.toStdString());
-        Fixture f({}, row.title);
-        f.store.editProject([&](Project &project) {
-            project.chunks = {chunk(2, f.still(Qt::red), true), chunk(0, f.still(Qt::green), true),
-                              chunk(1, f.still(Qt::blue), true)};
-            project.exportSettings.container = row.container;
-            if (row.ownFolder)
-                project.exportSettings.destinationFolder = destination.path();
-        });
-        const QString folder = row.ownFolder ? destination.path() : f.store.document().media().exportsFolder();
-        const std::optional<QString> path = exportedPath(f.store);
-        ASSERT_EQ(path, folder + QLatin1Char('/') + row.name) << f.store.session().lastError().value_or(QString()).toStdString();
-        EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{row.name});
-        for (const StoryboardChunk &c : f.store.project().chunks)
-            EXPECT_EQ(c.frame->motionClipPath, f.store.document().media().clipPath(c.id));
-        const VideoFacts facts = inspectVideo(*path);
-        ASSERT_EQ(facts.frameColours.size(), 6);
-        const QList<QColor> order{Qt::green, Qt::blue, Qt::red};
-        for (int k = 0; k < 6; ++k)
-            EXPECT_NEAR(facts.frameColours[k].cb, expectedColour(order[k / 2]).cb, 4) << k;
-        EXPECT_EQ(facts.audioStreams, 0);
-    }
-}
-
-// Three chunks over a four-second song at 10 frames a second: a title card until the first
-// lyric at 1.5 s, then each colour from its chunk's start to the next one's.
-struct SongFixture : Fixture {
-    SongFixture()
-        : Fixture({})
-    {
-        song = tone(stills, 4);
-        store.editProject([&](Project &project) {
-            project.audioPath = song;
-            project.motion.clipTiming = ClipTiming::followSong;
-            project.motion.fps = 10;
-            // Stored out of order, with rough ends: the spans come from the starts alone.
-            project.chunks = {timed(2, Qt::blue, 3.1), timed(0, Qt::red, 1.5), timed(1, Qt::green, 2.2)};
-        });
-    }
-
-    StoryboardChunk timed(qint64 index, QColor colour, double start) const
-    {
-        StoryboardChunk c = chunk(index, still(colour), true);
-        c.start = start;
-        c.end = start + 0.3;
-        return c;
-    }
-
-    QString song;
-};
 
 TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsThatChanged)
 {
-    SongFixture f;
+    // Three chunks over a four-second song: a title card until the first lyric at 1.5 s, then
+    // each colour from its chunk's start to the next one's. Stored out of order, with rough
+    // ends: the spans come from the starts alone.
+    QTemporaryDir dir;
+    const QString song = tone(dir, 4);
+    Fixture f({chunk(2, Qt::blue, true, 3.1), chunk(0, Qt::red, true, 1.5), chunk(1, Qt::green, true, 2.2)}, QString(), song);
     std::optional<QString> path = exportedPath(f.store);
-    ASSERT_TRUE(path) << f.store.session().lastError().value_or(QString()).toStdString();
+    // An untitled song is exported under a name of its own, not a hidden file.
+    ASSERT_EQ(path, f.store.document().media().exportsFolder() + QStringLiteral("/lyric-video.mp4"))
+        << f.store.session().lastError().value_or(QString()).toStdString();
 
-    const double songLength = probeAudioDuration(f.song);
+    const double songLength = probeAudioDuration(song);
     const double frame = 0.1;
     VideoFacts facts = inspectVideo(*path);
     EXPECT_NEAR(facts.videoEnd, songLength, frame);
@@ -240,7 +206,7 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
     const QUuid deleted = f.at(0).id; // index 2, blue
     QFile::remove(*f.at(0).frame->motionClipPath);
     f.store.editProject([&](Project &project) {
-        project.chunks[2].frame->localPath = f.still(Qt::yellow);
+        project.chunks[2].frame->localPath = still(Qt::yellow);
         project.chunks[2].frame->motionClipPath.reset();
     });
     path = exportedPath(f.store);
@@ -255,21 +221,13 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
 TEST(MediaRuns, ASongEndingBeforeEveryChunkIsRefusedWithASentence)
 {
     QTemporaryDir dir;
-    Fixture f({});
-    const QString shortSong = tone(dir, 1);
-    f.store.editProject([&](Project &project) {
-        project.audioPath = shortSong;
-        project.motion.clipTiming = ClipTiming::followSong;
-        project.chunks = {chunk(0, f.still(Qt::red), true), chunk(1, f.still(Qt::blue), true)};
-        project.chunks[0].start = 5;
-        project.chunks[1].start = 6;
-    });
+    Fixture f({chunk(0, Qt::red, true, 5), chunk(1, Qt::blue, true, 6)}, QStringLiteral("Song"), tone(dir, 1));
     const Project before = f.store.project();
     EXPECT_EQ(exportedPath(f.store), std::nullopt);
     EXPECT_EQ(f.store.session().lastError(), QStringLiteral("Every chunk starts after the end of the track, so no frame would "
-                                                  "be on screen. Time the lyrics again against this track."));
+                                                            "be on screen. Time the lyrics again against this track."));
     EXPECT_EQ(f.store.project(), before);
-    EXPECT_FALSE(QDir(f.store.document().media().exportsFolder()).exists() && !QDir(f.store.document().media().exportsFolder()).isEmpty());
+    EXPECT_FALSE(f.wroteInto(f.store.document().media().exportsFolder()));
 }
 
 } // namespace

@@ -16,31 +16,23 @@ namespace {
 // The encoders' chatter would bury the test output.
 const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
 
-struct Input {
-    AVFormatContext *context = nullptr;
-    ~Input() { avformat_close_input(&context); }
+// An FFmpeg object freed by its own function when the test is done with it.
+template <typename T, auto release>
+struct Owned {
+    T *p = nullptr;
+    ~Owned() { release(&p); }
 };
-struct Decoder {
-    AVCodecContext *context = nullptr;
-    ~Decoder() { avcodec_free_context(&context); }
-};
-struct Frame {
-    AVFrame *frame = av_frame_alloc();
-    ~Frame() { av_frame_free(&frame); }
-};
-struct Packet {
-    AVPacket *packet = av_packet_alloc();
-    ~Packet() { av_packet_free(&packet); }
-};
+using Input = Owned<AVFormatContext, avformat_close_input>;
+using Decoder = Owned<AVCodecContext, avcodec_free_context>;
 
 bool openDecoder(Decoder &decoder, const AVStream *stream)
 {
     const AVCodec *codec = avcodec_find_decoder(stream->codecpar->codec_id);
-    decoder.context = codec ? avcodec_alloc_context3(codec) : nullptr;
-    if (!decoder.context || avcodec_parameters_to_context(decoder.context, stream->codecpar) < 0)
+    decoder.p = codec ? avcodec_alloc_context3(codec) : nullptr;
+    if (!decoder.p || avcodec_parameters_to_context(decoder.p, stream->codecpar) < 0)
         return false;
-    decoder.context->pkt_timebase = stream->time_base;
-    return avcodec_open2(decoder.context, codec, nullptr) == 0;
+    decoder.p->pkt_timebase = stream->time_base;
+    return avcodec_open2(decoder.p, codec, nullptr) == 0;
 }
 
 MeanColour meanColour(const AVFrame *frame)
@@ -84,14 +76,14 @@ VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
     facts.indexAtFront = moov >= 0 && mdat >= 0 && moov < mdat;
 
     Input input;
-    if (avformat_open_input(&input.context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
-        || avformat_find_stream_info(input.context, nullptr) < 0)
+    if (avformat_open_input(&input.p, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
+        || avformat_find_stream_info(input.p, nullptr) < 0)
         return facts;
     facts.opened = true;
     int video = -1;
     int audio = -1;
-    for (unsigned i = 0; i < input.context->nb_streams; ++i) {
-        const AVCodecParameters *codec = input.context->streams[i]->codecpar;
+    for (unsigned i = 0; i < input.p->nb_streams; ++i) {
+        const AVCodecParameters *codec = input.p->streams[i]->codecpar;
         if (codec->codec_type == AVMEDIA_TYPE_VIDEO) {
             ++facts.videoStreams;
             video = int(i);
@@ -107,40 +99,40 @@ VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
     // Both tracks are decoded in one pass over the packets.
     Decoder videoDecoder;
     Decoder audioDecoder;
-    if (video >= 0 && !openDecoder(videoDecoder, input.context->streams[video]))
+    if (video >= 0 && !openDecoder(videoDecoder, input.p->streams[video]))
         video = -1;
-    if (audio >= 0 && !openDecoder(audioDecoder, input.context->streams[audio]))
+    if (audio >= 0 && !openDecoder(audioDecoder, input.p->streams[audio]))
         audio = -1;
-    const double videoUnit = video >= 0 ? av_q2d(input.context->streams[video]->time_base) : 0;
-    if (video >= 0 && input.context->streams[video]->duration != AV_NOPTS_VALUE)
-        facts.videoEnd = double(input.context->streams[video]->duration) * videoUnit;
+    const double videoUnit = video >= 0 ? av_q2d(input.p->streams[video]->time_base) : 0;
+    if (video >= 0 && input.p->streams[video]->duration != AV_NOPTS_VALUE)
+        facts.videoEnd = double(input.p->streams[video]->duration) * videoUnit;
     int64_t samples = 0;
     int rate = 0;
-    Frame frame;
+    Owned<AVFrame, av_frame_free> frame{av_frame_alloc()};
     const auto decode = [&](int stream, const AVPacket *packet) {
         if (stream < 0 || (stream != video && stream != audio))
             return;
-        AVCodecContext *decoder = stream == video ? videoDecoder.context : audioDecoder.context;
+        AVCodecContext *decoder = stream == video ? videoDecoder.p : audioDecoder.p;
         avcodec_send_packet(decoder, packet);
-        while (avcodec_receive_frame(decoder, frame.frame) == 0) {
+        while (avcodec_receive_frame(decoder, frame.p) == 0) {
             if (stream == audio) {
-                samples += frame.frame->nb_samples;
-                rate = frame.frame->sample_rate;
+                samples += frame.p->nb_samples;
+                rate = frame.p->sample_rate;
             } else {
                 if (lumaOfFrames.contains(int(facts.frameTimes.size())))
-                    facts.luma.append(lumaOf(frame.frame));
-                facts.frameTimes.append(double(frame.frame->best_effort_timestamp) * videoUnit);
-                facts.frameColours.append(meanColour(frame.frame));
+                    facts.luma.append(lumaOf(frame.p));
+                facts.frameTimes.append(double(frame.p->best_effort_timestamp) * videoUnit);
+                facts.frameColours.append(meanColour(frame.p));
             }
-            av_frame_unref(frame.frame);
+            av_frame_unref(frame.p);
         }
     };
-    Packet packet;
-    while (av_read_frame(input.context, packet.packet) >= 0) {
-        if (packet.packet->stream_index == video && facts.firstVideoPacket.isEmpty())
-            facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(packet.packet->data), packet.packet->size);
-        decode(packet.packet->stream_index, packet.packet);
-        av_packet_unref(packet.packet);
+    Owned<AVPacket, av_packet_free> packet{av_packet_alloc()};
+    while (av_read_frame(input.p, packet.p) >= 0) {
+        if (packet.p->stream_index == video && facts.firstVideoPacket.isEmpty())
+            facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(packet.p->data), packet.p->size);
+        decode(packet.p->stream_index, packet.p);
+        av_packet_unref(packet.p);
     }
     decode(video, nullptr);
     decode(audio, nullptr);
