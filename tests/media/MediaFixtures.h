@@ -45,10 +45,8 @@ inline QString tone(const QTemporaryDir &dir, double seconds)
 {
     const QString path = dir.filePath(QStringLiteral("tone-%1.mp3").arg(seconds));
     QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
-                                            QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                                            QStringLiteral("sine=frequency=440:duration=%1").arg(seconds),
-                                            QStringLiteral("-ac"), QStringLiteral("2"), path});
+    ffmpeg.start(QStringLiteral("ffmpeg"), QStringLiteral("-v error -y -f lavfi -i sine=frequency=440:duration=%1 -ac 2")
+                                               .arg(seconds).split(QLatin1Char(' ')) << path);
     ffmpeg.waitForFinished(30000);
     return ffmpeg.exitCode() == 0 ? path : QString();
 }

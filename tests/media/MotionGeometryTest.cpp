@@ -105,60 +105,39 @@ std::vector<uint8_t> resampleRow(const std::vector<float> &source, int outputWid
     return out;
 }
 
-TEST(Resampler, DrawnInPlaceAtItsOwnSizeGivesTheSourceBack)
+TEST(Resampler, GivesTheSourceBackInPlaceKeepsFlatAreasFlatAndLeavesTheFillWithNoSize)
 {
     std::vector<float> source;
     for (int i = 0; i < 40; ++i)
         source.push_back(float((i * 37) % 200 + 20));
-    const std::vector<uint8_t> out = resampleRow(source, 40, 0, 40, 16);
+    const std::vector<uint8_t> same = resampleRow(source, 40, 0, 40, 16);
     for (size_t i = 0; i < source.size(); ++i)
-        EXPECT_EQ(out[i], uint8_t(source[i])) << i;
-}
+        EXPECT_EQ(same[i], uint8_t(source[i])) << i;
 
-TEST(Resampler, AFlatPictureStaysFlatAtAnySubPixelPlaceAndScale)
-{
-    const std::vector<float> source(64, 150.0f);
+    // At any sub-pixel place and scale.
     for (double start : {-3.25, -0.5, -0.01}) {
-        for (double length : {64.5, 80.0, 130.7}) {
-            const std::vector<uint8_t> out = resampleRow(source, 60, start, length, 16);
-            for (uint8_t value : out)
-                ASSERT_EQ(value, 150) << start << " " << length;
-        }
+        for (double length : {64.5, 80.0, 130.7})
+            EXPECT_EQ(resampleRow(std::vector<float>(64, 150.0f), 60, start, length, 16), std::vector<uint8_t>(60, 150))
+                << start << " " << length;
     }
+    for (double length : {0.0, -5.0, std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(resampleRow(std::vector<float>(8, 200.0f), 8, 0, length, 16), std::vector<uint8_t>(8, 16)) << length;
 }
 
-TEST(Resampler, EdgesBlendWithTheFillByTheirCoverage)
+TEST(Resampler, BlendsEdgesWithTheFillByCoverageAndAveragesDetailWhenShrinking)
 {
-    const std::vector<float> source(20, 200.0f);
-    // Drawn over [2.5, 12.5): pixel 2 is half covered, 12 half, 0..1 and 13.. not at all.
-    const std::vector<uint8_t> out = resampleRow(source, 16, 2.5, 10, 100);
-    EXPECT_EQ(out[0], 100);
-    EXPECT_EQ(out[1], 100);
-    EXPECT_EQ(out[2], 150);
-    EXPECT_EQ(out[7], 200);
-    EXPECT_EQ(out[12], 150);
-    EXPECT_EQ(out[15], 100);
-}
+    // Drawn over [2.5, 12.5): pixels 2 and 12 are half covered, 0..1 and 13.. not at all.
+    const std::vector<uint8_t> out = resampleRow(std::vector<float>(20, 200.0f), 16, 2.5, 10, 100);
+    EXPECT_EQ((std::vector<uint8_t>{out[0], out[1], out[2], out[7], out[12], out[15]}),
+              (std::vector<uint8_t>{100, 100, 150, 200, 150, 100}));
 
-TEST(Resampler, ShrinkingAveragesDetailInsteadOfAliasingIt)
-{
     // One-pixel stripes shrunk four times: a plain point sampler would pick one stripe colour.
-    std::vector<float> source;
+    std::vector<float> stripes;
     for (int i = 0; i < 400; ++i)
-        source.push_back(i % 2 ? 220.0f : 20.0f);
-    const std::vector<uint8_t> out = resampleRow(source, 100, 0, 100, 16);
-    for (size_t i = 2; i + 2 < out.size(); ++i)
-        EXPECT_NEAR(out[i], 120, 2) << i;
-}
-
-TEST(Resampler, APictureDrawnWithNoSizeLeavesTheFill)
-{
-    const std::vector<float> source(8, 200.0f);
-    for (double length : {0.0, -5.0, std::numeric_limits<double>::infinity()}) {
-        const std::vector<uint8_t> out = resampleRow(source, 8, 0, length, 16);
-        for (uint8_t value : out)
-            EXPECT_EQ(value, 16) << length;
-    }
+        stripes.push_back(i % 2 ? 220.0f : 20.0f);
+    const std::vector<uint8_t> shrunk = resampleRow(stripes, 100, 0, 100, 16);
+    for (size_t i = 2; i + 2 < shrunk.size(); ++i)
+        EXPECT_NEAR(shrunk[i], 120, 2) << i;
 }
 
 } // namespace

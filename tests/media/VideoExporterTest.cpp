@@ -29,7 +29,7 @@ protected:
     static void TearDownTestSuite() { delete dir; }
 
     QString exportTo(const QStringList &clips, const ExportSettings &settings, const QString &name,
-                            const std::optional<QString> &audio = std::nullopt, bool copy = true)
+                     const std::optional<QString> &audio = std::nullopt, bool copy = true)
     {
         const QString output = out.filePath(name);
         FfmpegVideoExporter({copy}).exportNow(clips, audio, settings, output, {}, {});
@@ -91,44 +91,30 @@ TEST_F(VideoExporterTest, ScalesEveryClipIntoEachResolutionsBox)
     }
 }
 
-struct AudioCase {
-    const char *description;
-    double toneSeconds; // 0: no audio file given
-    bool include;
-    bool deleted;
-    int audioStreams;
-    double audioSeconds;
-};
-
 TEST_F(VideoExporterTest, PutsTheOriginalAudioUnderTheVideoOnlyWhenAskedAndThere)
 {
-    const AudioCase rows[] = {
-        {"longer audio is cut at the video's end", 5, true, false, 1, 1.2},
-        {"shorter audio ends early", 0.5, true, false, 1, 0.5},
-        {"audio turned off", 5, false, false, 0, 0},
-        {"audio file deleted", 5, true, true, 0, 0},
-        {"no audio given", 0, true, false, 0, 0},
-    };
-    for (const AudioCase &row : rows) {
-        SCOPED_TRACE(row.description);
-        std::optional<QString> audio;
-        if (row.toneSeconds > 0) {
-            audio = tone(out, row.toneSeconds);
-            if (row.deleted)
-                QFile::remove(*audio);
-        }
+    // (tone length, 0 for none given; included; deleted first; audio tracks; audio length)
+    const std::tuple<double, bool, bool, int, double> rows[] = {
+        {5, true, false, 1, 1.2}, // cut at the video's end
+        {0.5, true, false, 1, 0.5}, {5, false, false, 0, 0}, {5, true, true, 0, 0}, {0, true, false, 0, 0}};
+    for (const auto &[toneSeconds, include, deleted, audioStreams, audioSeconds] : rows) {
+        SCOPED_TRACE(testing::Message() << toneSeconds << (include ? " included" : "") << (deleted ? " deleted" : ""));
+        const std::optional<QString> audio = toneSeconds > 0 ? std::optional(tone(out, toneSeconds)) : std::nullopt;
+        if (deleted)
+            QFile::remove(*audio);
         ExportSettings settings;
-        settings.includeOriginalAudio = row.include;
+        settings.includeOriginalAudio = include;
         const VideoFacts facts = inspectVideo(exportTo({red, green, blue}, settings, QStringLiteral("a.mp4"), audio));
-        EXPECT_EQ(facts.audioStreams, row.audioStreams);
-        EXPECT_NEAR(facts.audioSeconds, row.audioSeconds, 0.03);
+        EXPECT_EQ(facts.audioStreams, audioStreams);
+        EXPECT_NEAR(facts.audioSeconds, audioSeconds, 0.03);
         EXPECT_EQ(facts.frameTimes.size(), 12);
     }
 }
 
 TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
 {
-    const auto failure = [&](const QStringList &clips, const QString &output) {
+    const QString output = out.filePath(QStringLiteral("video.mp4"));
+    const auto failure = [&](const QStringList &clips) {
         try {
             FfmpegVideoExporter().exportNow(clips, std::nullopt, {}, output, {}, {});
         } catch (const Error &error) {
@@ -136,32 +122,23 @@ TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
         }
         return QString();
     };
-    const QString output = out.filePath(QStringLiteral("video.mp4"));
-    EXPECT_EQ(failure({}, output), QStringLiteral("There are no rendered clips to export."));
-    EXPECT_EQ(failure({song}, output), QStringLiteral("There are no rendered clips to export."));
+    EXPECT_EQ(failure({}), QStringLiteral("There are no rendered clips to export."));
+    EXPECT_EQ(failure({song}), QStringLiteral("There are no rendered clips to export."));
 
     FfmpegVideoExporter().exportNow({red}, std::nullopt, {}, output, {}, {});
     const QByteArray earlier = readFile(output);
-    const QString gone = out.filePath(QStringLiteral("gone.mov"));
-    EXPECT_EQ(failure({green, gone}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(gone));
-    EXPECT_EQ(readFile(output), earlier);
-
-    // Clips damaged on disk after they were rendered: cut short, or emptied.
+    // A clip gone, or damaged on disk after it was rendered: cut short, cut at the header, emptied.
     const QByteArray whole = readFile(blue);
-    const struct {
-        const char *name;
-        QByteArray bytes;
-    } damaged[] = {
-        {"cut-short.mov", whole.left(whole.size() / 2)},
-        {"cut-at-the-header.mov", whole.left(200)},
-        {"empty.mov", QByteArray()},
-    };
-    for (const auto &clip : damaged) {
-        const QString path = dir->filePath(QString::fromLatin1(clip.name));
-        writeFile(path, clip.bytes);
-        EXPECT_EQ(failure({green, path}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(path))
-            << clip.name;
-        EXPECT_EQ(readFile(output), earlier) << clip.name;
+    const std::pair<QString, QByteArray> clips[] = {{QStringLiteral("gone.mov"), {}},
+                                                   {QStringLiteral("cut-short.mov"), whole.left(whole.size() / 2)},
+                                                   {QStringLiteral("cut-at-the-header.mov"), whole.left(200)},
+                                                   {QStringLiteral("empty.mov"), QByteArray()}};
+    for (const auto &[name, bytes] : clips) {
+        const QString path = dir->filePath(name);
+        if (name != QStringLiteral("gone.mov"))
+            writeFile(path, bytes);
+        EXPECT_EQ(failure({green, path}), QStringLiteral("Export failed: could not read the clip %1.").arg(path));
+        EXPECT_EQ(readFile(output), earlier) << qPrintable(name);
     }
     EXPECT_EQ(QDir(out.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("video.mp4")});
 }

@@ -8,12 +8,8 @@
 
 using namespace quillvane;
 
-namespace {
-
 const QString builtIn = QStringLiteral("https://studio.quillvane.app/api/fal");
 const QString custom = QStringLiteral("https://mine.example/api/fal");
-
-} // namespace
 
 TEST(PipelineConfig, NormalisingTheProxyURLGivesTheURLASettingMeans)
 {

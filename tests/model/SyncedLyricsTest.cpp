@@ -10,16 +10,6 @@ using namespace quillvane;
 
 namespace {
 
-TranscriptSegment line(const char *text, double start, double end, QList<TimedWord> words = {})
-{
-    TranscriptSegment segment;
-    segment.text = QString::fromUtf8(text);
-    segment.start = start;
-    segment.end = end;
-    segment.words = words;
-    return segment;
-}
-
 struct Expected {
     const char *text;
     double start;
@@ -32,21 +22,22 @@ void expectLines(const QList<TranscriptSegment> &read, const std::vector<Expecte
     ASSERT_EQ(read.size(), qsizetype(expected.size()));
     for (qsizetype i = 0; i < read.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(read[i].text, QString::fromUtf8(expected[size_t(i)].text));
-        EXPECT_NEAR(read[i].start, expected[size_t(i)].start, tolerance);
-        EXPECT_NEAR(read[i].end, expected[size_t(i)].end, tolerance);
-        ASSERT_EQ(read[i].words.size(), qsizetype(expected[size_t(i)].wordStarts.size()));
+        const Expected &want = expected[size_t(i)];
+        EXPECT_EQ(read[i].text, QString::fromUtf8(want.text));
+        EXPECT_NEAR(read[i].start, want.start, tolerance);
+        EXPECT_NEAR(read[i].end, want.end, tolerance);
+        ASSERT_EQ(read[i].words.size(), qsizetype(want.wordStarts.size()));
         for (qsizetype w = 0; w < read[i].words.size(); ++w)
-            EXPECT_NEAR(read[i].words[w].start, expected[size_t(i)].wordStarts[size_t(w)], tolerance);
+            EXPECT_NEAR(read[i].words[w].start, want.wordStarts[size_t(w)], tolerance);
     }
 }
 
 const QList<TranscriptSegment> transcript = {
-    line("Lueurs de néon, ça brille", 12.34, 15.5, {{QStringLiteral("Lueurs"), 12.34, 12.9}, {QStringLiteral("de"), 12.9, 13.1},
-                                          {QStringLiteral("néon,"), 13.1, 14.0}, {QStringLiteral("ça"), 14.0, 14.6},
-                                          {QStringLiteral("brille"), 14.6, 15.5}}),
-    line("second   line", 15.5, 20.01),
-    line("past the hour", 3725.07, 3731.5),
+    {{}, QStringLiteral("Lueurs de néon, ça brille"), 12.34, 15.5,
+     {{QStringLiteral("Lueurs"), 12.34, 12.9}, {QStringLiteral("de"), 12.9, 13.1}, {QStringLiteral("néon,"), 13.1, 14.0},
+      {QStringLiteral("ça"), 14.0, 14.6}, {QStringLiteral("brille"), 14.6, 15.5}}},
+    {{}, QStringLiteral("second   line"), 15.5, 20.01, {}},
+    {{}, QStringLiteral("past the hour"), 3725.07, 3731.5, {}},
 };
 
 } // namespace
