@@ -10,57 +10,44 @@
 namespace quillvane {
 namespace {
 
-TEST(ClipFrames, CountsFramesAsTheMotionStageDoes)
+TEST(ClipFrames, CountsFramesAsTheMotionStageDoesAndRefusesWhatNoClipCanHold)
 {
     constexpr qint64 largest = std::numeric_limits<int32_t>::max();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    // No frames expected: refused as out of range.
     const struct {
         double duration;
         qint64 fps;
         int expectedFps;
         qint64 expectedFrames;
-    } rows[] = {{4.0, 30, 30, 120}, {2.99, 24, 24, 71}, {0.001, 30, 30, 1}, {3.0, 0, 1, 3},
-                {2.5, -5, 1, 2},    {-4.0, 30, 30, 1},  {1.0, largest, int(largest), largest}};
+    } rows[] = {{4.0, 30, 30, 120}, {2.99, 24, 24, 71}, {0.001, 30, 30, 1}, {3.0, 0, 1, 3}, {2.5, -5, 1, 2},
+                {-4.0, 30, 30, 1}, {1.0, largest, int(largest), largest}, {4.0, largest + 1, 0, 0},
+                {std::numeric_limits<double>::quiet_NaN(), 30, 0, 0}, {infinity, 30, 0, 0}, {-infinity, 30, 0, 0},
+                {1e300, 30, 0, 0}, {9.3e18, 1, 0, 0}};
     for (const auto &row : rows) {
-        const ClipFrames timing = clipFrames(DepthFlowSettings{.durationSeconds = row.duration, .fps = row.fps});
-        EXPECT_EQ(std::pair(timing.fps, timing.frameCount), std::pair(row.expectedFps, row.expectedFrames))
-            << row.duration << " s at " << row.fps;
-    }
-}
-
-TEST(ClipFrames, RefusesWhatNoClipCanHold)
-{
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    const std::pair<double, qint64> rows[] = {{4.0, qint64(std::numeric_limits<int32_t>::max()) + 1},
-                                              {std::numeric_limits<double>::quiet_NaN(), 30}, {infinity, 30},
-                                              {-infinity, 30}, {1e300, 30}, {9.3e18, 1}};
-    for (const auto &[duration, fps] : rows) {
         try {
-            clipFrames(DepthFlowSettings{.durationSeconds = duration, .fps = fps});
-            ADD_FAILURE() << duration << " s at " << fps;
+            const ClipFrames timing = clipFrames(DepthFlowSettings{.durationSeconds = row.duration, .fps = row.fps});
+            EXPECT_EQ(std::pair(timing.fps, timing.frameCount), std::pair(row.expectedFps, row.expectedFrames))
+                << row.duration << " s at " << row.fps;
         } catch (const MotionError &error) {
-            EXPECT_EQ(error.kind(), MotionError::Case::settingsOutOfRange);
+            EXPECT_EQ(std::pair(row.expectedFrames, error.kind()), std::pair(qint64(0), MotionError::Case::settingsOutOfRange))
+                << row.duration << " s at " << row.fps;
         }
     }
 }
 
-struct PlacementCase {
-    qint64 k;
-    double scale;
-    double width;
-    double height;
-    double x0;
-    double y0;
-};
-
 // The default motion of a 1920x1080 still in a 1920x1080 frame over 120 frames.
 TEST(PlaceStill, FollowsTheWorkedExample)
 {
-    const PlacementCase rows[] = {
+    const struct {
+        qint64 k;
+        double scale, width, height, x0, y0;
+    } rows[] = {
         {0, 1.09, 2092.8, 1177.2, -86.4, -48.6},
         {60, 1.17175, 2249.76, 1265.49, -136.026, -83.471},
         {119, 1.252138, 2404.104, 1352.309, -158.04, -109.15},
     };
-    for (const PlacementCase &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.k);
         const StillPlacement place = placeStill(row.k, 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
         EXPECT_NEAR(place.scale, row.scale, 1e-6);

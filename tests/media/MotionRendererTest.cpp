@@ -49,11 +49,7 @@ TEST(MotionRenderer, WritesOneH264TrackOfFramesAtKOverFpsWithTealUnderTransparen
 
 // A dark still with bright round marks at known places: where each mark's centre lands in
 // a frame is where the motion says that point of the still goes.
-struct Mark {
-    double x;
-    double y;
-};
-const Mark marks[] = {{480, 270}, {1440, 270}, {960, 540}, {480, 810}, {1440, 810}};
+const QPointF marks[] = {{480, 270}, {1440, 270}, {960, 540}, {480, 810}, {1440, 810}};
 
 QString markedStill(const QTemporaryDir &dir)
 {
@@ -63,8 +59,8 @@ QString markedStill(const QTemporaryDir &dir)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor(240, 240, 240));
-    for (const Mark &mark : marks)
-        painter.drawEllipse(QPointF(mark.x, mark.y), 8, 8);
+    for (const QPointF &mark : marks)
+        painter.drawEllipse(mark, 8, 8);
     const QString path = dir.filePath(QStringLiteral("marked.png"));
     image.save(path);
     return path;
@@ -73,9 +69,7 @@ QString markedStill(const QTemporaryDir &dir)
 // The brightness-weighted centre of the luma around a place, background taken off.
 std::pair<double, double> centreNear(const test::LumaFrame &frame, double x, double y)
 {
-    double sum = 0;
-    double sumX = 0;
-    double sumY = 0;
+    double sum = 0, sumX = 0, sumY = 0;
     const int radius = 24;
     for (int row = int(y) - radius; row <= int(y) + radius; ++row) {
         for (int column = int(x) - radius; column <= int(x) + radius; ++column) {
@@ -103,12 +97,12 @@ TEST(MotionRenderer, TheDefaultClipPutsPointsOfTheStillWhereTheMotionSays)
     ASSERT_EQ(luma.size(), 3);
     for (int i = 0; i < 3; ++i) {
         const StillPlacement place = placeStill(frames[i], 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
-        for (const Mark &mark : marks) {
-            const double expectedX = place.x0 + mark.x / 1920 * place.width;
-            const double expectedY = place.top(1080) + mark.y / 1080 * place.height;
+        for (const QPointF &mark : marks) {
+            const double expectedX = place.x0 + mark.x() / 1920 * place.width;
+            const double expectedY = place.top(1080) + mark.y() / 1080 * place.height;
             const auto [x, y] = centreNear(luma[i], expectedX, expectedY);
-            EXPECT_NEAR(x, expectedX, 0.5) << "frame " << frames[i] << " mark " << mark.x << "," << mark.y;
-            EXPECT_NEAR(y, expectedY, 0.5) << "frame " << frames[i] << " mark " << mark.x << "," << mark.y;
+            EXPECT_NEAR(x, expectedX, 0.5) << "frame " << frames[i] << " mark " << mark.x() << "," << mark.y();
+            EXPECT_NEAR(y, expectedY, 0.5) << "frame " << frames[i] << " mark " << mark.x() << "," << mark.y();
         }
     }
 }
