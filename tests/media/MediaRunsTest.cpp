@@ -1,10 +1,8 @@
 #include "av/AudioClip.h"
-#include "media/FfmpegMotionRenderer.h"
 #include "media/FfmpegVideoExporter.h"
 #include "media/MediaFixtures.h"
 #include "pipeline/MediaOperations.h"
 #include "media/VideoFacts.h"
-#include "model/PipelineConfig.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 

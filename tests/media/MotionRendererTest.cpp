@@ -1,8 +1,6 @@
 #include "media/ClipProbe.h"
-#include "media/FfmpegMotionRenderer.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
-#include "media/StillImage.h"
 #include "media/TitleCard.h"
 #include "media/MediaFixtures.h"
 #include "media/VideoFacts.h"
@@ -10,9 +8,7 @@
 
 #include <QDir>
 #include <QFile>
-#include <QImage>
 #include <QPainter>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include <numeric>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -37,20 +39,17 @@ bool openDecoder(Decoder &decoder, const AVStream *stream)
 
 MeanColour meanColour(const AVFrame *frame)
 {
-    MeanColour mean;
-    double *sums[3] = {&mean.y, &mean.cb, &mean.cr};
-    for (int plane = 0; plane < 3; ++plane) {
-        const int width = plane == 0 ? frame->width : frame->width / 2;
-        const int height = plane == 0 ? frame->height : frame->height / 2;
+    const auto mean = [frame](int plane, int width, int height) {
         double sum = 0;
         for (int y = 0; y < height; ++y) {
             const uint8_t *row = frame->data[plane] + ptrdiff_t(y) * frame->linesize[plane];
-            for (int x = 0; x < width; ++x)
-                sum += row[x];
+            sum = std::accumulate(row, row + width, sum);
         }
-        *sums[plane] = sum / (double(width) * height);
-    }
-    return mean;
+        return sum / (double(width) * height);
+    };
+    const int width = frame->width;
+    const int height = frame->height;
+    return {mean(0, width, height), mean(1, width / 2, height / 2), mean(2, width / 2, height / 2)};
 }
 
 LumaFrame lumaOf(const AVFrame *frame)

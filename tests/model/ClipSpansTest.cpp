@@ -12,8 +12,7 @@ namespace {
 
 struct Timed {
     qint64 index;
-    double start;
-    double end;
+    double start, end;
     const char *lyric = "";
 };
 

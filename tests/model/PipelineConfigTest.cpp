@@ -1,6 +1,5 @@
 #include "model/PipelineConfig.h"
 #include "model/JsonFields.h"
-#include "support/Fixtures.h"
 
 #include <gtest/gtest.h>
 

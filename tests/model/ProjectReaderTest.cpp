@@ -1,7 +1,6 @@
 // The reader's tolerant and strict rules, one document per row.
 
 #include "model/ProjectJson.h"
-#include "support/Fixtures.h"
 
 #include <gtest/gtest.h>
 

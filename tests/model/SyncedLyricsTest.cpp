@@ -2,7 +2,6 @@
 // lines at the same hundredths, and LRC from other writers is read as far as it is sound.
 
 #include "model/SyncedLyrics.h"
-#include "support/Fixtures.h"
 
 #include <gtest/gtest.h>
 
