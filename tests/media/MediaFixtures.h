@@ -24,10 +24,7 @@ inline QString solidStill(const QTemporaryDir &dir, const QString &name, QColor 
 
 inline DepthFlowSettings shortMotion(double duration, qint64 fps)
 {
-    DepthFlowSettings settings;
-    settings.durationSeconds = duration;
-    settings.fps = fps;
-    return settings;
+    return DepthFlowSettings{.durationSeconds = duration, .fps = fps};
 }
 
 // A clip of one colour, `frames` frames at 10 fps.

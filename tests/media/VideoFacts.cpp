@@ -79,8 +79,7 @@ VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
         || avformat_find_stream_info(input.p, nullptr) < 0)
         return facts;
     facts.opened = true;
-    int video = -1;
-    int audio = -1;
+    int video = -1, audio = -1;
     for (unsigned i = 0; i < input.p->nb_streams; ++i) {
         const AVCodecParameters *codec = input.p->streams[i]->codecpar;
         if (codec->codec_type == AVMEDIA_TYPE_VIDEO) {
@@ -96,8 +95,7 @@ VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
         }
     }
     // Both tracks are decoded in one pass over the packets.
-    Decoder videoDecoder;
-    Decoder audioDecoder;
+    Decoder videoDecoder, audioDecoder;
     if (video >= 0 && !openDecoder(videoDecoder, input.p->streams[video]))
         video = -1;
     if (audio >= 0 && !openDecoder(audioDecoder, input.p->streams[audio]))

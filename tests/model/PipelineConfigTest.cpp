@@ -15,8 +15,7 @@ TEST(PipelineConfig, NormalisingTheProxyURLGivesTheURLASettingMeans)
     const struct {
         const char *name;
         std::optional<QString> raw;
-        QString fallback;
-        QString expected;
+        QString fallback, expected;
     } rows[] = {
         {"nothing with an empty fallback gives the built-in default", std::nullopt, QString(), builtIn},
         {"nothing gives the trimmed fallback", std::nullopt, QStringLiteral("  ") + custom + QStringLiteral("\n"), custom},

@@ -37,10 +37,7 @@ TEST(ProjectDocument, RoundTripsAreEqualAndCanonical)
 
 TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
 {
-    const struct {
-        const char *name;
-        std::function<void(Project &)> spoil;
-    } cases[] = {
+    const std::pair<const char *, std::function<void(Project &)>> cases[] = {
         {"a time that is not a number", [](Project &p) { p.transcript = {{QUuid::createUuid(), {}, 0, std::nan(""), {}}}; }},
         {"an infinite chunk end", [](Project &p) { p.chunks = {StoryboardChunk{}}; p.chunks[0].end = INFINITY; }},
         {"an infinite zoom", [](Project &p) { p.motion.zoom = -double(INFINITY); }},
@@ -51,9 +48,9 @@ TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
              p.chunks[0].frame->createdAt = QDateTime(QDate(12000, 1, 1), QTime(0, 0), Qt::UTC);
          }},
     };
-    for (const auto &c : cases) {
+    for (const auto &[name, spoil] : cases) {
         Project project;
-        c.spoil(project);
-        EXPECT_THROW(writeProjectDocument(project), EncodingError) << c.name;
+        spoil(project);
+        EXPECT_THROW(writeProjectDocument(project), EncodingError) << name;
     }
 }

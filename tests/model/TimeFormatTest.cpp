@@ -13,8 +13,7 @@ TEST(TimeFormat, BothPrecisionsCutToTheUnitShown)
 {
     const struct {
         double seconds;
-        const char *whole;
-        const char *hundredths;
+        const char *whole, *hundredths;
     } rows[] = {
         {0, "0:00", "0:00.00"},
         {59.5, "0:59", "0:59.50"},
