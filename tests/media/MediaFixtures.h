@@ -24,10 +24,7 @@ inline QString solidStill(const QTemporaryDir &dir, const QString &name, QColor 
 
 inline DepthFlowSettings shortMotion(double duration, qint64 fps)
 {
-    DepthFlowSettings settings;
-    settings.durationSeconds = duration;
-    settings.fps = fps;
-    return settings;
+    return DepthFlowSettings{.durationSeconds = duration, .fps = fps};
 }
 
 // A clip of one colour, `frames` frames at 10 fps.
@@ -45,10 +42,8 @@ inline QString tone(const QTemporaryDir &dir, double seconds)
 {
     const QString path = dir.filePath(QStringLiteral("tone-%1.mp3").arg(seconds));
     QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
-                                            QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                                            QStringLiteral("sine=frequency=440:duration=%1").arg(seconds),
-                                            QStringLiteral("-ac"), QStringLiteral("2"), path});
+    ffmpeg.start(QStringLiteral("ffmpeg"), QStringLiteral("-v error -y -f lavfi -i sine=frequency=440:duration=%1 -ac 2")
+                                               .arg(seconds).split(QLatin1Char(' ')) << path);
     ffmpeg.waitForFinished(30000);
     return ffmpeg.exitCode() == 0 ? path : QString();
 }

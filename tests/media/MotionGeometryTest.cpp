@@ -10,62 +10,44 @@
 namespace quillvane {
 namespace {
 
-TEST(ClipFrames, CountsFramesAsTheMotionStageDoes)
+TEST(ClipFrames, CountsFramesAsTheMotionStageDoesAndRefusesWhatNoClipCanHold)
 {
     constexpr qint64 largest = std::numeric_limits<int32_t>::max();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    // No frames expected: refused as out of range.
     const struct {
         double duration;
         qint64 fps;
         int expectedFps;
         qint64 expectedFrames;
-    } rows[] = {{4.0, 30, 30, 120}, {2.99, 24, 24, 71}, {0.001, 30, 30, 1}, {3.0, 0, 1, 3},
-                {2.5, -5, 1, 2},    {-4.0, 30, 30, 1},  {1.0, largest, int(largest), largest}};
+    } rows[] = {{4.0, 30, 30, 120}, {2.99, 24, 24, 71}, {0.001, 30, 30, 1}, {3.0, 0, 1, 3}, {2.5, -5, 1, 2},
+                {-4.0, 30, 30, 1}, {1.0, largest, int(largest), largest}, {4.0, largest + 1, 0, 0},
+                {std::numeric_limits<double>::quiet_NaN(), 30, 0, 0}, {infinity, 30, 0, 0}, {-infinity, 30, 0, 0},
+                {1e300, 30, 0, 0}, {9.3e18, 1, 0, 0}};
     for (const auto &row : rows) {
-        const ClipFrames timing = clipFrames(DepthFlowSettings{.durationSeconds = row.duration, .fps = row.fps});
-        EXPECT_EQ(std::pair(timing.fps, timing.frameCount), std::pair(row.expectedFps, row.expectedFrames))
-            << row.duration << " s at " << row.fps;
+        try {
+            const ClipFrames timing = clipFrames(DepthFlowSettings{.durationSeconds = row.duration, .fps = row.fps});
+            EXPECT_EQ(std::pair(timing.fps, timing.frameCount), std::pair(row.expectedFps, row.expectedFrames))
+                << row.duration << " s at " << row.fps;
+        } catch (const MotionError &error) {
+            EXPECT_EQ(std::pair(row.expectedFrames, error.kind()), std::pair(qint64(0), MotionError::Case::settingsOutOfRange))
+                << row.duration << " s at " << row.fps;
+        }
     }
 }
-
-TEST(ClipFrames, RefusesWhatNoClipCanHold)
-{
-    const auto refused = [](double duration, qint64 fps) {
-        DepthFlowSettings settings;
-        settings.durationSeconds = duration;
-        settings.fps = fps;
-        try {
-            clipFrames(settings);
-        } catch (const MotionError &error) {
-            return error.kind() == MotionError::Case::settingsOutOfRange;
-        }
-        return false;
-    };
-    EXPECT_TRUE(refused(4.0, qint64(std::numeric_limits<int32_t>::max()) + 1));
-    EXPECT_TRUE(refused(std::numeric_limits<double>::quiet_NaN(), 30));
-    EXPECT_TRUE(refused(std::numeric_limits<double>::infinity(), 30));
-    EXPECT_TRUE(refused(-std::numeric_limits<double>::infinity(), 30));
-    EXPECT_TRUE(refused(1e300, 30));
-    EXPECT_TRUE(refused(9.3e18, 1));
-}
-
-struct PlacementCase {
-    qint64 k;
-    double scale;
-    double width;
-    double height;
-    double x0;
-    double y0;
-};
 
 // The default motion of a 1920x1080 still in a 1920x1080 frame over 120 frames.
 TEST(PlaceStill, FollowsTheWorkedExample)
 {
-    const PlacementCase rows[] = {
+    const struct {
+        qint64 k;
+        double scale, width, height, x0, y0;
+    } rows[] = {
         {0, 1.09, 2092.8, 1177.2, -86.4, -48.6},
         {60, 1.17175, 2249.76, 1265.49, -136.026, -83.471},
         {119, 1.252138, 2404.104, 1352.309, -158.04, -109.15},
     };
-    for (const PlacementCase &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.k);
         const StillPlacement place = placeStill(row.k, 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
         EXPECT_NEAR(place.scale, row.scale, 1e-6);
@@ -78,28 +60,19 @@ TEST(PlaceStill, FollowsTheWorkedExample)
 
 TEST(PlaceStill, FitsTheFrameByAspect)
 {
-    DepthFlowSettings still;
-    still.intensity = 0;
-    still.zoom = 0;
-    // Square: fitted to the width, overflowing vertically and centred.
-    StillPlacement square = placeStill(5, 10, 1920, 1080, 1000, 1000, still);
-    EXPECT_DOUBLE_EQ(square.width, 1920);
-    EXPECT_DOUBLE_EQ(square.height, 1920);
-    EXPECT_DOUBLE_EQ(square.x0, 0);
-    EXPECT_DOUBLE_EQ(square.y0, -420);
-    EXPECT_DOUBLE_EQ(square.top(1080), -420);
-    // 21:9: fitted to the height, overflowing horizontally.
-    StillPlacement wide = placeStill(0, 10, 1920, 1080, 2520, 1080, still);
-    EXPECT_DOUBLE_EQ(wide.height, 1080);
-    EXPECT_DOUBLE_EQ(wide.width, 2520);
-    EXPECT_DOUBLE_EQ(wide.x0, -300);
-    // Equal aspect takes the width branch and fills the frame exactly in every frame.
-    for (qint64 k : {0, 9}) {
-        StillPlacement same = placeStill(k, 10, 1920, 1080, 3840, 2160, still);
-        EXPECT_DOUBLE_EQ(same.width, 1920);
-        EXPECT_DOUBLE_EQ(same.height, 1080);
-        EXPECT_DOUBLE_EQ(same.x0, 0);
-        EXPECT_DOUBLE_EQ(same.y0, 0);
+    const DepthFlowSettings still{.intensity = 0, .zoom = 0};
+    // Square: fitted to the width and centred; 21:9: fitted to the height; equal aspect fills
+    // the frame exactly in every frame.
+    const struct {
+        qint64 k;
+        double sourceWidth, sourceHeight, width, height, x0, top;
+    } rows[] = {{5, 1000, 1000, 1920, 1920, 0, -420}, {0, 2520, 1080, 2520, 1080, -300, 0},
+                {0, 3840, 2160, 1920, 1080, 0, 0},     {9, 3840, 2160, 1920, 1080, 0, 0}};
+    for (const auto &row : rows) {
+        const StillPlacement place = placeStill(row.k, 10, 1920, 1080, row.sourceWidth, row.sourceHeight, still);
+        EXPECT_EQ(std::tuple(place.width, place.height, place.x0, place.top(1080)),
+                  std::tuple(row.width, row.height, row.x0, row.top))
+            << row.sourceWidth << "x" << row.sourceHeight << " frame " << row.k;
     }
 }
 
@@ -119,60 +92,39 @@ std::vector<uint8_t> resampleRow(const std::vector<float> &source, int outputWid
     return out;
 }
 
-TEST(Resampler, DrawnInPlaceAtItsOwnSizeGivesTheSourceBack)
+TEST(Resampler, GivesTheSourceBackInPlaceKeepsFlatAreasFlatAndLeavesTheFillWithNoSize)
 {
     std::vector<float> source;
     for (int i = 0; i < 40; ++i)
         source.push_back(float((i * 37) % 200 + 20));
-    const std::vector<uint8_t> out = resampleRow(source, 40, 0, 40, 16);
+    const std::vector<uint8_t> same = resampleRow(source, 40, 0, 40, 16);
     for (size_t i = 0; i < source.size(); ++i)
-        EXPECT_EQ(out[i], uint8_t(source[i])) << i;
-}
+        EXPECT_EQ(same[i], uint8_t(source[i])) << i;
 
-TEST(Resampler, AFlatPictureStaysFlatAtAnySubPixelPlaceAndScale)
-{
-    const std::vector<float> source(64, 150.0f);
+    // At any sub-pixel place and scale.
     for (double start : {-3.25, -0.5, -0.01}) {
-        for (double length : {64.5, 80.0, 130.7}) {
-            const std::vector<uint8_t> out = resampleRow(source, 60, start, length, 16);
-            for (uint8_t value : out)
-                ASSERT_EQ(value, 150) << start << " " << length;
-        }
+        for (double length : {64.5, 80.0, 130.7})
+            EXPECT_EQ(resampleRow(std::vector<float>(64, 150.0f), 60, start, length, 16), std::vector<uint8_t>(60, 150))
+                << start << " " << length;
     }
+    for (double length : {0.0, -5.0, std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(resampleRow(std::vector<float>(8, 200.0f), 8, 0, length, 16), std::vector<uint8_t>(8, 16)) << length;
 }
 
-TEST(Resampler, EdgesBlendWithTheFillByTheirCoverage)
+TEST(Resampler, BlendsEdgesWithTheFillByCoverageAndAveragesDetailWhenShrinking)
 {
-    const std::vector<float> source(20, 200.0f);
-    // Drawn over [2.5, 12.5): pixel 2 is half covered, 12 half, 0..1 and 13.. not at all.
-    const std::vector<uint8_t> out = resampleRow(source, 16, 2.5, 10, 100);
-    EXPECT_EQ(out[0], 100);
-    EXPECT_EQ(out[1], 100);
-    EXPECT_EQ(out[2], 150);
-    EXPECT_EQ(out[7], 200);
-    EXPECT_EQ(out[12], 150);
-    EXPECT_EQ(out[15], 100);
-}
+    // Drawn over [2.5, 12.5): pixels 2 and 12 are half covered, 0..1 and 13.. not at all.
+    const std::vector<uint8_t> out = resampleRow(std::vector<float>(20, 200.0f), 16, 2.5, 10, 100);
+    EXPECT_EQ((std::vector<uint8_t>{out[0], out[1], out[2], out[7], out[12], out[15]}),
+              (std::vector<uint8_t>{100, 100, 150, 200, 150, 100}));
 
-TEST(Resampler, ShrinkingAveragesDetailInsteadOfAliasingIt)
-{
     // One-pixel stripes shrunk four times: a plain point sampler would pick one stripe colour.
-    std::vector<float> source;
+    std::vector<float> stripes;
     for (int i = 0; i < 400; ++i)
-        source.push_back(i % 2 ? 220.0f : 20.0f);
-    const std::vector<uint8_t> out = resampleRow(source, 100, 0, 100, 16);
-    for (size_t i = 2; i + 2 < out.size(); ++i)
-        EXPECT_NEAR(out[i], 120, 2) << i;
-}
-
-TEST(Resampler, APictureDrawnWithNoSizeLeavesTheFill)
-{
-    const std::vector<float> source(8, 200.0f);
-    for (double length : {0.0, -5.0, std::numeric_limits<double>::infinity()}) {
-        const std::vector<uint8_t> out = resampleRow(source, 8, 0, length, 16);
-        for (uint8_t value : out)
-            EXPECT_EQ(value, 16) << length;
-    }
+        stripes.push_back(i % 2 ? 220.0f : 20.0f);
+    const std::vector<uint8_t> shrunk = resampleRow(stripes, 100, 0, 100, 16);
+    for (size_t i = 2; i + 2 < shrunk.size(); ++i)
+        EXPECT_NEAR(shrunk[i], 120, 2) << i;
 }
 
 } // namespace

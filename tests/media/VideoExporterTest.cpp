@@ -28,17 +28,22 @@ protected:
     }
     static void TearDownTestSuite() { delete dir; }
 
+    // Exports off the caller's thread, as the app does, keeping the progress it reported.
     QString exportTo(const QStringList &clips, const ExportSettings &settings, const QString &name,
-                            const std::optional<QString> &audio = std::nullopt, bool copy = true)
+                     const std::optional<QString> &audio = std::nullopt, bool copy = true)
     {
         const QString output = out.filePath(name);
-        FfmpegVideoExporter({copy}).exportNow(clips, audio, settings, output, {}, {});
+        reported.clear();
+        FfmpegVideoExporter exporter({copy});
+        auto exporting = exporter.exportVideo(clips, audio, settings, output, [this](double p) { reported.append(p); }, {});
+        EXPECT_EQ(blockingWait(std::move(exporting)), output);
         return output;
     }
 
     static inline QTemporaryDir *dir = nullptr;
     static inline QString red, green, blue, song;
     QTemporaryDir out;
+    QList<double> reported;
 };
 
 // Which clip each frame came from, by its colour.
@@ -50,108 +55,74 @@ QString colourRun(const VideoFacts &facts)
     return run;
 }
 
-TEST_F(VideoExporterTest, CopiedClipsMatchAReEncodeInEverythingButBytes)
+TEST_F(VideoExporterTest, CopiedClipsMatchAReEncodeInAllButBytesTheContainerDecidesTheBrandProgressEndsAtOne)
 {
-    const QStringList clips{blue, red, green};
+    // The song has no picture, so it is passed over.
+    const QStringList clips{blue, red, song, green};
     const VideoFacts copied = inspectVideo(exportTo(clips, {}, QStringLiteral("copied.mp4")));
-    const VideoFacts encoded = inspectVideo(exportTo(clips, {}, QStringLiteral("encoded.mp4"), {}, false));
-    EXPECT_EQ(copied.videoCodec, encoded.videoCodec);
-    EXPECT_EQ(copied.width, encoded.width);
-    EXPECT_EQ(copied.height, encoded.height);
+    ExportSettings mov;
+    mov.container = ExportContainer::mov;
+    const VideoFacts encoded = inspectVideo(exportTo(clips, mov, QStringLiteral("encoded.mov"), {}, false));
+    ASSERT_FALSE(reported.isEmpty());
+    EXPECT_EQ(std::tuple(reported.front(), reported.back(), std::is_sorted(reported.begin(), reported.end())),
+              std::tuple(0.0, 1.0, true));
+    EXPECT_EQ(copied.majorBrand, QByteArray("isom"));
+    EXPECT_EQ(encoded.majorBrand, QByteArray("qt  "));
+    for (const VideoFacts &facts : {copied, encoded}) {
+        EXPECT_TRUE(facts.indexAtFront);
+        EXPECT_EQ(std::tuple(facts.videoCodec, facts.width, facts.height), std::tuple(QStringLiteral("h264"), 1920, 1080));
+        EXPECT_EQ(colourRun(facts), QStringLiteral("bbbbrrrrrggg"));
+        EXPECT_NEAR(facts.videoEnd, 1.2, 1e-6);
+    }
     EXPECT_EQ(copied.frameTimes, encoded.frameTimes);
-    EXPECT_EQ(copied.videoEnd, encoded.videoEnd);
-    EXPECT_EQ(colourRun(copied), colourRun(encoded));
-    EXPECT_EQ(colourRun(copied), QStringLiteral("bbbbrrrrrggg"));
     // The copy really is the clips' own pictures.
     EXPECT_EQ(copied.firstVideoPacket, inspectVideo(blue).firstVideoPacket);
 }
 
-struct ResolutionCase {
-    ExportResolution resolution;
-    int width;
-    int height;
-};
-
-TEST_F(VideoExporterTest, ScalesToFitEachResolutionsBox)
+TEST_F(VideoExporterTest, ScalesEveryClipIntoEachResolutionsBox)
 {
-    const ResolutionCase rows[] = {{ExportResolution::p720, 1280, 720},
-                                   {ExportResolution::p1080, 1920, 1080},
-                                   {ExportResolution::p1440, 1920, 1080},
-                                   {ExportResolution::p2160, 3840, 2160}};
-    for (const ResolutionCase &row : rows) {
-        ExportSettings settings;
-        settings.resolution = row.resolution;
-        const VideoFacts facts = inspectVideo(exportTo({green}, settings, textValue(row.resolution) + QStringLiteral(".mp4")));
-        EXPECT_EQ(facts.width, row.width) << textValue(row.resolution).toStdString();
-        EXPECT_EQ(facts.height, row.height) << textValue(row.resolution).toStdString();
-        EXPECT_EQ(facts.frameTimes.size(), 3);
-        EXPECT_EQ(colourRun(facts), QStringLiteral("ggg"));
-    }
-}
-
-TEST_F(VideoExporterTest, ClipsOfAnotherSizeAreScaledIntoTheFirstClipsFrame)
-{
+    // Clips of another size than the first are scaled into its frame, then all into the box.
     const QString small = solidClip(*dir, QStringLiteral("small"), Qt::red, 2, 640, 360);
     const QString square = solidClip(*dir, QStringLiteral("square"), Qt::blue, 2, 360, 360);
-    const VideoFacts facts = inspectVideo(exportTo({green, small, square}, {}, QStringLiteral("mixed.mp4")));
-    EXPECT_EQ(facts.width, 1920);
-    EXPECT_EQ(facts.height, 1080);
-    EXPECT_EQ(facts.frameTimes.size(), 7);
-    EXPECT_EQ(colourRun(facts).left(5), QStringLiteral("gggrr"));
-}
-
-TEST_F(VideoExporterTest, TheContainerDecidesTheBrandAndTheIndexComesFirst)
-{
-    ExportSettings mov;
-    mov.container = ExportContainer::mov;
-    const VideoFacts asMov = inspectVideo(exportTo({red}, mov, QStringLiteral("video.mov")));
-    const VideoFacts asMp4 = inspectVideo(exportTo({red}, {}, QStringLiteral("video.mp4")));
-    EXPECT_EQ(asMov.majorBrand, QByteArray("qt  "));
-    EXPECT_EQ(asMp4.majorBrand, QByteArray("isom"));
-    for (const VideoFacts &facts : {asMov, asMp4}) {
-        EXPECT_TRUE(facts.indexAtFront);
-        EXPECT_EQ(facts.videoCodec, QStringLiteral("h264"));
+    const std::tuple<ExportResolution, int, int> rows[] = {{ExportResolution::p720, 1280, 720},
+                                                           {ExportResolution::p1080, 1920, 1080},
+                                                           {ExportResolution::p1440, 1920, 1080},
+                                                           {ExportResolution::p2160, 3840, 2160}};
+    for (const auto &[resolution, width, height] : rows) {
+        SCOPED_TRACE(textValue(resolution).toStdString());
+        ExportSettings settings;
+        settings.resolution = resolution;
+        const VideoFacts facts = inspectVideo(exportTo({green, small, square}, settings, QStringLiteral("v.mp4")));
+        EXPECT_EQ(QSize(facts.width, facts.height), QSize(width, height));
+        EXPECT_EQ(facts.frameTimes.size(), 7);
+        EXPECT_EQ(colourRun(facts).left(5), QStringLiteral("gggrr"));
     }
 }
-
-struct AudioCase {
-    const char *description;
-    double toneSeconds; // 0: no audio file given
-    bool include;
-    bool deleted;
-    int audioStreams;
-    double audioSeconds;
-};
 
 TEST_F(VideoExporterTest, PutsTheOriginalAudioUnderTheVideoOnlyWhenAskedAndThere)
 {
-    const AudioCase rows[] = {
-        {"longer audio is cut at the video's end", 5, true, false, 1, 1.2},
-        {"shorter audio ends early", 0.5, true, false, 1, 0.5},
-        {"audio turned off", 5, false, false, 0, 0},
-        {"audio file deleted", 5, true, true, 0, 0},
-        {"no audio given", 0, true, false, 0, 0},
-    };
-    for (const AudioCase &row : rows) {
-        SCOPED_TRACE(row.description);
-        std::optional<QString> audio;
-        if (row.toneSeconds > 0) {
-            audio = tone(out, row.toneSeconds);
-            if (row.deleted)
-                QFile::remove(*audio);
-        }
+    // (tone length, 0 for none given; included; deleted first; audio tracks; audio length)
+    const std::tuple<double, bool, bool, int, double> rows[] = {
+        {5, true, false, 1, 1.2}, // cut at the video's end
+        {0.5, true, false, 1, 0.5}, {5, false, false, 0, 0}, {5, true, true, 0, 0}, {0, true, false, 0, 0}};
+    for (const auto &[toneSeconds, include, deleted, audioStreams, audioSeconds] : rows) {
+        SCOPED_TRACE(testing::Message() << toneSeconds << (include ? " included" : "") << (deleted ? " deleted" : ""));
+        const std::optional<QString> audio = toneSeconds > 0 ? std::optional(tone(out, toneSeconds)) : std::nullopt;
+        if (deleted)
+            QFile::remove(*audio);
         ExportSettings settings;
-        settings.includeOriginalAudio = row.include;
+        settings.includeOriginalAudio = include;
         const VideoFacts facts = inspectVideo(exportTo({red, green, blue}, settings, QStringLiteral("a.mp4"), audio));
-        EXPECT_EQ(facts.audioStreams, row.audioStreams);
-        EXPECT_NEAR(facts.audioSeconds, row.audioSeconds, 0.03);
+        EXPECT_EQ(facts.audioStreams, audioStreams);
+        EXPECT_NEAR(facts.audioSeconds, audioSeconds, 0.03);
         EXPECT_EQ(facts.frameTimes.size(), 12);
     }
 }
 
 TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
 {
-    const auto failure = [&](const QStringList &clips, const QString &output) {
+    const QString output = out.filePath(QStringLiteral("video.mp4"));
+    const auto failure = [&](const QStringList &clips) {
         try {
             FfmpegVideoExporter().exportNow(clips, std::nullopt, {}, output, {}, {});
         } catch (const Error &error) {
@@ -159,54 +130,25 @@ TEST_F(VideoExporterTest, FailuresSayWhyAndKeepAnEarlierExportWhole)
         }
         return QString();
     };
-    const QString output = out.filePath(QStringLiteral("video.mp4"));
-    EXPECT_EQ(failure({}, output), QStringLiteral("There are no rendered clips to export."));
-    EXPECT_EQ(failure({song}, output), QStringLiteral("There are no rendered clips to export."));
+    EXPECT_EQ(failure({}), QStringLiteral("There are no rendered clips to export."));
+    EXPECT_EQ(failure({song}), QStringLiteral("There are no rendered clips to export."));
 
     FfmpegVideoExporter().exportNow({red}, std::nullopt, {}, output, {}, {});
     const QByteArray earlier = readFile(output);
-    const QString gone = out.filePath(QStringLiteral("gone.mov"));
-    EXPECT_EQ(failure({green, gone}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(gone));
-    EXPECT_EQ(readFile(output), earlier);
-
-    // Clips damaged on disk after they were rendered: cut short, or emptied.
+    // A clip gone, or damaged on disk after it was rendered: cut short, cut at the header, emptied.
     const QByteArray whole = readFile(blue);
-    const struct {
-        const char *name;
-        QByteArray bytes;
-    } damaged[] = {
-        {"cut-short.mov", whole.left(whole.size() / 2)},
-        {"cut-at-the-header.mov", whole.left(200)},
-        {"empty.mov", QByteArray()},
-    };
-    for (const auto &clip : damaged) {
-        const QString path = dir->filePath(QString::fromLatin1(clip.name));
-        writeFile(path, clip.bytes);
-        EXPECT_EQ(failure({green, path}, output), QStringLiteral("Export failed: could not read the clip %1.").arg(path))
-            << clip.name;
-        EXPECT_EQ(readFile(output), earlier) << clip.name;
+    const std::pair<QString, QByteArray> clips[] = {{QStringLiteral("gone.mov"), {}},
+                                                   {QStringLiteral("cut-short.mov"), whole.left(whole.size() / 2)},
+                                                   {QStringLiteral("cut-at-the-header.mov"), whole.left(200)},
+                                                   {QStringLiteral("empty.mov"), QByteArray()}};
+    for (const auto &[name, bytes] : clips) {
+        const QString path = dir->filePath(name);
+        if (name != QStringLiteral("gone.mov"))
+            writeFile(path, bytes);
+        EXPECT_EQ(failure({green, path}), QStringLiteral("Export failed: could not read the clip %1.").arg(path));
+        EXPECT_EQ(readFile(output), earlier) << qPrintable(name);
     }
     EXPECT_EQ(QDir(out.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("video.mp4")});
-}
-
-TEST_F(VideoExporterTest, AClipWithoutVideoIsPassedOver)
-{
-    const VideoFacts facts = inspectVideo(exportTo({red, song, blue}, {}, QStringLiteral("video.mp4")));
-    EXPECT_EQ(colourRun(facts), QStringLiteral("rrrrrbbbb"));
-    EXPECT_NEAR(facts.videoEnd, 0.9, 1e-6);
-}
-
-TEST_F(VideoExporterTest, ReportsProgressEndingAtOneOffTheCallersThread)
-{
-    QList<double> reported;
-    FfmpegVideoExporter exporter({false});
-    auto exporting = exporter.exportVideo({red, green}, std::nullopt, {}, out.filePath(QStringLiteral("v.mp4")),
-                                          [&](double p) { reported.append(p); }, {});
-    EXPECT_EQ(blockingWait(std::move(exporting)), out.filePath(QStringLiteral("v.mp4")));
-    ASSERT_FALSE(reported.isEmpty());
-    EXPECT_EQ(reported.front(), 0.0);
-    EXPECT_EQ(reported.back(), 1.0);
-    EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end()));
 }
 
 } // namespace

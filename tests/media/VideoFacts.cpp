@@ -4,12 +4,12 @@
 
 #include <QFile>
 
+#include <numeric>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 }
-
-#include <memory>
 
 namespace quillvane::test {
 
@@ -18,77 +18,53 @@ namespace {
 // The encoders' chatter would bury the test output.
 const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
 
-struct Input {
-    AVFormatContext *context = nullptr;
-    ~Input() { avformat_close_input(&context); }
+// An FFmpeg object freed by its own function when the test is done with it.
+template <typename T, auto release>
+struct Owned {
+    T *p = nullptr;
+    ~Owned() { release(&p); }
 };
-struct Decoder {
-    AVCodecContext *context = nullptr;
-    ~Decoder() { avcodec_free_context(&context); }
-};
-struct Frame {
-    AVFrame *frame = av_frame_alloc();
-    ~Frame() { av_frame_free(&frame); }
-};
-struct Packet {
-    AVPacket *packet = av_packet_alloc();
-    ~Packet() { av_packet_free(&packet); }
-};
+using Input = Owned<AVFormatContext, avformat_close_input>;
+using Decoder = Owned<AVCodecContext, avcodec_free_context>;
 
 bool openDecoder(Decoder &decoder, const AVStream *stream)
 {
     const AVCodec *codec = avcodec_find_decoder(stream->codecpar->codec_id);
-    decoder.context = codec ? avcodec_alloc_context3(codec) : nullptr;
-    if (!decoder.context || avcodec_parameters_to_context(decoder.context, stream->codecpar) < 0)
+    decoder.p = codec ? avcodec_alloc_context3(codec) : nullptr;
+    if (!decoder.p || avcodec_parameters_to_context(decoder.p, stream->codecpar) < 0)
         return false;
-    decoder.context->pkt_timebase = stream->time_base;
-    return avcodec_open2(decoder.context, codec, nullptr) == 0;
+    decoder.p->pkt_timebase = stream->time_base;
+    return avcodec_open2(decoder.p, codec, nullptr) == 0;
 }
 
 MeanColour meanColour(const AVFrame *frame)
 {
-    MeanColour mean;
-    double *sums[3] = {&mean.y, &mean.cb, &mean.cr};
-    for (int plane = 0; plane < 3; ++plane) {
-        const int width = plane == 0 ? frame->width : frame->width / 2;
-        const int height = plane == 0 ? frame->height : frame->height / 2;
+    const auto mean = [frame](int plane, int width, int height) {
         double sum = 0;
         for (int y = 0; y < height; ++y) {
             const uint8_t *row = frame->data[plane] + ptrdiff_t(y) * frame->linesize[plane];
-            for (int x = 0; x < width; ++x)
-                sum += row[x];
+            sum = std::accumulate(row, row + width, sum);
         }
-        *sums[plane] = sum / (double(width) * height);
-    }
-    return mean;
+        return sum / (double(width) * height);
+    };
+    const int width = frame->width;
+    const int height = frame->height;
+    return {mean(0, width, height), mean(1, width / 2, height / 2), mean(2, width / 2, height / 2)};
 }
 
-// Calls visit for every decoded frame of the stream, then drains the decoder.
-template <typename Visit>
-void decodeStream(AVFormatContext *input, int index, Decoder &decoder, Visit visit)
+LumaFrame lumaOf(const AVFrame *frame)
 {
-    Packet packet;
-    Frame frame;
-    const auto drain = [&] {
-        while (avcodec_receive_frame(decoder.context, frame.frame) == 0) {
-            visit(frame.frame);
-            av_frame_unref(frame.frame);
-        }
-    };
-    while (av_read_frame(input, packet.packet) >= 0) {
-        if (packet.packet->stream_index == index) {
-            avcodec_send_packet(decoder.context, packet.packet);
-            drain();
-        }
-        av_packet_unref(packet.packet);
-    }
-    avcodec_send_packet(decoder.context, nullptr);
-    drain();
+    LumaFrame luma{frame->width, frame->height, {}};
+    luma.samples.resize(size_t(frame->width) * size_t(frame->height));
+    for (int y = 0; y < frame->height; ++y)
+        std::copy_n(frame->data[0] + ptrdiff_t(y) * frame->linesize[0], frame->width,
+                    luma.samples.data() + size_t(y) * size_t(frame->width));
+    return luma;
 }
 
 } // namespace
 
-VideoFacts inspectVideo(const QString &path)
+VideoFacts inspectVideo(const QString &path, const QList<int> &lumaOfFrames)
 {
     VideoFacts facts;
     const QByteArray bytes = readFile(path);
@@ -99,91 +75,66 @@ VideoFacts inspectVideo(const QString &path)
     facts.indexAtFront = moov >= 0 && mdat >= 0 && moov < mdat;
 
     Input input;
-    if (avformat_open_input(&input.context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
-        || avformat_find_stream_info(input.context, nullptr) < 0)
+    if (avformat_open_input(&input.p, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
+        || avformat_find_stream_info(input.p, nullptr) < 0)
         return facts;
     facts.opened = true;
-    int videoIndex = -1;
-    int audioIndex = -1;
-    for (unsigned i = 0; i < input.context->nb_streams; ++i) {
-        const AVCodecParameters *codec = input.context->streams[i]->codecpar;
+    int video = -1, audio = -1;
+    for (unsigned i = 0; i < input.p->nb_streams; ++i) {
+        const AVCodecParameters *codec = input.p->streams[i]->codecpar;
         if (codec->codec_type == AVMEDIA_TYPE_VIDEO) {
             ++facts.videoStreams;
-            videoIndex = int(i);
+            video = int(i);
             facts.videoCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
             facts.width = codec->width;
             facts.height = codec->height;
         } else if (codec->codec_type == AVMEDIA_TYPE_AUDIO) {
             ++facts.audioStreams;
-            audioIndex = int(i);
+            audio = int(i);
             facts.audioCodec = QString::fromUtf8(avcodec_get_name(codec->codec_id));
         }
     }
-    if (videoIndex >= 0) {
-        Packet first;
-        while (av_read_frame(input.context, first.packet) >= 0) {
-            const bool found = first.packet->stream_index == videoIndex;
-            if (found)
-                facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(first.packet->data), first.packet->size);
-            av_packet_unref(first.packet);
-            if (found)
-                break;
+    // Both tracks are decoded in one pass over the packets.
+    Decoder videoDecoder, audioDecoder;
+    if (video >= 0 && !openDecoder(videoDecoder, input.p->streams[video]))
+        video = -1;
+    if (audio >= 0 && !openDecoder(audioDecoder, input.p->streams[audio]))
+        audio = -1;
+    const double videoUnit = video >= 0 ? av_q2d(input.p->streams[video]->time_base) : 0;
+    if (video >= 0 && input.p->streams[video]->duration != AV_NOPTS_VALUE)
+        facts.videoEnd = double(input.p->streams[video]->duration) * videoUnit;
+    int64_t samples = 0;
+    int rate = 0;
+    Owned<AVFrame, av_frame_free> frame{av_frame_alloc()};
+    const auto decode = [&](int stream, const AVPacket *packet) {
+        if (stream < 0 || (stream != video && stream != audio))
+            return;
+        AVCodecContext *decoder = stream == video ? videoDecoder.p : audioDecoder.p;
+        avcodec_send_packet(decoder, packet);
+        while (avcodec_receive_frame(decoder, frame.p) == 0) {
+            if (stream == audio) {
+                samples += frame.p->nb_samples;
+                rate = frame.p->sample_rate;
+            } else {
+                if (lumaOfFrames.contains(int(facts.frameTimes.size())))
+                    facts.luma.append(lumaOf(frame.p));
+                facts.frameTimes.append(double(frame.p->best_effort_timestamp) * videoUnit);
+                facts.frameColours.append(meanColour(frame.p));
+            }
+            av_frame_unref(frame.p);
         }
-        av_seek_frame(input.context, -1, INT64_MIN, AVSEEK_FLAG_BACKWARD);
-        avformat_flush(input.context);
-        Decoder decoder;
-        const AVStream *stream = input.context->streams[videoIndex];
-        if (openDecoder(decoder, stream)) {
-            decodeStream(input.context, videoIndex, decoder, [&](const AVFrame *frame) {
-                const double time = double(frame->best_effort_timestamp) * av_q2d(stream->time_base);
-                facts.frameTimes.append(time);
-                facts.frameColours.append(meanColour(frame));
-            });
-            if (stream->duration != AV_NOPTS_VALUE)
-                facts.videoEnd = double(stream->duration) * av_q2d(stream->time_base);
-        }
+    };
+    Owned<AVPacket, av_packet_free> packet{av_packet_alloc()};
+    while (av_read_frame(input.p, packet.p) >= 0) {
+        if (packet.p->stream_index == video && facts.firstVideoPacket.isEmpty())
+            facts.firstVideoPacket = QByteArray(reinterpret_cast<const char *>(packet.p->data), packet.p->size);
+        decode(packet.p->stream_index, packet.p);
+        av_packet_unref(packet.p);
     }
-    if (audioIndex >= 0) {
-        av_seek_frame(input.context, -1, INT64_MIN, AVSEEK_FLAG_BACKWARD);
-        avformat_flush(input.context);
-        Decoder decoder;
-        if (openDecoder(decoder, input.context->streams[audioIndex])) {
-            int64_t samples = 0;
-            int rate = 0;
-            decodeStream(input.context, audioIndex, decoder, [&](const AVFrame *frame) {
-                samples += frame->nb_samples;
-                rate = frame->sample_rate;
-            });
-            facts.audioSeconds = rate > 0 ? double(samples) / rate : 0;
-        }
-    }
+    decode(video, nullptr);
+    decode(audio, nullptr);
+    facts.audioSeconds = rate > 0 ? double(samples) / rate : 0;
     return facts;
-}
-
-QList<LumaFrame> lumaFrames(const QString &path, const QList<int> &indices)
-{
-    QList<LumaFrame> frames;
-    Input input;
-    if (avformat_open_input(&input.context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0
-        || avformat_find_stream_info(input.context, nullptr) < 0)
-        return frames;
-    const int index = av_find_best_stream(input.context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    Decoder decoder;
-    if (index < 0 || !openDecoder(decoder, input.context->streams[index]))
-        return frames;
-    int number = 0;
-    decodeStream(input.context, index, decoder, [&](const AVFrame *frame) {
-        if (indices.contains(number)) {
-            LumaFrame luma{frame->width, frame->height, {}};
-            luma.samples.resize(size_t(frame->width) * size_t(frame->height));
-            for (int y = 0; y < frame->height; ++y)
-                std::copy_n(frame->data[0] + ptrdiff_t(y) * frame->linesize[0], frame->width,
-                            luma.samples.data() + size_t(y) * size_t(frame->width));
-            frames.append(std::move(luma));
-        }
-        ++number;
-    });
-    return frames;
 }
 
 } // namespace quillvane::test

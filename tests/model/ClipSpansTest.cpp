@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
+#include <cmath>
 
 using namespace quillvane;
 
@@ -12,14 +12,15 @@ namespace {
 
 struct Timed {
     qint64 index;
-    double start;
-    double end;
+    double start, end;
     const char *lyric = "";
 };
 
-Project projectWith(const QList<Timed> &chunks, double song, const QList<TranscriptSegment> &lines = {})
+Project projectWith(const QList<Timed> &chunks, double song, const QList<TranscriptSegment> &lines = {},
+                    ClipTiming timing = ClipTiming::followSong)
 {
     Project project;
+    project.motion.clipTiming = timing;
     project.audioDuration = song;
     project.motion.fps = 10;
     project.transcript = lines;
@@ -34,32 +35,18 @@ Project projectWith(const QList<Timed> &chunks, double song, const QList<Transcr
     return project;
 }
 
-TranscriptSegment line(const char *text, double start)
-{
-    return {QUuid::createUuid(), QString::fromUtf8(text), start, start + 1, {}};
-}
-
-// (start, end) of every chunk in stored order.
-QList<std::pair<double, double>> spans(const Project &project)
-{
-    QList<std::pair<double, double>> result;
-    for (const StoryboardChunk &chunk : project.chunks)
-        result.append({chunk.start, chunk.end});
-    return result;
-}
-
 using Spans = QList<std::pair<double, double>>;
 
 TEST(FollowSong, LaysTheChunksOverTheSong)
 {
-    const QList<TranscriptSegment> lyrics{line("Under the bridge, we wait", 12.4), line("Lights go out", 20.0),
-                                          line("Under the bridge", 40.0)};
-    struct Case {
+    const QList<TranscriptSegment> lyrics{{{}, QStringLiteral("Under the bridge, we wait"), 12.4, 13.4, {}},
+                                          {{}, QStringLiteral("Lights go out"), 20, 21, {}},
+                                          {{}, QStringLiteral("Under the bridge"), 40, 41, {}}};
+    const struct {
         const char *description;
         Project project;
         Spans expected;
-    };
-    const Case rows[] = {
+    } rows[] = {
         {"each chunk runs to the next start, the last to the song's end",
          projectWith({{0, 0.5, 3}, {1, 5, 7}, {2, 9, 10}}, 30), {{0, 5}, {5, 9}, {9, 30}}},
         {"stored out of order, played by index", projectWith({{2, 9, 10}, {0, 2, 3}, {1, 5, 7}}, 30),
@@ -88,43 +75,32 @@ TEST(FollowSong, LaysTheChunksOverTheSong)
         {"without audio the last chunk keeps its end", projectWith({{0, 2, 4}, {1, 4, 7.5}}, 0), {{2, 4}, {4, 7.5}}},
         {"without audio an end before the start lasts the clip duration", projectWith({{0, 2, 4}, {1, 5, 1}}, 0),
          {{2, 5}, {5, 9}}},
+        {"fixed-length timing leaves the chunks alone", projectWith({{0, 2, 3}, {1, 1, 9}}, 30, {}, ClipTiming::fixedLength),
+         {{2, 3}, {1, 9}}},
     };
-    for (const Case &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.description);
         Project project = row.project;
         followSong(project);
-        const Spans got = spans(project);
-        ASSERT_EQ(got.size(), row.expected.size());
-        for (qsizetype i = 0; i < got.size(); ++i) {
-            EXPECT_DOUBLE_EQ(got[i].first, row.expected[i].first) << i;
-            EXPECT_DOUBLE_EQ(got[i].second, row.expected[i].second) << i;
-        }
+        Spans got;
+        for (const StoryboardChunk &chunk : project.chunks)
+            got.append({chunk.start, chunk.end});
+        EXPECT_EQ(got, row.expected);
         Project again = project;
         followSong(again);
         EXPECT_EQ(again, project) << "a second pass changed the spans";
     }
 }
 
-TEST(FollowSong, FixedLengthTimingLeavesTheChunksAlone)
-{
-    Project project = projectWith({{0, 2, 3}, {1, 1, 9}}, 30);
-    project.motion.clipTiming = ClipTiming::fixedLength;
-    const Project before = project;
-    followSong(project);
-    EXPECT_EQ(project, before);
-}
-
 TEST(VideoSchedule, LaysTheClipsEndToEndOnTheFrameGrid)
 {
-    Project fixed = projectWith({{1, 0, 9}, {0, 5, 7}}, 30);
-    fixed.motion.clipTiming = ClipTiming::fixedLength;
+    Project fixed = projectWith({{1, 0, 9}, {0, 5, 7}}, 30, {}, ClipTiming::fixedLength);
     fixed.motion.durationSeconds = 0.29; // cut to whole frames
-    struct Case {
+    const struct {
         const char *description;
         Project project;
         QList<std::pair<qint64, qint64>> frames; // (frames, title card frames) per clip
-    };
-    const Case rows[] = {
+    } rows[] = {
         {"a late first lyric opens with the title card", projectWith({{0, 2.34, 3}, {1, 5.06, 7}}, 9.01),
          {{51, 23}, {40, 0}}},
         {"an early first lyric has none", projectWith({{0, 0.4, 3}, {1, 5, 7}}, 9), {{50, 0}, {40, 0}}},
@@ -134,7 +110,7 @@ TEST(VideoSchedule, LaysTheClipsEndToEndOnTheFrameGrid)
          {{40, 20}, {35, 0}}},
         {"fixed-length clips ignore the song", fixed, {{2, 0}, {2, 0}}},
     };
-    for (const Case &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.description);
         const ClipSchedule schedule = videoSchedule(row.project);
         EXPECT_EQ(schedule.fps, 10);
@@ -159,12 +135,10 @@ TEST(VideoSchedule, AddsUpToTheSongRoundedUpWhateverTheStarts)
     for (const qint64 fps : {24, 30, 60}) {
         Project project = projectWith(chunks, 233.3333, {});
         project.motion.fps = fps;
-        const QList<ClipSlot> slots = videoSchedule(project).clips;
-        const qint64 total = std::accumulate(slots.begin(), slots.end(), qint64(0),
-                                             [](qint64 sum, const ClipSlot &slot) { return sum + slot.frameCount; });
-        EXPECT_EQ(total, qint64(std::ceil(233.3333 * double(fps)))) << fps;
-        EXPECT_EQ(slots.size(), 60);
-        EXPECT_EQ(slots.first().introFrames, std::llround(3.0 * double(fps)));
+        const ClipSchedule schedule = videoSchedule(project);
+        EXPECT_EQ(schedule.frameCount(), qint64(std::ceil(233.3333 * double(fps)))) << fps;
+        EXPECT_EQ(schedule.clips.size(), 60);
+        EXPECT_EQ(schedule.clips.first().introFrames, std::llround(3.0 * double(fps)));
     }
 }
 

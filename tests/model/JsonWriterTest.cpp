@@ -32,18 +32,15 @@ TEST(JsonWriter, WritesNestedContainersPrettyAndParsable)
 
 TEST(JsonWriter, RefusesWhatWouldBreakTheDocument)
 {
-    const struct {
-        const char *name;
-        std::function<void(JsonWriter &)> misuse;
-    } cases[] = {
+    const std::pair<const char *, std::function<void(JsonWriter &)>> cases[] = {
         {"keys out of order", [](JsonWriter &w) { w.beginObject(); w.key("b").integer(1); w.key("a"); }},
         {"a repeated key", [](JsonWriter &w) { w.beginObject(); w.key("a").integer(1); w.key("a"); }},
         {"a value without a key", [](JsonWriter &w) { w.beginObject(); w.integer(1); }},
         {"an unfinished document", [](JsonWriter &w) { w.beginObject(); w.take(); }},
     };
-    for (const auto &c : cases) {
+    for (const auto &[name, misuse] : cases) {
         JsonWriter w;
-        EXPECT_THROW(c.misuse(w), std::logic_error) << c.name;
+        EXPECT_THROW(misuse(w), std::logic_error) << name;
     }
     JsonWriter w;
     w.beginArray();

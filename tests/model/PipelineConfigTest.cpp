@@ -1,6 +1,5 @@
 #include "model/PipelineConfig.h"
 #include "model/JsonFields.h"
-#include "support/Fixtures.h"
 
 #include <gtest/gtest.h>
 
@@ -8,48 +7,34 @@
 
 using namespace quillvane;
 
-namespace {
-
 const QString builtIn = QStringLiteral("https://studio.quillvane.app/api/fal");
 const QString custom = QStringLiteral("https://mine.example/api/fal");
 
-struct NormaliseCase {
-    friend void PrintTo(const NormaliseCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    std::optional<QString> raw;
-    QString fallback;
-    QString expected;
-};
-
-const NormaliseCase normaliseCases[] = {
-    {"nothing with an empty fallback gives the built-in default", std::nullopt, QString(), builtIn},
-    {"nothing gives the trimmed fallback", std::nullopt, QStringLiteral("  ") + custom + QStringLiteral("\n"), custom},
-    {"http gives the fallback", QStringLiteral("http://studio.quillvane.app/api/fal"), custom, custom},
-    {"not a URL gives the fallback", QStringLiteral("https://exa mple.com/%zz"), custom, custom},
-    {"the retired host gives the fallback", QStringLiteral("https://proxy.quillvane.app/api/fal"), custom, custom},
-    {"default host, path api/fal//", QStringLiteral("https://studio.quillvane.app//api/fal//"), custom, builtIn},
-    {"default host keeps another path", QStringLiteral("https://studio.quillvane.app/other/"), custom,
-     QStringLiteral("https://studio.quillvane.app/other/")},
-    {"default host keeps its query", QStringLiteral("https://studio.quillvane.app/?region=eu"), custom,
-     QStringLiteral("https://studio.quillvane.app/api/fal?region=eu")},
-    {"other host loses only one trailing slash", QStringLiteral("https://mine.example/custom//"), builtIn,
-     QStringLiteral("https://mine.example/custom/")},
-    {"scheme in capitals and a port are accepted", QStringLiteral("HTTPS://mine.example:8443/p/"), builtIn,
-     QStringLiteral("https://mine.example:8443/p")},
-};
-
-class NormaliseProxyURL : public testing::TestWithParam<NormaliseCase> {};
-
-} // namespace
-
-TEST_P(NormaliseProxyURL, GivesTheURLASettingMeans)
+TEST(PipelineConfig, NormalisingTheProxyURLGivesTheURLASettingMeans)
 {
-    const NormaliseCase &c = GetParam();
-    EXPECT_EQ(normaliseProxyURL(c.raw, c.fallback), c.expected) << c.name;
+    const struct {
+        const char *name;
+        std::optional<QString> raw;
+        QString fallback, expected;
+    } rows[] = {
+        {"nothing with an empty fallback gives the built-in default", std::nullopt, QString(), builtIn},
+        {"nothing gives the trimmed fallback", std::nullopt, QStringLiteral("  ") + custom + QStringLiteral("\n"), custom},
+        {"http gives the fallback", QStringLiteral("http://studio.quillvane.app/api/fal"), custom, custom},
+        {"not a URL gives the fallback", QStringLiteral("https://exa mple.com/%zz"), custom, custom},
+        {"the retired host gives the fallback", QStringLiteral("https://proxy.quillvane.app/api/fal"), custom, custom},
+        {"default host, path api/fal//", QStringLiteral("https://studio.quillvane.app//api/fal//"), custom, builtIn},
+        {"default host keeps another path", QStringLiteral("https://studio.quillvane.app/other/"), custom,
+         QStringLiteral("https://studio.quillvane.app/other/")},
+        {"default host keeps its query", QStringLiteral("https://studio.quillvane.app/?region=eu"), custom,
+         QStringLiteral("https://studio.quillvane.app/api/fal?region=eu")},
+        {"other host loses only one trailing slash", QStringLiteral("https://mine.example/custom//"), builtIn,
+         QStringLiteral("https://mine.example/custom/")},
+        {"scheme in capitals and a port are accepted", QStringLiteral("HTTPS://mine.example:8443/p/"), builtIn,
+         QStringLiteral("https://mine.example:8443/p")},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(normaliseProxyURL(row.raw, row.fallback), row.expected) << row.name;
 }
-
-INSTANTIATE_TEST_SUITE_P(Values, NormaliseProxyURL, testing::ValuesIn(normaliseCases),
-                         [](const auto &info) { return test::testName(info.param.name); });
 
 TEST(PipelineConfig, DefaultsRoundTripAndEveryKeyIsRequired)
 {

@@ -7,75 +7,45 @@
 
 using namespace quillvane;
 
-namespace {
-
-Project sampleLike()
+TEST(StageStatus, DerivesEveryStageFromTheProject)
 {
-    Project p;
-    p.title = QStringLiteral("Neon Overpass");
-    p.rawLyrics = QStringLiteral("City lights");
-    p.style.continuityNotes = QStringLiteral("Warm dusk");
-    return p;
-}
-
-// A sample-like project changed by `change`.
-std::function<Project()> sampleWith(std::function<void(Project &)> change)
-{
-    return [change] {
-        Project p = sampleLike();
-        change(p);
-        return p;
+    using test::chunkWithFrame;
+    // Each row changes a project with a title, lyrics and continuity notes; every stage's
+    // status in stage order: t(odo), i(n progress), c(omplete).
+    const struct {
+        const char *name;
+        std::function<void(Project &)> change;
+        const char *expected;
+    } rows[] = {
+        {"sample project", [](Project &) {}, "cttttcitt"},
+        {"empty project", [](Project &p) { p = Project{}; }, "tttttiitt"},
+        {"lyrics without a title", [](Project &p) { p.title.clear(); }, "tttttcitt"},
+        {"transcript and a character without images",
+         [](Project &p) { p.transcript = {TranscriptSegment{}}; p.characters = {CharacterReference{}}; }, "ccittcitt"},
+        {"a reference image on the second character",
+         [](Project &p) {
+             p.characters = {CharacterReference{}, CharacterReference{}};
+             p.characters[1].referenceImagePaths = {QStringLiteral("/a.png")};
+         },
+         "ctcttcitt"},
+        {"chunks without frames", [](Project &p) { p.chunks = {StoryboardChunk{}, StoryboardChunk{}}; }, "cttitcitt"},
+        {"one accepted and one unaccepted frame", [](Project &p) { p.chunks = {chunkWithFrame(true), chunkWithFrame(false)}; },
+         "cttcicitt"},
+        {"one framed chunk beside one without a frame",
+         [](Project &p) { p.chunks = {chunkWithFrame(true), StoryboardChunk{}}; }, "cttiicitt"},
+        {"every chunk accepted", [](Project &p) { p.chunks = {chunkWithFrame(true), chunkWithFrame(true)}; }, "cttcccici"},
     };
-}
-
-struct StatusCase {
-    friend void PrintTo(const StatusCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    std::function<Project()> make;
-    // Every stage's status in stage order: t(odo), i(n progress), c(omplete).
-    const char *expected;
-};
-
-const StatusCase statusCases[] = {
-    {"sample project", sampleLike, "cttttcitt"},
-    {"empty project", [] { return Project{}; }, "tttttiitt"},
-    {"lyrics without a title", sampleWith([](Project &p) { p.title.clear(); }), "tttttcitt"},
-    {"transcript and a character without images", sampleWith([](Project &p) {
-         p.transcript = {TranscriptSegment{}};
-         p.characters = {CharacterReference{}};
-     }),
-     "ccittcitt"},
-    {"a reference image on the second character", sampleWith([](Project &p) {
-         CharacterReference withImage;
-         withImage.referenceImagePaths = {QStringLiteral("/a.png")};
-         p.characters = {CharacterReference{}, withImage};
-     }),
-     "ctcttcitt"},
-    {"chunks without frames", sampleWith([](Project &p) { p.chunks = {StoryboardChunk{}, StoryboardChunk{}}; }),
-     "cttitcitt"},
-    {"one accepted and one unaccepted frame",
-     sampleWith([](Project &p) { p.chunks = {test::chunkWithFrame(true), test::chunkWithFrame(false)}; }), "cttcicitt"},
-    {"one framed chunk beside one without a frame",
-     sampleWith([](Project &p) { p.chunks = {test::chunkWithFrame(true), StoryboardChunk{}}; }), "cttiicitt"},
-    {"every chunk accepted",
-     sampleWith([](Project &p) { p.chunks = {test::chunkWithFrame(true), test::chunkWithFrame(true)}; }), "cttcccici"},
-};
-
-class StageStatusTable : public testing::TestWithParam<StatusCase> {};
-
-} // namespace
-
-TEST_P(StageStatusTable, DerivesEveryStageFromTheProject)
-{
-    const StatusCase &c = GetParam();
-    const Project project = c.make();
-    QString got;
-    for (const PipelineStage stage : allPipelineStages()) {
-        const StageStatus status = stageStatus(project, stage);
-        got += status == StageStatus::todo ? QLatin1Char('t') : status == StageStatus::inProgress ? QLatin1Char('i') : QLatin1Char('c');
+    for (const auto &row : rows) {
+        Project project;
+        project.title = QStringLiteral("Neon Overpass");
+        project.rawLyrics = QStringLiteral("City lights");
+        project.style.continuityNotes = QStringLiteral("Warm dusk");
+        row.change(project);
+        QString got;
+        for (const PipelineStage stage : allPipelineStages()) {
+            const StageStatus status = stageStatus(project, stage);
+            got += status == StageStatus::todo ? QLatin1Char('t') : status == StageStatus::inProgress ? QLatin1Char('i') : QLatin1Char('c');
+        }
+        EXPECT_EQ(got, QString::fromLatin1(row.expected)) << row.name;
     }
-    EXPECT_EQ(got, QString::fromLatin1(c.expected));
 }
-
-INSTANTIATE_TEST_SUITE_P(Projects, StageStatusTable, testing::ValuesIn(statusCases),
-                         [](const auto &info) { return test::testName(info.param.name); });

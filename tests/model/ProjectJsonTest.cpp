@@ -10,62 +10,34 @@
 
 using namespace quillvane;
 
-namespace {
-
-QString text(const QByteArray &bytes) { return QString::fromUtf8(bytes); }
-
-} // namespace
-
-TEST(ProjectDocument, RoundTripOfAFullyPopulatedProjectIsEqual)
+TEST(ProjectDocument, RoundTripsAreEqualAndCanonical)
 {
-    const Project project = test::fullyPopulatedProject();
-    const Project read = readProjectDocument(writeProjectDocument(project));
-    EXPECT_EQ(read, project);
-    // Writing what was read gives the same bytes: the form is canonical.
-    EXPECT_EQ(writeProjectDocument(read), writeProjectDocument(project));
-}
+    Project full = test::fullyPopulatedProject();
+    full.id = QUuid::fromString(QStringLiteral("{0f8fad5b-d9cb-469f-a165-70867728950e}"));
+    for (const Project &project : {full, Project()}) {
+        const Project read = readProjectDocument(writeProjectDocument(project));
+        EXPECT_EQ(read, project);
+        EXPECT_EQ(writeProjectDocument(read), writeProjectDocument(project));
+    }
+    // A default project omits its two empty optionals and writes no nulls.
+    const QByteArray empty = writeProjectDocument(Project());
+    EXPECT_EQ(QJsonDocument::fromJson(empty).object().keys().size(), 15);
+    EXPECT_FALSE(empty.contains("null") || empty.contains("lyricsSource") || empty.contains("\"plan\""));
 
-TEST(ProjectDocument, RoundTripOfADefaultProjectIsEqualAndOmitsNothingButOptionals)
-{
-    const Project project;
-    const QByteArray document = writeProjectDocument(project);
-    EXPECT_EQ(readProjectDocument(document), project);
-
-    const QJsonObject object = QJsonDocument::fromJson(document).object();
-    EXPECT_EQ(object.size(), 15) << "seventeen keys less the two empty optionals";
-    EXPECT_FALSE(object.contains(QStringLiteral("lyricsSource")));
-    EXPECT_FALSE(object.contains(QStringLiteral("plan")));
-    EXPECT_FALSE(document.contains("null"));
-    EXPECT_TRUE(object.value(QStringLiteral("transcript")).isArray());
-    EXPECT_EQ(object.value(QStringLiteral("title")).toString(), QString());
-}
-
-TEST(ProjectDocument, ScalarFormsFollowTheDocumentRules)
-{
-    Project project = test::fullyPopulatedProject();
-    project.id = QUuid::fromString(QStringLiteral("{0f8fad5b-d9cb-469f-a165-70867728950e}"));
-    const QString document = text(writeProjectDocument(project));
-
-    const struct {
-        const char *what;
-        QString expected;
-    } cases[] = {
-        {"upper-case id", QStringLiteral("\"id\" : \"0F8FAD5B-D9CB-469F-A165-70867728950E\"")},
-        {"date with seconds and Z", QStringLiteral("\"createdAt\" : \"2024-12-31T23:59:59Z\"")},
-        {"escaped quotes and tabs", QStringLiteral(R"x("rawLyrics" : "Line one\nLine \"two\"\ttabbed\n\\ back slash")x")},
-        {"integers without fraction", QStringLiteral("\"fps\" : 24")},
-        {"shortest round-trip doubles", QStringLiteral("\"end\" : 7.0000001")},
-    };
-    for (const auto &c : cases)
-        EXPECT_TRUE(document.contains(c.expected)) << c.what << ": " << c.expected.toStdString();
+    const QString document = QString::fromUtf8(writeProjectDocument(full));
+    for (const QString &form : {
+             QStringLiteral("\"id\" : \"0F8FAD5B-D9CB-469F-A165-70867728950E\""), // upper-case id
+             QStringLiteral("\"createdAt\" : \"2024-12-31T23:59:59Z\""),          // seconds and Z
+             QStringLiteral(R"x("rawLyrics" : "Line one\nLine \"two\"\ttabbed\n\\ back slash")x"),
+             QStringLiteral("\"fps\" : 24"),       // integers without a fraction
+             QStringLiteral("\"end\" : 7.0000001"), // shortest doubles that read back
+         })
+        EXPECT_TRUE(document.contains(form)) << form.toStdString();
 }
 
 TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
 {
-    const struct {
-        const char *name;
-        std::function<void(Project &)> spoil;
-    } cases[] = {
+    const std::pair<const char *, std::function<void(Project &)>> cases[] = {
         {"a time that is not a number", [](Project &p) { p.transcript = {{QUuid::createUuid(), {}, 0, std::nan(""), {}}}; }},
         {"an infinite chunk end", [](Project &p) { p.chunks = {StoryboardChunk{}}; p.chunks[0].end = INFINITY; }},
         {"an infinite zoom", [](Project &p) { p.motion.zoom = -double(INFINITY); }},
@@ -76,9 +48,9 @@ TEST(ProjectDocument, AValueTheReaderWouldRefuseIsNeverWritten)
              p.chunks[0].frame->createdAt = QDateTime(QDate(12000, 1, 1), QTime(0, 0), Qt::UTC);
          }},
     };
-    for (const auto &c : cases) {
+    for (const auto &[name, spoil] : cases) {
         Project project;
-        c.spoil(project);
-        EXPECT_THROW(writeProjectDocument(project), EncodingError) << c.name;
+        spoil(project);
+        EXPECT_THROW(writeProjectDocument(project), EncodingError) << name;
     }
 }
