@@ -6,7 +6,6 @@
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 
@@ -26,6 +25,7 @@ inline void PrintTo(const FalError &error, std::ostream *os)
 namespace {
 
 const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
+const QString statusPath = queuePath + QStringLiteral("/status");
 
 // How a call ended: a generation error, another error the user sees, or a cancellation.
 struct Outcome {
@@ -63,48 +63,11 @@ protected:
 
     SubmitResponse job(const QString &statusQuery = {}) const
     {
-        return {QStringLiteral("req-1"), server.url(queuePath + QStringLiteral("/status") + statusQuery),
-                server.url(queuePath)};
+        return {QStringLiteral("req-1"), server.url(statusPath + statusQuery), server.url(queuePath)};
     }
-    void scriptPolls(const QList<ScriptedReply> &replies)
-    {
-        server.script(QStringLiteral("GET"), queuePath + QStringLiteral("/status"), replies);
-    }
-    int polls() const { return server.count(QStringLiteral("GET"), queuePath + QStringLiteral("/status")); }
+    void scriptPolls(const QList<ScriptedReply> &replies) { server.script(QStringLiteral("GET"), statusPath, replies); }
+    int polls() const { return server.count(QStringLiteral("GET"), statusPath); }
 };
-
-struct SubmitReplyCase {
-    friend void PrintTo(const SubmitReplyCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    QByteArray body;
-    bool malformed; // false: the reply is not JSON at all, which is a plain error
-};
-
-const SubmitReplyCase submitReplyCases[] = {
-    {"response_url missing", R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
-    {"status_url not a URL",
-     R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})", true},
-    {"not JSON", "<html>gateway</html>", false},
-};
-
-class SubmitReply : public FalClientTest, public testing::WithParamInterface<SubmitReplyCase> {};
-
-TEST_P(SubmitReply, IsRejected)
-{
-    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux"), {reply(GetParam().body)});
-    const Outcome outcome = outcomeOf(client.submit(QStringLiteral("fal-ai/flux"), {}));
-    if (GetParam().malformed) {
-        EXPECT_EQ(outcome.falError, FalError::malformedResponse());
-        EXPECT_EQ(outcome.description, QStringLiteral("Unexpected response from the generation service."));
-    } else {
-        EXPECT_FALSE(outcome.falError);
-        ASSERT_TRUE(outcome.description);
-        EXPECT_FALSE(outcome.description->isEmpty());
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Replies, SubmitReply, testing::ValuesIn(submitReplyCases),
-                         [](const auto &info) { return testName(info.param.name); });
 
 TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs)
 {
@@ -129,71 +92,71 @@ TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs
     EXPECT_EQ(requests[0].body, QByteArray(R"({"n":1,"prompt":"neon rain"})"));
 }
 
-struct RebaseCase {
-    friend void PrintTo(const RebaseCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    const char *service;
-    const char *base;
-    const char *expected;
-};
-
-const RebaseCase rebaseCases[] = {
-    {"proxy path goes in front of the queue path", "https://queue.fal.run/fal-ai/flux/requests/1/status",
-     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/fal-ai/flux/requests/1/status"},
-    {"service query kept as encoded", "https://queue.fal.run/r/1?a=1&b=x%20y%26z",
-     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/r/1?a=1&b=x%20y%26z"},
-    {"base query dropped when the service has none", "https://queue.fal.run/r/1", "http://127.0.0.1:8080/p?k=v",
-     "http://127.0.0.1:8080/p/r/1"},
-    {"a relative service path cannot follow a host", "r/1", "https://studio.quillvane.app", "r/1"},
-};
-
-class Rebase : public testing::TestWithParam<RebaseCase> {};
-
-TEST_P(Rebase, MovesTheServiceURLOntoTheProxy)
+TEST_F(FalClientTest, ASubmitReplyWithoutAUsableJobIsRejected)
 {
-    const RebaseCase &c = GetParam();
-    const QUrl rebased = FalClient::rebase(QUrl(QString::fromUtf8(c.service)), QUrl(QString::fromUtf8(c.base)));
-    EXPECT_EQ(rebased.toString(QUrl::FullyEncoded), QString::fromUtf8(c.expected));
+    const struct {
+        const char *workflow;
+        QByteArray body;
+        bool malformed; // false: the reply is not JSON at all, which is a plain error
+    } cases[] = {
+        {"a", R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
+        {"b", R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})",
+         true},
+        {"c", "<html>gateway</html>", false},
+    };
+    for (const auto &c : cases) {
+        server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/") + QString::fromUtf8(c.workflow), {reply(c.body)});
+        const Outcome outcome = outcomeOf(client.submit(QString::fromUtf8(c.workflow), {}));
+        if (c.malformed) {
+            EXPECT_EQ(outcome.falError, FalError::malformedResponse()) << c.body.constData();
+            EXPECT_EQ(outcome.description, QStringLiteral("Unexpected response from the generation service."));
+        } else {
+            EXPECT_FALSE(outcome.falError);
+            EXPECT_FALSE(outcome.description.value_or(QString()).isEmpty());
+        }
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(URLs, Rebase, testing::ValuesIn(rebaseCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-struct PollFailureCase {
-    friend void PrintTo(const PollFailureCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    ScriptedReply reply;
-    FalError expected;
-    QString description;
-};
-
-const QByteArray longBody = QByteArray("0123456789").repeated(200);
-
-const PollFailureCase pollFailureCases[] = {
-    {"403 is a rejection", reply("{}", 403), FalError::unauthorized(),
-     QStringLiteral("The generation service rejected the request.")},
-    {"500 keeps the first 500 characters of the body", reply(longBody, 500),
-     FalError::http(500, QString::fromLatin1(longBody.left(500))),
-     QStringLiteral("Generation error 500: ") + QString::fromLatin1(longBody.left(500))},
-    {"a body that is not UTF-8 is left out", reply("\xff\xfe oops", 502), FalError::http(502, {}),
-     QStringLiteral("Generation error 502: ")},
-    {"an unknown status ends the job as received", reply(R"({"status":"FAILED"})"),
-     FalError::jobFailed(QStringLiteral("FAILED")), QStringLiteral("Generation failed (FAILED).")},
-};
-
-class PollFailure : public FalClientTest, public testing::WithParamInterface<PollFailureCase> {};
-
-TEST_P(PollFailure, EndsThePollingAtOnce)
+TEST(FalClient, RebaseMovesTheServiceURLOntoTheProxy)
 {
-    scriptPolls({GetParam().reply, reply(R"({"status":"COMPLETED"})")});
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
-    EXPECT_EQ(outcome.falError, GetParam().expected);
-    EXPECT_EQ(outcome.description, GetParam().description);
-    EXPECT_EQ(polls(), 1);
+    const char *const cases[][3] = {
+        // service URL, base, expected
+        {"https://queue.fal.run/fal-ai/flux/requests/1/status", "https://studio.quillvane.app/api/fal",
+         "https://studio.quillvane.app/api/fal/fal-ai/flux/requests/1/status"},
+        {"https://queue.fal.run/r/1?a=1&b=x%20y%26z", "https://studio.quillvane.app/api/fal",
+         "https://studio.quillvane.app/api/fal/r/1?a=1&b=x%20y%26z"},
+        {"https://queue.fal.run/r/1", "http://127.0.0.1:8080/p?k=v", "http://127.0.0.1:8080/p/r/1"},
+        {"r/1", "https://studio.quillvane.app", "r/1"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(FalClient::rebase(QUrl(QString::fromUtf8(c[0])), QUrl(QString::fromUtf8(c[1]))).toString(QUrl::FullyEncoded),
+                  QString::fromUtf8(c[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Replies, PollFailure, testing::ValuesIn(pollFailureCases),
-                         [](const auto &info) { return testName(info.param.name); });
+TEST_F(FalClientTest, AFailedPollEndsThePollingAtOnce)
+{
+    const QByteArray longBody = QByteArray("0123456789").repeated(200);
+    const QString kept = QString::fromLatin1(longBody.left(500));
+    const struct {
+        ScriptedReply reply;
+        FalError expected;
+        QString description;
+    } cases[] = {
+        {reply("{}", 403), FalError::unauthorized(), QStringLiteral("The generation service rejected the request.")},
+        {reply(longBody, 500), FalError::http(500, kept), QStringLiteral("Generation error 500: ") + kept},
+        {reply("\xff\xfe oops", 502), FalError::http(502, {}), QStringLiteral("Generation error 502: ")},
+        {reply(R"({"status":"FAILED"})"), FalError::jobFailed(QStringLiteral("FAILED")),
+         QStringLiteral("Generation failed (FAILED).")},
+    };
+    for (const auto &c : cases) {
+        const int before = polls();
+        scriptPolls({c.reply, reply(R"({"status":"COMPLETED"})")});
+        const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
+        EXPECT_EQ(outcome.falError, c.expected);
+        EXPECT_EQ(outcome.description, c.description);
+        EXPECT_EQ(polls(), before + 1);
+    }
+}
 
 TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatus)
 {
@@ -256,40 +219,25 @@ TEST_F(FalClientTest, ACancelledTaskStopsBeforePolling)
     scriptPolls({reply(R"({"status":"COMPLETED"})")});
     CancelToken cancel;
     cancel.cancel();
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, cancel));
-    EXPECT_TRUE(outcome.cancelled);
+    EXPECT_TRUE(outcomeOf(client.awaitCompletion(job(), {}, cancel)).cancelled);
     EXPECT_EQ(polls(), 0);
 }
 
-struct FindImageCase {
-    friend void PrintTo(const FindImageCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    const char *json;
-    std::optional<QString> expected;
-};
-
-const FindImageCase findImageCases[] = {
-    {"images array of objects", R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
-    {"image before url", R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
-     QStringLiteral("https://fal.media/files/k")},
-    {"an image-less images array falls through", R"({"images":[1,"no"],"image":"https://x.test/B.WEBP"})",
-     QStringLiteral("https://x.test/B.WEBP")},
-    {"a non-image url is passed over", R"({"url":"https://example.com/page","data":["https://fal.run/out"]})",
-     QStringLiteral("https://fal.run/out")},
-    {"an ftp url is no image", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
-};
-
-class FindImage : public testing::TestWithParam<FindImageCase> {};
-
-TEST_P(FindImage, FindsTheFirstImageDepthFirst)
+TEST(FalClient, FindsTheFirstImageDepthFirst)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(GetParam().json);
-    ASSERT_FALSE(document.isNull());
-    const QJsonValue value = document.isObject() ? QJsonValue(document.object()) : QJsonValue(document.array());
-    EXPECT_EQ(FalClient::findImageURL(value), GetParam().expected);
+    const struct {
+        const char *json;
+        std::optional<QString> expected;
+    } cases[] = {
+        {R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
+        {R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
+         QStringLiteral("https://fal.media/files/k")},
+        {R"({"images":[1,"no"],"image":"https://x.test/B.WEBP"})", QStringLiteral("https://x.test/B.WEBP")},
+        {R"({"url":"https://example.com/page","data":["https://fal.run/out"]})", QStringLiteral("https://fal.run/out")},
+        {R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(FalClient::findImageURL(QJsonDocument::fromJson(c.json).object()), c.expected) << c.json;
 }
-
-INSTANTIATE_TEST_SUITE_P(Results, FindImage, testing::ValuesIn(findImageCases),
-                         [](const auto &info) { return testName(info.param.name); });
 
 } // namespace

@@ -51,7 +51,7 @@ struct PlanningFixture {
     QString imagePath = temp.path(QStringLiteral("jacket.png"));
     std::unique_ptr<ProjectStore> store;
 
-    explicit PlanningFixture(const std::function<void(Project &, const QString &imagePath)> &arrange = {})
+    explicit PlanningFixture(const QUrl &service, const std::function<void(Project &, const QString &imagePath)> &arrange = {})
     {
         QImage image(40, 20, QImage::Format_RGB32);
         image.fill(Qt::red);
@@ -69,53 +69,9 @@ struct PlanningFixture {
         StoreOptions options;
         options.generationPollInterval = 1ms;
         store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{}, options);
+        store->settings().chooseForThisRun(std::nullopt, service);
     }
 };
-
-// --- Before anything is sent -------------------------------------------------------------
-
-struct PreconditionCase {
-    friend void PrintTo(const PreconditionCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    std::function<void(Project &, const QString &)> arrange;
-    PipelineError::Case expected;
-};
-
-const PreconditionCase preconditionCases[] = {
-    {"no transcript comes first, even without a character",
-     [](Project &p, const QString &) {
-         p.transcript.clear();
-         p.characters.clear();
-     },
-     PipelineError::Case::emptyLyrics},
-    {"no character", [](Project &p, const QString &) { p.characters.clear(); }, PipelineError::Case::missingCharacter},
-    {"only unreadable images",
-     [](Project &p, const QString &image) {
-         p.characters.first().referenceImagePaths = {image + QStringLiteral(".missing"), QStringLiteral("/etc/hostname")};
-     },
-     PipelineError::Case::missingCharacter},
-};
-
-class PlanningPrecondition : public testing::TestWithParam<PreconditionCase> {};
-
-TEST_P(PlanningPrecondition, FailsBeforeAnythingIsSentAndKeepsTheStoryboard)
-{
-    PlanningFixture f(GetParam().arrange);
-    f.store->editProject([](Project &p) { p.chunks = {oldChunk(1, "a", "kept")}; });
-    // Nothing listens here: a request would fail with a transport error, not the precondition.
-    f.store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
-    const Project before = f.store->project();
-
-    blockingWait(startPlanning(*f.store));
-
-    EXPECT_EQ(f.store->session().lastError(), PipelineError::message(GetParam().expected));
-    EXPECT_TRUE(f.store->project() == before);
-}
-
-INSTANTIATE_TEST_SUITE_P(Planning, PlanningPrecondition, testing::ValuesIn(preconditionCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-// --- Runs against the planner ------------------------------------------------------------
 
 // One server for the whole suite: the shared HTTP session keeps its connections alive, and
 // each server waits them out when it stops.
@@ -139,6 +95,40 @@ protected:
     }
 };
 
+TEST_F(PlanningRun, AMissingInputFailsBeforeAnythingIsSentAndKeepsTheStoryboard)
+{
+    const struct {
+        const char *name;
+        std::function<void(Project &, const QString &)> arrange;
+        PipelineError::Case expected;
+    } cases[] = {
+        {"no transcript comes first, even without a character",
+         [](Project &p, const QString &) {
+             p.transcript.clear();
+             p.characters.clear();
+         },
+         PipelineError::Case::emptyLyrics},
+        {"no character", [](Project &p, const QString &) { p.characters.clear(); }, PipelineError::Case::missingCharacter},
+        {"only unreadable images",
+         [](Project &p, const QString &image) {
+             p.characters.first().referenceImagePaths = {image + QStringLiteral(".missing"), QStringLiteral("/etc/hostname")};
+         },
+         PipelineError::Case::missingCharacter},
+    };
+    const qsizetype sent = server->requests().size();
+    for (const auto &c : cases) {
+        PlanningFixture f(server->baseURL(), c.arrange);
+        f.store->editProject([](Project &p) { p.chunks = {oldChunk(1, "a", "kept")}; });
+        const Project before = f.store->project();
+
+        blockingWait(startPlanning(*f.store));
+
+        EXPECT_EQ(f.store->session().lastError(), PipelineError::message(c.expected)) << c.name;
+        EXPECT_TRUE(f.store->project() == before) << c.name;
+    }
+    EXPECT_EQ(server->requests().size(), sent);
+}
+
 // Prose and a fenced plan inside a string, as a language model tends to answer.
 const QByteArray replan = R"({"output":"Here is the storyboard:\n```json\n{\"artDirectionStatement\":\"wet brick\",)"
                           R"(\"elementIds\":[{\"id\":\"jacket\"},{\"id\":\"bus\"}],\"frames\":[)"
@@ -148,7 +138,7 @@ const QByteArray replan = R"({"output":"Here is the storyboard:\n```json\n{\"art
 
 TEST_F(PlanningRun, SendsTheProjectShowsTheQueueAndKeepsMatchingFrames)
 {
-    PlanningFixture f([](Project &p, const QString &) {
+    PlanningFixture f(server->baseURL(), [](Project &p, const QString &) {
         p.updatedAt = QDateTime::fromSecsSinceEpoch(1'600'000'000, Qt::UTC);
         StoryboardChunk three = oldChunk(3, "c", "three");
         three.undoStack = {frameNamed("three before")};
@@ -157,7 +147,6 @@ TEST_F(PlanningRun, SendsTheProjectShowsTheQueueAndKeepsMatchingFrames)
         p.chunks = {oldChunk(1, "a", "one"), oldChunk(2, "b", "two"), three, oldChunk(3, "x", "three again"),
                     oldChunk(4, "b", "four")};
     });
-    f.store->settings().chooseForThisRun(std::nullopt, server->baseURL());
     const Project before = f.store->project();
     scriptJob({reply(R"({"status":"IN_QUEUE","queue_position":2})"), reply(R"({"status":"IN_QUEUE","queue_position":0})"),
                reply(R"({"status":"COMPLETED"})")},
@@ -224,12 +213,11 @@ TEST_F(PlanningRun, AFailedRunLeavesTheStoryboardUntouched)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        PlanningFixture f([](Project &p, const QString &) {
+        PlanningFixture f(server->baseURL(), [](Project &p, const QString &) {
             p.plan = StoryboardPlan{};
             p.plan->motif = QStringLiteral("old motif");
             p.chunks = {oldChunk(3, "c", "three")};
         });
-        f.store->settings().chooseForThisRun(std::nullopt, server->baseURL());
         const Project before = f.store->project();
         scriptJob({reply(c.status)}, c.result);
 
@@ -238,6 +226,20 @@ TEST_F(PlanningRun, AFailedRunLeavesTheStoryboardUntouched)
         EXPECT_EQ(f.store->session().lastError(), c.expectedError);
         EXPECT_TRUE(f.store->project() == before);
     }
+}
+
+// A service for this run only is used exactly as given, http included, and never stored.
+TEST(GenerationClient, AServiceForThisRunIsUsedAsGivenAndNeverStored)
+{
+    TempLibrary temp;
+    ProjectStore store(temp.library());
+    store.settings().setProxyBaseURL(QStringLiteral("https://mine.example/custom/"));
+    store.settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:8765/studio/")));
+    EXPECT_EQ(makeGenerationClient(store).baseURL(), QUrl(QStringLiteral("http://127.0.0.1:8765/studio/")));
+    EXPECT_EQ(temp.library().preferences().string(QString::fromUtf8(preferenceKeys::proxyBaseURL)),
+              QStringLiteral("https://mine.example/custom"));
+    store.settings().chooseForThisRun(std::nullopt, std::nullopt);
+    EXPECT_EQ(makeGenerationClient(store).baseURL(), QUrl(QStringLiteral("https://mine.example/custom")));
 }
 
 } // namespace
