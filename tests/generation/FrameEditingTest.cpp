@@ -89,46 +89,33 @@ protected:
     }
 };
 
-struct StepCase {
-    friend void PrintTo(const StepCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    bool isUndo;
-    const char *before;
-    const char *after;
-    bool accepted;
-};
-
-const StepCase stepCases[] = {
-    {"undo brings back the accepted version", true, "a | b |", "| a | b", true},
-    {"undo moves one version only", true, "a b | c | d", "a | b | d c", false},
-    {"redo moves one version only", false, "a | b | d c", "a b | c | d", false},
-    {"undo with nothing earlier changes nothing", true, "| a | b", "| a | b", true},
-    {"redo with nothing undone changes nothing", false, "a | b |", "a | b |", false},
-    {"undo without a current frame parks nothing", true, "a | |", "| a |", true},
-};
-
-class HistoryStep : public StoreTest, public testing::WithParamInterface<StepCase> {};
-
-TEST_P(HistoryStep, MovesVersionsWithTheirChecks)
+TEST_F(StoreTest, UndoAndRedoMoveOneVersionWithItsChecks)
 {
-    const StepCase &c = GetParam();
-    open({chunkFrom(c.before), chunkFrom("x | y |")});
-    const StoryboardChunk other = chunk(1);
-
-    (c.isUndo ? undoFrame : redoFrame)(*store, chunk(0).id);
-
-    EXPECT_EQ(history(chunk(0)), QString::fromUtf8(c.after));
-    EXPECT_EQ(chunk(0).isAccepted(), c.accepted);
-    EXPECT_EQ(chunk(1), other);
-    EXPECT_GT(store->project().updatedAt, longAgo) << "touched even when nothing moved";
+    const struct {
+        bool isUndo;
+        const char *before;
+        const char *after;
+        bool accepted;
+    } cases[] = {
+        {true, "a | b |", "| a | b", true}, // brings back the accepted version
+        {true, "a b | c | d", "a | b | d c", false},
+        {false, "a | b | d c", "a b | c | d", false},
+        {true, "| a | b", "| a | b", true}, // nothing earlier: nothing moves
+        {false, "a | b |", "a | b |", false},
+        {true, "a | |", "| a |", true}, // no current frame: nothing is parked
+    };
+    for (const auto &c : cases) {
+        open({chunkFrom(c.before), chunkFrom("x | y |")});
+        const StoryboardChunk other = chunk(1);
+        (c.isUndo ? undoFrame : redoFrame)(*store, chunk(0).id);
+        EXPECT_EQ(history(chunk(0)), QString::fromUtf8(c.after)) << c.before;
+        EXPECT_EQ(chunk(0).isAccepted(), c.accepted) << c.before;
+        EXPECT_EQ(chunk(1), other);
+        EXPECT_GT(store->project().updatedAt, longAgo) << "touched even when nothing moved";
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(FrameEditing, HistoryStep, testing::ValuesIn(stepCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-class FrameReview : public StoreTest {};
-
-TEST_F(FrameReview, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneChange)
+TEST_F(StoreTest, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneChange)
 {
     open({chunkFrom("| x |"), chunkFrom("| y |"), chunkFrom("| a |"), StoryboardChunk{}});
     setReviewCheck(*store, chunk(0).id, ReviewCheck::styleContinuous, true);
@@ -249,45 +236,29 @@ TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
     EXPECT_EQ(store->session().runningTask(), std::nullopt);
 }
 
-struct RefusedCase {
-    friend void PrintTo(const RefusedCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    bool hasFrame;
-    bool hasRemoteURL;
-    const char *request;
-    std::optional<QString> error;
-};
-
-const RefusedCase refusedCases[] = {
-    {"blank request", true, true, " \n\t ", std::nullopt},
-    {"frame without a remote URL", true, false, "make it blue", noEditSourceMessage},
-    {"no frame", false, false, "make it blue", noEditSourceMessage},
-};
-
-class EditRefused : public FrameEditing, public testing::WithParamInterface<RefusedCase> {};
-
-TEST_P(EditRefused, SendsNothing)
+TEST_F(FrameEditing, ABlankRequestOrNoPictureToEditSendsNothing)
 {
-    const RefusedCase &c = GetParam();
-    std::optional<GeneratedFrame> frame;
-    if (c.hasFrame) {
-        frame = version(QStringLiteral("g"));
-        if (!c.hasRemoteURL)
-            frame->remoteURL = QString();
+    std::optional<GeneratedFrame> withoutURL = version(QStringLiteral("g"));
+    withoutURL->remoteURL = QString();
+    const struct {
+        std::optional<GeneratedFrame> frame;
+        const char *request;
+        std::optional<QString> error;
+    } cases[] = {
+        {version(QStringLiteral("g")), " \n\t ", std::nullopt},
+        {withoutURL, "make it blue", noEditSourceMessage},
+        {std::nullopt, "make it blue", noEditSourceMessage},
+    };
+    for (const auto &c : cases) {
+        openWithFrame(c.frame);
+        scriptService(1);
+        const Project before = store->project();
+        edit(QString::fromUtf8(c.request));
+        EXPECT_EQ(store->session().lastError(), c.error) << c.request;
+        EXPECT_EQ(store->project(), before);
     }
-    openWithFrame(frame);
-    scriptService(1);
-    const Project before = store->project();
-
-    edit(QString::fromUtf8(c.request));
-
-    EXPECT_EQ(store->session().lastError(), c.error);
     EXPECT_TRUE(server.requests().isEmpty());
-    EXPECT_EQ(store->project(), before);
 }
-
-INSTANTIATE_TEST_SUITE_P(FrameEditing, EditRefused, testing::ValuesIn(refusedCases),
-                         [](const auto &info) { return testName(info.param.name); });
 
 TEST_F(FrameEditing, AFailedEditLeavesTheHistoryAsItWas)
 {
