@@ -2,18 +2,9 @@
 // stacks without being made or lost, checks travel with their version, and an edit against
 // the loopback service starts from the frame the user saw.
 
-#include "generation/FalClient.h"
-#include "pipeline/GenerationOperations.h"
-#include "store/BlockingWait.h"
-#include "support/Fixtures.h"
-#include "support/LoopbackServer.h"
+#include "ServiceTest.h"
 
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QNetworkAccessManager>
-
-#include <gtest/gtest.h>
 
 using namespace quillvane;
 using namespace quillvane::test;
@@ -68,28 +59,39 @@ StoryboardChunk chunkFrom(const char *text)
     return chunk;
 }
 
-class StoreTest : public testing::Test {
+class FrameEditing : public ServiceTest {
 protected:
-    TempLibrary temp;
-    std::unique_ptr<ProjectStore> store;
-
     const StoryboardChunk &chunk(qsizetype i = 0) const { return store->project().chunks.at(i); }
-    void open(QList<StoryboardChunk> chunks)
+    void openChunks(QList<StoryboardChunk> chunks)
     {
         Project project;
-        qint64 index = 0;
-        for (StoryboardChunk &chunk : chunks) {
-            chunk.index = index++;
-            chunk.chunkNumber = index;
+        for (qsizetype i = 0; i < chunks.size(); ++i) {
+            chunks[i].index = i;
+            chunks[i].chunkNumber = i + 1;
         }
         project.chunks = std::move(chunks);
         project.updatedAt = longAgo;
-        store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{},
-                                               StoreOptions{std::chrono::hours(1), 1ms});
+        open(project);
     }
+    void openWithFrame(std::optional<GeneratedFrame> frame)
+    {
+        StoryboardChunk only;
+        only.frame = std::move(frame);
+        openChunks({StoryboardChunk{}, only});
+    }
+    // Every edit job waits once in the queue, then completes; result N names the image eN.
+    void scriptService(int results)
+    {
+        QStringList names;
+        for (int i = 1; i <= results; ++i)
+            names << QStringLiteral("e%1").arg(i);
+        scriptJobs(QLatin1Char('/') + store->settings().editWorkflow(), {accepted}, serveImages(names),
+                   {reply(R"({"status":"IN_QUEUE","queue_position":2})"), completed});
+    }
+    void edit(const QString &request) { blockingWait(editFrame(*store, chunk(1).id, request)); }
 };
 
-TEST_F(StoreTest, UndoAndRedoMoveOneVersionWithItsChecks)
+TEST_F(FrameEditing, UndoAndRedoMoveOneVersionWithItsChecks)
 {
     const struct {
         bool isUndo;
@@ -105,7 +107,7 @@ TEST_F(StoreTest, UndoAndRedoMoveOneVersionWithItsChecks)
         {true, "a | |", "| a |", true}, // no current frame: nothing is parked
     };
     for (const auto &c : cases) {
-        open({chunkFrom(c.before), chunkFrom("x | y |")});
+        openChunks({chunkFrom(c.before), chunkFrom("x | y |")});
         const StoryboardChunk other = chunk(1);
         (c.isUndo ? undoFrame : redoFrame)(*store, chunk(0).id);
         EXPECT_EQ(history(chunk(0)), QString::fromUtf8(c.after)) << c.before;
@@ -115,9 +117,9 @@ TEST_F(StoreTest, UndoAndRedoMoveOneVersionWithItsChecks)
     }
 }
 
-TEST_F(StoreTest, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneChange)
+TEST_F(FrameEditing, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneChange)
 {
-    open({chunkFrom("| x |"), chunkFrom("| y |"), chunkFrom("| a |"), StoryboardChunk{}});
+    openChunks({chunkFrom("| x |"), chunkFrom("| y |"), chunkFrom("| a |"), StoryboardChunk{}});
     setReviewCheck(*store, chunk(0).id, ReviewCheck::styleContinuous, true);
     EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("3/5 checks"));
     EXPECT_EQ(store->project().acceptedCount(), 1);
@@ -140,75 +142,21 @@ TEST_F(StoreTest, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOneCha
     EXPECT_FALSE(Project{}.allChunksAccepted()) << "an empty storyboard is never accepted";
 }
 
-// Editing against the loopback service with the real client.
-class FrameEditing : public StoreTest {
-protected:
-    LoopbackServer server;
-
-    // The shared session keeps its connections open; closing them lets the server stop at once.
-    void TearDown() override { sharedNetwork()->clearConnectionCache(); }
-
-    QString workflowPath() const { return QLatin1Char('/') + store->settings().editWorkflow(); }
-
-    void openWithFrame(std::optional<GeneratedFrame> frame)
-    {
-        StoryboardChunk only;
-        only.frame = std::move(frame);
-        open({StoryboardChunk{}, only});
-        store->settings().chooseForThisRun(std::nullopt, server.baseURL());
-    }
-
-    // Every edit job completes at once; result N names the image /edited/N.png.
-    void scriptService(int results)
-    {
-        server.script(QStringLiteral("POST"), workflowPath(),
-                      {reply(R"({"request_id":"e1","status_url":"https://queue.fal.run/q/requests/e1/status",)"
-                             R"("response_url":"https://queue.fal.run/q/requests/e1"})")});
-        server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1/status"),
-                      {reply(R"({"status":"IN_QUEUE","queue_position":2})"), reply(R"({"status":"COMPLETED"})")});
-        QList<ScriptedReply> documents;
-        for (int i = 1; i <= results; ++i) {
-            const QString image = server.url(QStringLiteral("/edited/%1.png").arg(i)).toString();
-            documents << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"),
-                                                          QJsonArray{QJsonObject{{QStringLiteral("url"), image}}}}})
-                                   .toJson(QJsonDocument::Compact));
-            server.serveFile(QStringLiteral("/edited/%1.png").arg(i), png(Qt::darkCyan), "image/png");
-        }
-        server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), documents);
-    }
-
-    QList<QJsonObject> submissions() const
-    {
-        QList<QJsonObject> inputs;
-        for (const RecordedRequest &request : server.requests()) {
-            if (request.method == QStringLiteral("POST"))
-                inputs << QJsonDocument::fromJson(request.body).object();
-        }
-        return inputs;
-    }
-
-    void edit(const QString &request) { blockingWait(editFrame(*store, chunk(1).id, request)); }
-};
-
 TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
 {
     openWithFrame(version(QStringLiteral("generated"), 5));
     const GeneratedFrame generated = *chunk(1).frame;
     scriptService(3);
-    QStringList tasks;
-    QObject::connect(&store->session(), &TaskSession::runningTaskChanged, [&] {
-        if (const auto task = store->session().runningTask())
-            tasks << *task;
-    });
 
     edit(QStringLiteral("  make the sky sunset orange\n"));
     ASSERT_EQ(store->session().lastError(), std::nullopt);
-    EXPECT_EQ(tasks, (QStringList{QStringLiteral("Editing frame 2"), QStringLiteral("In queue (position 2)")}));
+    EXPECT_EQ(tasks, (QStringList{QStringLiteral("Editing frame 2"), QStringLiteral("In queue (position 2)"),
+                                  QStringLiteral("(none)")}));
     EXPECT_EQ(submissions().last(),
               (QJsonObject{{QStringLiteral("frame_to_edit"), QJsonArray{*generated.remoteURL}},
                            {QStringLiteral("users_edit_request"), QStringLiteral("make the sky sunset orange")}}));
     const GeneratedFrame first = *chunk(1).frame;
-    EXPECT_EQ(first.remoteURL, server.url(QStringLiteral("/edited/1.png")).toString());
+    EXPECT_EQ(first.remoteURL, imageURL(QStringLiteral("e1")));
     EXPECT_EQ(first.prompt, generated.prompt);
     EXPECT_EQ(first.editRequest, QStringLiteral("make the sky sunset orange"));
     EXPECT_EQ(first.review, ReviewChecklist{}) << "a new version starts unchecked";
@@ -267,12 +215,12 @@ TEST_F(FrameEditing, AFailedEditLeavesTheHistoryAsItWas)
     const Project before = store->project();
 
     scriptService(1);
-    server.script(QStringLiteral("GET"), QStringLiteral("/q/requests/e1"), {reply(R"({"images":[]})")});
+    server.script(QStringLiteral("GET"), resultPath, {reply(R"({"images":[]})")});
     edit(QStringLiteral("make it blue"));
     EXPECT_EQ(store->session().lastError(), QStringLiteral("No image was returned."));
     EXPECT_EQ(store->project(), before);
 
-    server.script(QStringLiteral("POST"), workflowPath(), {reply(R"({"detail":"busy"})", 503)});
+    server.script(QStringLiteral("POST"), QLatin1Char('/') + store->settings().editWorkflow(), {reply(R"({"detail":"busy"})", 503)});
     edit(QStringLiteral("make it blue"));
     ASSERT_TRUE(store->session().lastError());
     EXPECT_TRUE(store->session().lastError()->startsWith(QStringLiteral("Generation error 503"))) << store->session().lastError()->toStdString();

@@ -2,21 +2,13 @@
 // what the user sees while it runs, which files land where, how a new frame enters a chunk's
 // history, and where a failure leaves the project.
 
-#include "pipeline/GenerationOperations.h"
+#include "ServiceTest.h"
 #include "pipeline/Road.h"
-#include "store/BlockingWait.h"
-#include "support/Fixtures.h"
-#include "support/LoopbackServer.h"
 
 #include <QBuffer>
 #include <QDir>
 #include <QImage>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QNetworkAccessManager>
 #include <QTimer>
-
-#include <gtest/gtest.h>
 
 using namespace quillvane;
 using namespace quillvane::test;
@@ -26,11 +18,6 @@ namespace {
 
 const QString elementPath = QStringLiteral("/workflows/brackenfold/element-image");
 const QString framePath = QStringLiteral("/workflows/brackenfold/lyric-video-frames-character");
-const QString statusPath = QStringLiteral("/queue/job-1/status");
-const QString resultPath = QStringLiteral("/queue/job-1");
-
-const ScriptedReply accepted = reply(R"({"request_id":"job-1","status_url":"https://queue.fal.run/queue/job-1/status",)"
-                                     R"("response_url":"https://queue.fal.run/queue/job-1"})");
 const ScriptedReply refused = reply(R"({"detail":"overloaded"})", 500);
 
 PlanElement element(const QString &id, std::optional<QString> url = std::nullopt)
@@ -51,43 +38,8 @@ StoryboardChunk chunk(qint64 index, QStringList elements = {QStringLiteral("sign
     return c;
 }
 
-class FrameGenerationTest : public testing::Test {
+class FrameGenerationTest : public ServiceTest {
 protected:
-    LoopbackServer server;
-    TempLibrary temp;
-    std::unique_ptr<ProjectStore> store;
-
-    // The shared session keeps its connections open; closing them lets the server stop at once.
-    void TearDown() override { sharedNetwork()->clearConnectionCache(); }
-
-    void open(const Project &project, std::chrono::milliseconds timeout = StoreOptions{}.generationTimeout)
-    {
-        StoreOptions options;
-        options.generationPollInterval = 1ms;
-        options.generationTimeout = timeout;
-        store = std::make_unique<ProjectStore>(temp.library(), project, PipelineServices{}, options);
-        store->settings().chooseForThisRun(std::nullopt, server.baseURL());
-    }
-    // Serves /img/<name>.png for each name and returns, in turn, a result naming each.
-    QList<ScriptedReply> serveImages(const QStringList &names)
-    {
-        QList<ScriptedReply> results;
-        for (const QString &name : names) {
-            server.serveFile(QStringLiteral("/img/%1.png").arg(name), png(Qt::red), "image/png");
-            const QJsonObject image{{QStringLiteral("url"), imageURL(name)}};
-            results << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"), QJsonArray{image}}})
-                                 .toJson(QJsonDocument::Compact));
-        }
-        return results;
-    }
-    // Every job completes at the first poll; its results name the images in turn.
-    void scriptJobs(const QString &workflow, const QList<ScriptedReply> &submits, const QStringList &images)
-    {
-        server.script(QStringLiteral("POST"), workflow, submits);
-        server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
-        server.script(QStringLiteral("GET"), resultPath, serveImages(images));
-    }
-    QString imageURL(const QString &name) const { return server.url(QStringLiteral("/img/%1.png").arg(name)).toString(); }
     const PlanElement &planElement(qsizetype i) const { return store->project().plan->elements.at(i); }
 };
 
@@ -169,15 +121,12 @@ TEST_F(FrameGenerationTest, RendersPendingElementsInPlanOrderAndResumesAfterAFai
                           element(QStringLiteral("e3"), QStringLiteral("https://fal.media/3.png")),
                           element(QStringLiteral("e4")), element(QStringLiteral("e5"))}));
     scriptJobs(elementPath, {accepted, refused, accepted},
-               {QStringLiteral("second"), QStringLiteral("fourth"), QStringLiteral("fifth")});
-    QStringList labels;
-    QObject::connect(&store->session(), &TaskSession::runningTaskChanged,
-                     [&] { labels << store->session().runningTask().value_or(QStringLiteral("(none)")); });
+               serveImages({QStringLiteral("second"), QStringLiteral("fourth"), QStringLiteral("fifth")}));
 
     blockingWait(startRenderElements(*store));
 
     EXPECT_TRUE(store->session().lastError());
-    EXPECT_EQ(labels, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 2/5: neon/sign 2"),
+    EXPECT_EQ(tasks, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 2/5: neon/sign 2"),
                                    QStringLiteral("Rendering element 4/5: e4"), QStringLiteral("(none)")}));
     EXPECT_EQ(server.count(QStringLiteral("POST"), elementPath), 2);
     EXPECT_EQ(server.requests()[0].body, QByteArray(R"({"element_id":"neon/sign 2","shot_plan":"{\"shots\":[]}"})"));
@@ -190,19 +139,19 @@ TEST_F(FrameGenerationTest, RendersPendingElementsInPlanOrderAndResumesAfterAFai
     EXPECT_EQ(planElement(3).imageRemoteURL, std::nullopt);
     EXPECT_EQ(planElement(4).imageRemoteURL, std::nullopt);
 
-    labels.clear();
+    tasks.clear();
     blockingWait(startRenderElements(*store));
     EXPECT_EQ(store->session().lastError(), std::nullopt);
-    EXPECT_EQ(labels, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 4/5: e4"),
+    EXPECT_EQ(tasks, (QStringList{QStringLiteral("Rendering elements"), QStringLiteral("Rendering element 4/5: e4"),
                                    QStringLiteral("Rendering element 5/5: e5"), QStringLiteral("(none)")}));
     EXPECT_EQ(planElement(3).imageRemoteURL, imageURL(QStringLiteral("fourth")));
     EXPECT_EQ(planElement(4).imageRemoteURL, imageURL(QStringLiteral("fifth")));
 
     // Nothing pending any more: a third call starts no task and sends nothing.
-    labels.clear();
+    tasks.clear();
     const qsizetype sent = server.requests().size();
     blockingWait(startRenderElements(*store));
-    EXPECT_TRUE(labels.isEmpty());
+    EXPECT_TRUE(tasks.isEmpty());
     EXPECT_EQ(server.requests().size(), sent);
 }
 
@@ -214,7 +163,7 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     first.imagePrompt = QStringLiteral("A neon sign in the rain");
     first.redoStack = {GeneratedFrame{}};
     open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
-    scriptJobs(framePath, {accepted}, {QStringLiteral("v1"), QStringLiteral("v2"), QStringLiteral("v3")});
+    scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("v1"), QStringLiteral("v2"), QStringLiteral("v3")}));
 
     QList<QUuid> made;
     for (int i = 0; i < 3; ++i) {
@@ -254,7 +203,7 @@ TEST_F(FrameGenerationTest, AWebPFrameIsTaken)
         GTEST_SKIP() << "no WebP writer (scripts/setup installs qt6-image-formats-plugins)";
     StoryboardChunk first = chunk(0);
     open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
-    scriptJobs(framePath, {accepted}, {QStringLiteral("webp")});
+    scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("webp")}));
     server.serveFile(QStringLiteral("/img/webp.png"), webp, "image/webp");
 
     blockingWait(startGenerateFrame(*store, first.id));
@@ -286,7 +235,7 @@ TEST_F(FrameGenerationTest, ABatchRendersPendingElementsThenFramesOneAtATimeAndS
         // The element job and the frame jobs share one queue path, so results go out in turn.
         const qsizetype from = server.requests().size();
         server.script(QStringLiteral("POST"), elementPath, {accepted});
-        scriptJobs(framePath, c.frameSubmits, {QStringLiteral("sign"), QStringLiteral("f1"), QStringLiteral("f2"), QStringLiteral("f3")});
+        scriptJobs(framePath, c.frameSubmits, serveImages({QStringLiteral("sign"), QStringLiteral("f1"), QStringLiteral("f2"), QStringLiteral("f3")}));
 
         const auto outcome = blockingWait(runRoad(*store, PipelineStage::frames, PipelineStage::frames));
 
@@ -324,11 +273,9 @@ TEST_F(FrameGenerationTest, ACancelDuringOneFrameStartsNoLaterFrame)
 {
     open(projectWithPlan({element(QStringLiteral("sign"), imageURL(QStringLiteral("sign")))},
                          {chunk(0), chunk(1), chunk(2), chunk(3)}));
-    server.script(QStringLiteral("POST"), framePath, {accepted});
     // The first job is done at once; the second is still painting at every poll.
-    server.script(QStringLiteral("GET"), statusPath,
-                  {reply(R"({"status":"COMPLETED"})"), reply(R"({"status":"IN_PROGRESS"})", 200, 20ms)});
-    server.script(QStringLiteral("GET"), resultPath, serveImages({QStringLiteral("f1")}));
+    scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("f1")}),
+               {completed, reply(R"({"status":"IN_PROGRESS"})", 200, 20ms)});
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [&] {
         if (server.count(QStringLiteral("POST"), framePath) == 2 && server.count(QStringLiteral("GET"), statusPath) >= 3)
@@ -390,10 +337,7 @@ TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
              500ms);
         if (fault.refuseConnection)
             store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
-        server.script(QStringLiteral("POST"), framePath, fault.submit);
-        server.script(QStringLiteral("GET"), statusPath, {reply(R"({"status":"COMPLETED"})")});
-        const QJsonObject result{{QStringLiteral("images"), QJsonArray{QJsonObject{{QStringLiteral("url"), imageURL(QStringLiteral("frame"))}}}}};
-        server.script(QStringLiteral("GET"), resultPath, {reply(QJsonDocument(result).toJson(QJsonDocument::Compact))});
+        scriptJobs(framePath, fault.submit, {imageResult(imageURL(QStringLiteral("frame")))});
         server.script(QStringLiteral("GET"), QStringLiteral("/img/frame.png"), {fault.imageFile.value_or(image(whole, "image/png"))});
         const Project before = store->project();
 
