@@ -1,13 +1,18 @@
 // The generation client against a real HTTP server on loopback: what it sends, how it reads
-// each reply, when polling stops, and what the user is told when something goes wrong.
+// each reply, when polling stops, and what the user is told when something goes wrong. Also
+// the reference images on their way to the service: shrunk to the upload size, never
+// enlarged, always JPEG, and left out when they cannot be read.
 
 #include "generation/FalClient.h"
+#include "pipeline/GenerationOperations.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
 
+#include <QImage>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -15,40 +20,25 @@ using namespace quillvane;
 using namespace quillvane::test;
 using namespace std::chrono_literals;
 
-namespace quillvane {
-inline void PrintTo(const FalError &error, std::ostream *os)
-{
-    *os << error.description().toStdString();
-}
-} // namespace quillvane
-
 namespace {
 
 const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
 const QString statusPath = queuePath + QStringLiteral("/status");
 
-// How a call ended: a generation error, another error the user sees, or a cancellation.
-struct Outcome {
-    std::optional<FalError> falError;
-    std::optional<QString> description;
-    bool cancelled = false;
-};
+const QString malformed = QStringLiteral("Unexpected response from the generation service.");
 
+// How a call ended: empty when it succeeded, "(cancelled)", or the sentence the user sees.
 template <typename T>
-Outcome outcomeOf(QCoro::Task<T> task)
+QString failureOf(QCoro::Task<T> task)
 {
-    Outcome outcome;
     try {
         blockingWait(std::move(task));
-    } catch (const FalError &error) {
-        outcome.falError = error;
-        outcome.description = error.description();
     } catch (const Error &error) {
-        outcome.description = error.description();
+        return error.description();
     } catch (const Cancelled &) {
-        outcome.cancelled = true;
+        return QStringLiteral("(cancelled)");
     }
-    return outcome;
+    return {};
 }
 
 class FalClientTest : public testing::Test {
@@ -106,14 +96,9 @@ TEST_F(FalClientTest, ASubmitReplyWithoutAUsableJobIsRejected)
     };
     for (const auto &c : cases) {
         server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/") + QString::fromUtf8(c.workflow), {reply(c.body)});
-        const Outcome outcome = outcomeOf(client.submit(QString::fromUtf8(c.workflow), {}));
-        if (c.malformed) {
-            EXPECT_EQ(outcome.falError, FalError::malformedResponse()) << c.body.constData();
-            EXPECT_EQ(outcome.description, QStringLiteral("Unexpected response from the generation service."));
-        } else {
-            EXPECT_FALSE(outcome.falError);
-            EXPECT_FALSE(outcome.description.value_or(QString()).isEmpty());
-        }
+        const QString failure = failureOf(client.submit(QString::fromUtf8(c.workflow), {}));
+        EXPECT_FALSE(failure.isEmpty()) << c.body.constData();
+        EXPECT_EQ(failure == malformed, c.malformed) << c.body.constData();
     }
 }
 
@@ -139,21 +124,17 @@ TEST_F(FalClientTest, AFailedPollEndsThePollingAtOnce)
     const QString kept = QString::fromLatin1(longBody.left(500));
     const struct {
         ScriptedReply reply;
-        FalError expected;
-        QString description;
+        QString sentence;
     } cases[] = {
-        {reply("{}", 403), FalError::unauthorized(), QStringLiteral("The generation service rejected the request.")},
-        {reply(longBody, 500), FalError::http(500, kept), QStringLiteral("Generation error 500: ") + kept},
-        {reply("\xff\xfe oops", 502), FalError::http(502, {}), QStringLiteral("Generation error 502: ")},
-        {reply(R"({"status":"FAILED"})"), FalError::jobFailed(QStringLiteral("FAILED")),
-         QStringLiteral("Generation failed (FAILED).")},
+        {reply("{}", 403), QStringLiteral("The generation service rejected the request.")},
+        {reply(longBody, 500), QStringLiteral("Generation error 500: ") + kept},
+        {reply("\xff\xfe oops", 502), QStringLiteral("Generation error 502: ")}, // a body that is not UTF-8 is left out
+        {reply(R"({"status":"FAILED"})"), QStringLiteral("Generation failed (FAILED).")},
     };
     for (const auto &c : cases) {
         const int before = polls();
         scriptPolls({c.reply, reply(R"({"status":"COMPLETED"})")});
-        const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
-        EXPECT_EQ(outcome.falError, c.expected);
-        EXPECT_EQ(outcome.description, c.description);
+        EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), c.sentence);
         EXPECT_EQ(polls(), before + 1);
     }
 }
@@ -190,8 +171,7 @@ TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatus)
 TEST_F(FalClientTest, GivesUpAfterFourHundredPollsInTheQueue)
 {
     scriptPolls({reply(R"({"status":"IN_QUEUE"})")});
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
-    EXPECT_EQ(outcome.description, QStringLiteral("The generation job timed out."));
+    EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), QStringLiteral("The generation job timed out."));
     EXPECT_EQ(polls(), 400);
 }
 
@@ -219,7 +199,7 @@ TEST_F(FalClientTest, ACancelledTaskStopsBeforePolling)
     scriptPolls({reply(R"({"status":"COMPLETED"})")});
     CancelToken cancel;
     cancel.cancel();
-    EXPECT_TRUE(outcomeOf(client.awaitCompletion(job(), {}, cancel)).cancelled);
+    EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, cancel)), QStringLiteral("(cancelled)"));
     EXPECT_EQ(polls(), 0);
 }
 
@@ -238,6 +218,88 @@ TEST(FalClient, FindsTheFirstImageDepthFirst)
     };
     for (const auto &c : cases)
         EXPECT_EQ(FalClient::findImageURL(QJsonDocument::fromJson(c.json).object()), c.expected) << c.json;
+}
+
+const QString dataPrefix = QStringLiteral("data:image/jpeg;base64,");
+
+QString writeImage(const QTemporaryDir &dir, const QString &name, QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(QColor(200, 40, 90, 160));
+    const QString path = dir.filePath(name);
+    EXPECT_TRUE(image.save(path));
+    return path;
+}
+
+// The JPEG inside a data URL; empty when the URL is not one.
+QByteArray jpegOf(const QString &url)
+{
+    if (!url.startsWith(dataPrefix) || url.contains(QLatin1Char('\n')) || url.contains(QLatin1Char('\r')))
+        return {};
+    return QByteArray::fromBase64(url.mid(dataPrefix.size()).toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+}
+
+QSize jpegSize(const QString &url)
+{
+    const QByteArray jpeg = jpegOf(url);
+    EXPECT_TRUE(jpeg.startsWith("\xff\xd8\xff")) << "not a JPEG";
+    return QImage::fromData(jpeg, "JPEG").size();
+}
+
+TEST(ImageData, IsSentAsJpegShrunkToTheUploadSizeButNeverEnlarged)
+{
+    QTemporaryDir dir;
+    const QSize cases[][2] = {{{3000, 1500}, {1024, 512}}, {{1000, 3000}, {341, 1024}}, {{640, 480}, {640, 480}}};
+    for (const auto &c : cases) {
+        const std::optional<QString> url = imageDataURL(writeImage(dir, QStringLiteral("ref.png"), c[0]));
+        ASSERT_TRUE(url);
+        EXPECT_EQ(jpegSize(*url), c[1]);
+    }
+}
+
+TEST(ImageData, UnreadableFilesGiveNothing)
+{
+    QTemporaryDir dir;
+    writeFile(dir.filePath(QStringLiteral("notes.png")), "just some text, not pixels");
+    writeFile(dir.filePath(QStringLiteral("empty.jpg")), {});
+    for (const QString &name : {QStringLiteral("missing.png"), QStringLiteral("notes.png"), QStringLiteral("empty.jpg")})
+        EXPECT_FALSE(imageDataURL(dir.filePath(name))) << name.toStdString();
+}
+
+// An address on this computer never reaches another server: the project's file goes as its
+// bytes, and without the file the step stops with a sentence.
+TEST(ImageData, LoopbackPicturesTravelAsTheirBytesOrNotAtAll)
+{
+    QTemporaryDir dir;
+    const QString kept = writeImage(dir, QStringLiteral("kept.png"), QSize(64, 48));
+    const QString studio = QStringLiteral("http://127.0.0.1:41000/files/token/frame-1.png");
+    const QUrl service(QStringLiteral("https://service.example"));
+    const struct {
+        const char *name;
+        QString url;
+        std::optional<QString> localPath;
+        QUrl base;
+        const char *expected; // "same", "data" or "refused"
+    } cases[] = {
+        {"a remote picture", QStringLiteral("https://cdn.example/a.png"), kept, service, "same"},
+        {"the studio's own picture, to the studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:41000")), "same"},
+        {"a studio picture, to the service", studio, kept, service, "data"},
+        {"an earlier studio's picture, to this studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:42000")), "data"},
+        {"a studio picture whose file is gone", studio, dir.filePath(QStringLiteral("gone.png")), service, "refused"},
+        {"a studio picture with no file", QStringLiteral("http://localhost:41000/files/token/e.png"), std::nullopt, service, "refused"},
+    };
+    for (const auto &c : cases) {
+        try {
+            const QString sent = blockingWait(reachableImageURL(c.url, c.localPath, 1024, c.base));
+            if (QByteArray(c.expected) == "same")
+                EXPECT_EQ(sent, c.url) << c.name;
+            else
+                EXPECT_EQ(jpegSize(sent), QSize(64, 48)) << c.name << " (" << c.expected << ")";
+        } catch (const Error &error) {
+            EXPECT_EQ(QByteArray(c.expected), "refused") << c.name;
+            EXPECT_TRUE(error.description().contains(QStringLiteral("no longer on this computer"))) << c.name;
+        }
+    }
 }
 
 } // namespace

@@ -55,8 +55,6 @@ Project projectWithPlan(const QList<PlanElement> &elements, const QList<Storyboa
     return project;
 }
 
-// --- prompt and references ------------------------------------------------------------------
-
 // What the painter must be told, whatever the wording around it.
 TEST(FramePrompt, NamesTheWordsTheirSurfaceTheCharacterAndTheContinuity)
 {
@@ -110,8 +108,6 @@ TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEac
     EXPECT_TRUE(referenceImageURLs(project, c, {}).isEmpty());
 }
 
-// --- elements --------------------------------------------------------------------------------
-
 // Only pending elements are rendered, labelled by their place in the plan; a failure keeps the
 // ones made before it, sends nothing after it, and the next run picks up what is left.
 TEST_F(FrameGenerationTest, RendersPendingElementsInPlanOrderAndResumesAfterAFailure)
@@ -155,8 +151,6 @@ TEST_F(FrameGenerationTest, RendersPendingElementsInPlanOrderAndResumesAfterAFai
     EXPECT_EQ(server.requests().size(), sent);
 }
 
-// --- frames ----------------------------------------------------------------------------------
-
 TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBeforeIt)
 {
     StoryboardChunk first = chunk(0);
@@ -164,6 +158,12 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     first.redoStack = {GeneratedFrame{}};
     open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
     scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("v1"), QStringLiteral("v2"), QStringLiteral("v3")}));
+    // Services answer with WebP as often as PNG: the third version comes as one, when this
+    // machine can write it (scripts/setup installs qt6-image-formats-plugins).
+    QByteArray webp;
+    QBuffer buffer(&webp);
+    if (buffer.open(QIODevice::WriteOnly) && QImage(64, 36, QImage::Format_RGB32).save(&buffer, "WEBP"))
+        server.serveFile(QStringLiteral("/img/v3.png"), webp, "image/webp");
 
     QList<QUuid> made;
     for (int i = 0; i < 3; ++i) {
@@ -171,10 +171,8 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
         ASSERT_EQ(store->session().lastError(), std::nullopt);
         const GeneratedFrame &frame = *store->project().chunks[0].frame;
         made << frame.id;
-        EXPECT_EQ(frame.localPath, store->document().media().framePath(first.id, frame.id));
-        EXPECT_TRUE(frame.localPath.endsWith(QStringLiteral("/frames/%1_%2.png")
-                                                 .arg(uuidText(first.id), uuidText(frame.id))));
-        EXPECT_EQ(readFile(frame.localPath), png(Qt::red));
+        EXPECT_TRUE(frame.localPath.endsWith(QStringLiteral("/frames/%1_%2.png").arg(uuidText(first.id), uuidText(frame.id))));
+        EXPECT_EQ(readFile(frame.localPath), i == 2 && !webp.isEmpty() ? webp : png(Qt::red));
         EXPECT_EQ(frame.remoteURL, imageURL(QStringLiteral("v%1").arg(i + 1)));
         EXPECT_EQ(frame.prompt, first.imagePrompt);
         EXPECT_EQ(frame.review, ReviewChecklist{});
@@ -192,23 +190,6 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     EXPECT_EQ(sent.value(QStringLiteral("style_preset")).toString(), QStringLiteral("POP_ART"));
     EXPECT_EQ(sent.value(QStringLiteral("reference_image_urls")).toArray(),
               QJsonArray{QStringLiteral("https://fal.media/sign.png")});
-}
-
-// Services answer with WebP as often as PNG; such a frame is taken and reads back as a picture.
-TEST_F(FrameGenerationTest, AWebPFrameIsTaken)
-{
-    QByteArray webp;
-    QBuffer buffer(&webp);
-    if (!buffer.open(QIODevice::WriteOnly) || !QImage(64, 36, QImage::Format_RGB32).save(&buffer, "WEBP"))
-        GTEST_SKIP() << "no WebP writer (scripts/setup installs qt6-image-formats-plugins)";
-    StoryboardChunk first = chunk(0);
-    open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
-    scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("webp")}));
-    server.serveFile(QStringLiteral("/img/webp.png"), webp, "image/webp");
-
-    blockingWait(startGenerateFrame(*store, first.id));
-    ASSERT_EQ(store->session().lastError(), std::nullopt);
-    EXPECT_EQ(QImage(store->project().chunks[0].frame->localPath).size(), QSize(64, 36));
 }
 
 TEST_F(FrameGenerationTest, ABatchRendersPendingElementsThenFramesOneAtATimeAndStopsAtAFailure)
@@ -251,19 +232,14 @@ TEST_F(FrameGenerationTest, ABatchRendersPendingElementsThenFramesOneAtATimeAndS
         EXPECT_EQ(chunks[1].frame, framed.frame) << "a framed chunk is left alone";
 
         // One at a time: each frame's image is fetched before the next job is submitted.
-        const QList<RecordedRequest> requests = server.requests().mid(from);
-        QList<qsizetype> submits, downloads;
-        for (qsizetype i = 0; i < requests.size(); ++i) {
-            if (requests[i].path == framePath)
-                submits << i;
-            else if (requests[i].path.startsWith(QStringLiteral("/img/f")))
-                downloads << i;
+        int submitted = 0, fetched = 0;
+        for (const RecordedRequest &request : server.requests().mid(from)) {
+            if (request.path == framePath)
+                EXPECT_EQ(fetched, submitted++) << "a job went out before the frame before it arrived";
+            else if (request.path.startsWith(QStringLiteral("/img/f")))
+                ++fetched;
         }
-        EXPECT_EQ(submits.size(), c.jobs);
-        for (qsizetype i = 1; i < submits.size(); ++i) {
-            ASSERT_GE(downloads.size(), i);
-            EXPECT_LT(downloads[i - 1], submits[i]);
-        }
+        EXPECT_EQ(submitted, c.jobs);
     }
 }
 
@@ -294,8 +270,6 @@ TEST_F(FrameGenerationTest, ACancelDuringOneFrameStartsNoLaterFrame)
 }
 
 } // namespace
-
-// --- what the service can do wrong ------------------------------------------------------------
 
 // Every way a frame can fail to arrive ends in a sentence, and the project, its chunk history
 // and the frames folder stay exactly as they were.
