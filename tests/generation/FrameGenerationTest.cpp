@@ -77,32 +77,22 @@ TEST(FramePrompt, NamesTheWordsTheirSurfaceTheCharacterAndTheContinuity)
 TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEachOnce)
 {
     TempLibrary temp;
-    const QString jacket = temp.path(QStringLiteral("jacket.png"));
-    const QString face = temp.path(QStringLiteral("face.png"));
+    const QString jacket = temp.path(QStringLiteral("jacket.png")), face = temp.path(QStringLiteral("face.png"));
+    const QString missing = temp.path(QStringLiteral("missing.png"));
     QImage(30, 10, QImage::Format_RGB32).save(jacket);
-    QImage image(10, 30, QImage::Format_RGB32);
-    image.fill(Qt::blue);
-    image.save(face);
-
+    QImage(10, 30, QImage::Format_RGB32).save(face);
     Project project = projectWithPlan({element(QStringLiteral("a"), QStringLiteral("https://fal.media/a.png")),
                                        element(QStringLiteral("b")),
                                        element(QStringLiteral("c"), QStringLiteral("https://fal.media/c.png")),
                                        element(QStringLiteral("c"), QStringLiteral("https://fal.media/later.png"))});
-    CharacterReference rae{{}, QStringLiteral("Rae"), {}, {jacket, temp.path(QStringLiteral("missing.png")), face}};
-    CharacterReference twin{{}, QStringLiteral("Twin"), {}, {face}};
-    project.characters = {rae, twin};
+    project.characters = {CharacterReference{{}, QStringLiteral("Rae"), {}, {jacket, missing, face}},
+                          CharacterReference{{}, QStringLiteral("Twin"), {}, {face}}};
     StoryboardChunk c = chunk(0, {QStringLiteral("c"), QStringLiteral("ghost"), QStringLiteral("b"),
                                   QStringLiteral("a"), QStringLiteral("c")});
 
-    const QStringList characterURLs = imageDataURLs({jacket, temp.path(QStringLiteral("missing.png")), face, face});
-    const QStringList urls = referenceImageURLs(project, c, characterURLs);
-    ASSERT_EQ(urls.size(), 4) << urls.join(QLatin1Char('\n')).left(300).toStdString();
-    EXPECT_EQ(urls[0], QStringLiteral("https://fal.media/c.png"));
-    EXPECT_EQ(urls[1], QStringLiteral("https://fal.media/a.png"));
-    EXPECT_EQ(urls[2], imageDataURL(jacket).value_or(QString()));
-    EXPECT_EQ(urls[3], imageDataURL(face).value_or(QString()));
-    EXPECT_TRUE(urls[2].startsWith(QStringLiteral("data:image/jpeg;base64,")));
-
+    EXPECT_EQ(referenceImageURLs(project, c, imageDataURLs({jacket, missing, face, face})),
+              (QStringList{QStringLiteral("https://fal.media/c.png"), QStringLiteral("https://fal.media/a.png"),
+                           *imageDataURL(jacket), *imageDataURL(face)}));
     project.plan.reset();
     project.characters.clear();
     EXPECT_TRUE(referenceImageURLs(project, c, {}).isEmpty());
