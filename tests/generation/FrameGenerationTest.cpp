@@ -265,32 +265,24 @@ TEST_F(FrameGenerationTest, ACancelDuringOneFrameStartsNoLaterFrame)
 // and the frames folder stay exactly as they were.
 TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
 {
-    const auto cut = [](ScriptedReply r) {
-        r.breakMidBody = true;
-        return r;
-    };
-    const auto image = [](const QByteArray &bytes, const QByteArray &type) {
-        ScriptedReply r = reply(bytes);
-        r.contentType = type;
-        return r;
-    };
     const QByteArray whole = png(Qt::red);
+    const ScriptedReply cutAccepted{200, accepted.body, "application/json", {}, true};
     const struct {
         const char *name;
-        bool refuseConnection = false;
-        QList<ScriptedReply> submit;
-        std::optional<ScriptedReply> imageFile; // what /img/frame.png serves
+        bool refuseConnection;
+        ScriptedReply submit;
+        ScriptedReply imageFile; // what /img/frame.png serves
         QString sentence;
     } faults[] = {
-        {"the connection is refused", true, {accepted}, std::nullopt, QStringLiteral("Connection refused")},
-        {"the connection drops mid-body", false, {cut(accepted)}, std::nullopt, QStringLiteral("closed")},
-        {"the service stalls past the timeout", false, {reply(accepted.body, 200, 3s)}, std::nullopt,
+        {"the connection is refused", true, accepted, {200, whole, "image/png"}, QStringLiteral("Connection refused")},
+        {"the connection drops mid-body", false, cutAccepted, {200, whole, "image/png"}, QStringLiteral("closed")},
+        {"the service stalls past the timeout", false, reply(accepted.body, 200, 3s), {200, whole, "image/png"},
          QStringLiteral("did not answer")},
-        {"the image is cut off", false, {accepted}, image(whole.left(whole.size() / 2), "image/png"),
+        {"the image is cut off", false, accepted, {200, whole.left(whole.size() / 2), "image/png"},
          QStringLiteral("not a readable image")},
-        {"the image is an error page", false, {accepted}, image("<html>Bad gateway</html>", "text/html"),
+        {"the image is an error page", false, accepted, {200, "<html>Bad gateway</html>", "text/html"},
          QStringLiteral("not a readable image")},
-        {"the image transfer drops", false, {accepted}, cut(image(whole, "image/png")), QStringLiteral("closed")},
+        {"the image transfer drops", false, accepted, {200, whole, "image/png", {}, true}, QStringLiteral("closed")},
     };
     for (const auto &fault : faults) {
         SCOPED_TRACE(fault.name);
@@ -301,8 +293,8 @@ TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
              500ms);
         if (fault.refuseConnection)
             store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
-        scriptJobs(framePath, fault.submit, {imageResult(imageURL(QStringLiteral("frame")))});
-        server.script(QStringLiteral("GET"), QStringLiteral("/img/frame.png"), {fault.imageFile.value_or(image(whole, "image/png"))});
+        scriptJobs(framePath, {fault.submit}, {imageResult(imageURL(QStringLiteral("frame")))});
+        server.script(QStringLiteral("GET"), QStringLiteral("/img/frame.png"), {fault.imageFile});
         const Project before = store->project();
 
         blockingWait(startGenerateFrame(*store, first.id));
