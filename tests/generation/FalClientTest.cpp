@@ -1,7 +1,5 @@
-// The generation client against a real HTTP server on loopback: what it sends, how it reads
-// each reply, when polling stops, and what the user is told when something goes wrong. Also
-// the reference images on their way to the service: shrunk to the upload size, never
-// enlarged, always JPEG, and left out when they cannot be read.
+// The generation client over a real loopback connection: what it sends, how it reads replies,
+// when polling stops, what the user is told; and reference images on their way out as JPEG.
 
 #include "generation/FalClient.h"
 #include "pipeline/GenerationOperations.h"
@@ -24,8 +22,6 @@ namespace {
 
 const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
 const QString statusPath = queuePath + QStringLiteral("/status");
-
-const QString malformed = QStringLiteral("Unexpected response from the generation service.");
 
 // How a call ended: empty when it succeeded, "(cancelled)", or the sentence the user sees.
 template <typename T>
@@ -59,7 +55,7 @@ protected:
     int polls() const { return server.count(QStringLiteral("GET"), statusPath); }
 };
 
-TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs)
+TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathRebasesTheJobURLsAndRejectsAnUnusableReply)
 {
     server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux/dev"),
                   {reply(R"({"request_id":"abc","status_url":"https://queue.fal.run/fal-ai/flux/requests/abc/status",)"
@@ -80,25 +76,18 @@ TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs
     EXPECT_EQ(requests[0].headers.value(QStringLiteral("content-type")), QStringLiteral("application/json"));
     EXPECT_FALSE(requests[0].headers.contains(QStringLiteral("authorization")));
     EXPECT_EQ(requests[0].body, QByteArray(R"({"n":1,"prompt":"neon rain"})"));
-}
 
-TEST_F(FalClientTest, ASubmitReplyWithoutAUsableJobIsRejected)
-{
-    const struct {
-        const char *workflow;
-        QByteArray body;
-        bool malformed; // false: the reply is not JSON at all, which is a plain error
-    } cases[] = {
-        {"a", R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
-        {"b", R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})",
-         true},
-        {"c", "<html>gateway</html>", false},
+    // A reply without a usable job is rejected; one that is not JSON at all is a plain error.
+    const std::pair<QByteArray, bool> cases[] = {
+        {R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
+        {R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})", true},
+        {"<html>gateway</html>", false},
     };
-    for (const auto &c : cases) {
-        server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/") + QString::fromUtf8(c.workflow), {reply(c.body)});
-        const QString failure = failureOf(client.submit(QString::fromUtf8(c.workflow), {}));
-        EXPECT_FALSE(failure.isEmpty()) << c.body.constData();
-        EXPECT_EQ(failure == malformed, c.malformed) << c.body.constData();
+    for (const auto &[body, malformed] : cases) {
+        server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux/dev"), {reply(body)});
+        const QString failure = failureOf(client.submit(QStringLiteral("fal-ai/flux/dev"), {}));
+        EXPECT_FALSE(failure.isEmpty()) << body.constData();
+        EXPECT_EQ(failure == QStringLiteral("Unexpected response from the generation service."), malformed) << body.constData();
     }
 }
 

@@ -1,6 +1,5 @@
-// A chunk's frame history (edit, undo, redo) and its review: versions move between the
-// stacks without being made or lost, checks travel with their version, and an edit against
-// the loopback service starts from the frame the user saw.
+// A chunk's frame history and review: versions move between the stacks without being made or
+// lost, checks travel with their version, and an edit starts from the frame the user saw.
 
 #include "ServiceTest.h"
 

@@ -1,6 +1,5 @@
-// Element and frame generation against a real HTTP server on loopback: what each job is sent,
-// what the user sees while it runs, which files land where, how a new frame enters a chunk's
-// history, and where a failure leaves the project.
+// Element and frame generation over loopback: what each job is sent, what the user sees, where
+// files land, how a new frame enters a chunk's history, and where a failure leaves the project.
 
 #include "ServiceTest.h"
 #include "pipeline/Road.h"
@@ -293,7 +292,7 @@ TEST_F(FrameGenerationTest, EveryServiceFaultEndsInItsSentenceAndChangesNothing)
              500ms);
         if (fault.refuseConnection)
             store->settings().chooseForThisRun(std::nullopt, QUrl(QStringLiteral("http://127.0.0.1:1")));
-        scriptJobs(framePath, {fault.submit}, {imageResult(imageURL(QStringLiteral("frame")))});
+        scriptJobs(framePath, {fault.submit}, serveImages({QStringLiteral("frame")}));
         server.script(QStringLiteral("GET"), QStringLiteral("/img/frame.png"), {fault.imageFile});
         const Project before = store->project();
 

@@ -1,7 +1,5 @@
-// Storyboard planning: where the plan is found in the planner's answer and how it is read;
-// against a real HTTP server on loopback, what is checked before anything is sent, what the
-// planner receives, what the user sees while the job waits, and how a new storyboard replaces
-// the old one without losing the frames already made.
+// Storyboard planning: how the planner's answer is read, what is checked before anything is
+// sent, what the planner receives, and how a new storyboard keeps the frames already made.
 
 #include "ServiceTest.h"
 #include "generation/PlanParser.h"

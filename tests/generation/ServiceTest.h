@@ -23,13 +23,6 @@ inline const ScriptedReply accepted = reply(R"({"request_id":"job-1","status_url
                                             R"("response_url":"https://queue.fal.run/queue/job-1"})");
 inline const ScriptedReply completed = reply(R"({"status":"COMPLETED"})");
 
-// A job result naming the image at url.
-inline ScriptedReply imageResult(const QString &url)
-{
-    const QJsonObject image{{QStringLiteral("url"), url}};
-    return reply(QJsonDocument(QJsonObject{{QStringLiteral("images"), QJsonArray{image}}}).toJson(QJsonDocument::Compact));
-}
-
 class ServiceTest : public testing::Test {
 protected:
     LoopbackServer server;
@@ -58,7 +51,8 @@ protected:
         QList<ScriptedReply> results;
         for (const QString &name : names) {
             server.serveFile(QStringLiteral("/img/%1.png").arg(name), png(Qt::red), "image/png");
-            results << imageResult(imageURL(name));
+            const QJsonObject image{{QStringLiteral("url"), imageURL(name)}};
+            results << reply(QJsonDocument(QJsonObject{{QStringLiteral("images"), QJsonArray{image}}}).toJson(QJsonDocument::Compact));
         }
         return results;
     }
