@@ -40,11 +40,9 @@ QString failureOf(QCoro::Task<T> task)
 class FalClientTest : public testing::Test {
 protected:
     LoopbackServer server;
-    // A session of the test's own, gone before the server: its kept-alive connections close
-    // then, and the server stops without waiting them out.
+    // Gone before the server, so kept-alive connections close and the server need not wait.
     QNetworkAccessManager network;
-    // The base URL has a path, as the real proxy's does, so every test also checks that
-    // requests land under it.
+    // A base URL with a path, as the real proxy's has: every request must land under it.
     FalClient client{server.url(QStringLiteral("/api/fal")), &network, 1ms};
 
     SubmitResponse job(const QString &statusQuery = {}) const
@@ -107,19 +105,16 @@ TEST_F(FalClientTest, PollingStopsAtOnceAtAFailureOrACancelAndAfter400PollsInThe
 {
     const QByteArray longBody = QByteArray("0123456789").repeated(200);
     const QString kept = QString::fromLatin1(longBody.left(500));
-    const struct {
-        ScriptedReply reply;
-        QString sentence;
-    } cases[] = {
+    const std::pair<ScriptedReply, QString> cases[] = {
         {reply("{}", 403), QStringLiteral("The generation service rejected the request.")},
         {reply(longBody, 500), QStringLiteral("Generation error 500: ") + kept},
         {reply("\xff\xfe oops", 502), QStringLiteral("Generation error 502: ")}, // a body that is not UTF-8 is left out
         {reply(R"({"status":"FAILED"})"), QStringLiteral("Generation failed (FAILED).")},
     };
-    for (const auto &c : cases) {
+    for (const auto &[failing, sentence] : cases) {
         const int before = polls();
-        scriptPolls({c.reply, reply(R"({"status":"COMPLETED"})")});
-        EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), c.sentence);
+        scriptPolls({failing, reply(R"({"status":"COMPLETED"})")});
+        EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), sentence);
         EXPECT_EQ(polls(), before + 1);
     }
 
@@ -180,10 +175,7 @@ TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatusWhileTheRequesterLi
 
 TEST(FalClient, FindsTheFirstImageDepthFirst)
 {
-    const struct {
-        const char *json;
-        std::optional<QString> expected;
-    } cases[] = {
+    const std::pair<const char *, std::optional<QString>> cases[] = {
         {R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
         {R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
          QStringLiteral("https://fal.media/files/k")},
@@ -191,8 +183,8 @@ TEST(FalClient, FindsTheFirstImageDepthFirst)
         {R"({"url":"https://example.com/page","data":["https://fal.run/out"]})", QStringLiteral("https://fal.run/out")},
         {R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(FalClient::findImageURL(QJsonDocument::fromJson(c.json).object()), c.expected) << c.json;
+    for (const auto &[json, expected] : cases)
+        EXPECT_EQ(FalClient::findImageURL(QJsonDocument::fromJson(json).object()), expected) << json;
 }
 
 QString writeImage(const QTemporaryDir &dir, const QString &name, QSize size)

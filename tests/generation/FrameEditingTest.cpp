@@ -67,12 +67,6 @@ protected:
         project.updatedAt = longAgo;
         open(project);
     }
-    void openWithFrame(std::optional<GeneratedFrame> frame)
-    {
-        StoryboardChunk only;
-        only.frame = std::move(frame);
-        openChunks({StoryboardChunk{}, only});
-    }
     QString editPath() const { return QLatin1Char('/') + store->settings().editWorkflow(); }
     // Every edit job waits once in the queue, then completes; result N names the image eN.
     void scriptService(int results)
@@ -138,7 +132,7 @@ TEST_F(FrameEditing, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOne
 
 TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
 {
-    openWithFrame(version(QStringLiteral("generated"), 5));
+    openChunks({StoryboardChunk{}, chunkFrom("| a |")});
     const GeneratedFrame generated = *chunk(1).frame;
     scriptService(3);
 

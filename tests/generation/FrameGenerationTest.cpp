@@ -126,7 +126,6 @@ TEST_F(FrameGenerationTest, RendersPendingElementsInPlanOrderAndResumesAfterAFai
     EXPECT_EQ(planElement(3).imageRemoteURL, imageURL(QStringLiteral("fourth")));
     EXPECT_EQ(planElement(4).imageRemoteURL, imageURL(QStringLiteral("fifth")));
 
-    // Nothing pending any more: a third call starts no task and sends nothing.
     tasks.clear();
     const qsizetype sent = server.requests().size();
     blockingWait(startRenderElements(*store));

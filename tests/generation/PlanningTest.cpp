@@ -55,7 +55,6 @@ TEST(PlanParser, TakesOnlyAListedStylePreset)
     const char *const cases[][2] = {
         {R"({"frames":[{}],"ideogramStylePreset":" WATERCOLOR\n"})", "WATERCOLOR"},
         {R"({"frames":[{}],"ideogramStylePreset":"watercolor"})", ""},
-        {R"({"frames":[{}],"ideogramStylePreset":"NEON_DREAMS"})", ""},
         // The style director's own text wins, even over a listed preset in the plan.
         {R"({"frames":[{}],"ideogramStylePreset":"watercolor",
              "style_director_json":"```{\"ideogramStylePreset\":\"BAUHAUS\"}```"})", "BAUHAUS"},

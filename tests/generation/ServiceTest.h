@@ -63,7 +63,6 @@ protected:
         server.script(QStringLiteral("GET"), statusPath, polls);
         server.script(QStringLiteral("GET"), resultPath, results);
     }
-    // The inputs of every job submitted, in order.
     QList<QJsonObject> submissions() const
     {
         QList<QJsonObject> inputs;
