@@ -1,14 +1,16 @@
-// The generation client against a real HTTP server on loopback: what it sends, how it reads
-// each reply, when polling stops, and what the user is told when something goes wrong.
+// The generation client over a real loopback connection: what it sends, how it reads replies,
+// when polling stops, what the user is told; and reference images on their way out as JPEG.
 
 #include "generation/FalClient.h"
+#include "pipeline/GenerationOperations.h"
 #include "store/BlockingWait.h"
 #include "support/Fixtures.h"
 #include "support/LoopbackServer.h"
 
-#include <QJsonArray>
+#include <QImage>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -16,97 +18,42 @@ using namespace quillvane;
 using namespace quillvane::test;
 using namespace std::chrono_literals;
 
-namespace quillvane {
-inline void PrintTo(const FalError &error, std::ostream *os)
-{
-    *os << error.description().toStdString();
-}
-} // namespace quillvane
-
 namespace {
 
 const QString queuePath = QStringLiteral("/api/fal/queue/requests/req-1");
+const QString statusPath = queuePath + QStringLiteral("/status");
 
-// How a call ended: a generation error, another error the user sees, or a cancellation.
-struct Outcome {
-    std::optional<FalError> falError;
-    std::optional<QString> description;
-    bool cancelled = false;
-};
-
+// How a call ended: empty when it succeeded, "(cancelled)", or the sentence the user sees.
 template <typename T>
-Outcome outcomeOf(QCoro::Task<T> task)
+QString failureOf(QCoro::Task<T> task)
 {
-    Outcome outcome;
     try {
         blockingWait(std::move(task));
-    } catch (const FalError &error) {
-        outcome.falError = error;
-        outcome.description = error.description();
     } catch (const Error &error) {
-        outcome.description = error.description();
+        return error.description();
     } catch (const Cancelled &) {
-        outcome.cancelled = true;
+        return QStringLiteral("(cancelled)");
     }
-    return outcome;
+    return {};
 }
 
 class FalClientTest : public testing::Test {
 protected:
     LoopbackServer server;
-    // A session of the test's own, gone before the server: its kept-alive connections close
-    // then, and the server stops without waiting them out.
+    // Gone before the server, so kept-alive connections close and the server need not wait.
     QNetworkAccessManager network;
-    // The base URL has a path, as the real proxy's does, so every test also checks that
-    // requests land under it.
+    // A base URL with a path, as the real proxy's has: every request must land under it.
     FalClient client{server.url(QStringLiteral("/api/fal")), &network, 1ms};
 
     SubmitResponse job(const QString &statusQuery = {}) const
     {
-        return {QStringLiteral("req-1"), server.url(queuePath + QStringLiteral("/status") + statusQuery),
-                server.url(queuePath)};
+        return {QStringLiteral("req-1"), server.url(statusPath + statusQuery), server.url(queuePath)};
     }
-    void scriptPolls(const QList<ScriptedReply> &replies)
-    {
-        server.script(QStringLiteral("GET"), queuePath + QStringLiteral("/status"), replies);
-    }
-    int polls() const { return server.count(QStringLiteral("GET"), queuePath + QStringLiteral("/status")); }
+    void scriptPolls(const QList<ScriptedReply> &replies) { server.script(QStringLiteral("GET"), statusPath, replies); }
+    int polls() const { return server.count(QStringLiteral("GET"), statusPath); }
 };
 
-struct SubmitReplyCase {
-    friend void PrintTo(const SubmitReplyCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    QByteArray body;
-    bool malformed; // false: the reply is not JSON at all, which is a plain error
-};
-
-const SubmitReplyCase submitReplyCases[] = {
-    {"response_url missing", R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
-    {"status_url not a URL",
-     R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})", true},
-    {"not JSON", "<html>gateway</html>", false},
-};
-
-class SubmitReply : public FalClientTest, public testing::WithParamInterface<SubmitReplyCase> {};
-
-TEST_P(SubmitReply, IsRejected)
-{
-    server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux"), {reply(GetParam().body)});
-    const Outcome outcome = outcomeOf(client.submit(QStringLiteral("fal-ai/flux"), {}));
-    if (GetParam().malformed) {
-        EXPECT_EQ(outcome.falError, FalError::malformedResponse());
-        EXPECT_EQ(outcome.description, QStringLiteral("Unexpected response from the generation service."));
-    } else {
-        EXPECT_FALSE(outcome.falError);
-        ASSERT_TRUE(outcome.description);
-        EXPECT_FALSE(outcome.description->isEmpty());
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Replies, SubmitReply, testing::ValuesIn(submitReplyCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs)
+TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathRebasesTheJobURLsAndRejectsAnUnusableReply)
 {
     server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux/dev"),
                   {reply(R"({"request_id":"abc","status_url":"https://queue.fal.run/fal-ai/flux/requests/abc/status",)"
@@ -127,75 +74,62 @@ TEST_F(FalClientTest, SubmitPostsCompactJSONUnderTheBasePathAndRebasesTheJobURLs
     EXPECT_EQ(requests[0].headers.value(QStringLiteral("content-type")), QStringLiteral("application/json"));
     EXPECT_FALSE(requests[0].headers.contains(QStringLiteral("authorization")));
     EXPECT_EQ(requests[0].body, QByteArray(R"({"n":1,"prompt":"neon rain"})"));
+
+    // A reply without a usable job is rejected; one that is not JSON at all is a plain error.
+    const std::pair<QByteArray, bool> cases[] = {
+        {R"({"request_id":"r","status_url":"https://q.fal.run/s"})", true},
+        {R"({"request_id":"r","status_url":"https://q fal run/s","response_url":"https://q.fal.run/r"})", true},
+        {"<html>gateway</html>", false},
+    };
+    for (const auto &[body, malformed] : cases) {
+        server.script(QStringLiteral("POST"), QStringLiteral("/api/fal/fal-ai/flux/dev"), {reply(body)});
+        const QString failure = failureOf(client.submit(QStringLiteral("fal-ai/flux/dev"), {}));
+        EXPECT_FALSE(failure.isEmpty()) << body.constData();
+        EXPECT_EQ(failure == QStringLiteral("Unexpected response from the generation service."), malformed) << body.constData();
+    }
 }
 
-struct RebaseCase {
-    friend void PrintTo(const RebaseCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    const char *service;
-    const char *base;
-    const char *expected;
-};
-
-const RebaseCase rebaseCases[] = {
-    {"proxy path goes in front of the queue path", "https://queue.fal.run/fal-ai/flux/requests/1/status",
-     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/fal-ai/flux/requests/1/status"},
-    {"service query kept as encoded", "https://queue.fal.run/r/1?a=1&b=x%20y%26z",
-     "https://studio.quillvane.app/api/fal", "https://studio.quillvane.app/api/fal/r/1?a=1&b=x%20y%26z"},
-    {"base query dropped when the service has none", "https://queue.fal.run/r/1", "http://127.0.0.1:8080/p?k=v",
-     "http://127.0.0.1:8080/p/r/1"},
-    {"a relative service path cannot follow a host", "r/1", "https://studio.quillvane.app", "r/1"},
-};
-
-class Rebase : public testing::TestWithParam<RebaseCase> {};
-
-TEST_P(Rebase, MovesTheServiceURLOntoTheProxy)
+TEST(FalClient, RebaseMovesTheServiceURLOntoTheProxy)
 {
-    const RebaseCase &c = GetParam();
-    const QUrl rebased = FalClient::rebase(QUrl(QString::fromUtf8(c.service)), QUrl(QString::fromUtf8(c.base)));
-    EXPECT_EQ(rebased.toString(QUrl::FullyEncoded), QString::fromUtf8(c.expected));
+    const char *const cases[][3] = {
+        // service URL, base, expected; a submit's own rebasing is checked above
+        {"https://queue.fal.run/r/1", "http://127.0.0.1:8080/p?k=v", "http://127.0.0.1:8080/p/r/1"},
+        {"r/1", "https://studio.quillvane.app", "r/1"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(FalClient::rebase(QUrl(QString::fromUtf8(c[0])), QUrl(QString::fromUtf8(c[1]))).toString(QUrl::FullyEncoded),
+                  QString::fromUtf8(c[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(URLs, Rebase, testing::ValuesIn(rebaseCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-struct PollFailureCase {
-    friend void PrintTo(const PollFailureCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    ScriptedReply reply;
-    FalError expected;
-    QString description;
-};
-
-const QByteArray longBody = QByteArray("0123456789").repeated(200);
-
-const PollFailureCase pollFailureCases[] = {
-    {"403 is a rejection", reply("{}", 403), FalError::unauthorized(),
-     QStringLiteral("The generation service rejected the request.")},
-    {"500 keeps the first 500 characters of the body", reply(longBody, 500),
-     FalError::http(500, QString::fromLatin1(longBody.left(500))),
-     QStringLiteral("Generation error 500: ") + QString::fromLatin1(longBody.left(500))},
-    {"a body that is not UTF-8 is left out", reply("\xff\xfe oops", 502), FalError::http(502, {}),
-     QStringLiteral("Generation error 502: ")},
-    {"an unknown status ends the job as received", reply(R"({"status":"FAILED"})"),
-     FalError::jobFailed(QStringLiteral("FAILED")), QStringLiteral("Generation failed (FAILED).")},
-};
-
-class PollFailure : public FalClientTest, public testing::WithParamInterface<PollFailureCase> {};
-
-TEST_P(PollFailure, EndsThePollingAtOnce)
+TEST_F(FalClientTest, PollingStopsAtOnceAtAFailureOrACancelAndAfter400PollsInTheQueue)
 {
-    scriptPolls({GetParam().reply, reply(R"({"status":"COMPLETED"})")});
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
-    EXPECT_EQ(outcome.falError, GetParam().expected);
-    EXPECT_EQ(outcome.description, GetParam().description);
-    EXPECT_EQ(polls(), 1);
+    const QByteArray longBody = QByteArray("0123456789").repeated(200);
+    const QString kept = QString::fromLatin1(longBody.left(500));
+    const std::pair<ScriptedReply, QString> cases[] = {
+        {reply("{}", 403), QStringLiteral("The generation service rejected the request.")},
+        {reply(longBody, 500), QStringLiteral("Generation error 500: ") + kept},
+        {reply("\xff\xfe oops", 502), QStringLiteral("Generation error 502: ")}, // a body that is not UTF-8 is left out
+        {reply(R"({"status":"FAILED"})"), QStringLiteral("Generation failed (FAILED).")},
+    };
+    for (const auto &[failing, sentence] : cases) {
+        const int before = polls();
+        scriptPolls({failing, reply(R"({"status":"COMPLETED"})")});
+        EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), sentence);
+        EXPECT_EQ(polls(), before + 1);
+    }
+
+    CancelToken cancel;
+    cancel.cancel();
+    const int before = polls();
+    EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, cancel)), QStringLiteral("(cancelled)"));
+    EXPECT_EQ(polls(), before) << "a cancelled task stops before polling";
+
+    scriptPolls({reply(R"({"status":"IN_QUEUE"})")});
+    EXPECT_EQ(failureOf(client.awaitCompletion(job(), {}, CancelToken())), QStringLiteral("The generation job timed out."));
+    EXPECT_EQ(polls(), before + 400) << "it gives up after 400 polls in the queue";
 }
 
-INSTANTIATE_TEST_SUITE_P(Replies, PollFailure, testing::ValuesIn(pollFailureCases),
-                         [](const auto &info) { return testName(info.param.name); });
-
-TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatus)
+TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatusWhileTheRequesterLives)
 {
     scriptPolls({reply("not json"),
                  reply(R"({"status":"IN_QUEUE","queue_position":2,)"
@@ -222,74 +156,105 @@ TEST_F(FalClientTest, PollsUntilCompletedAndReportsEachStatus)
         EXPECT_EQ(request.query, QStringLiteral("token=x%20y&logs=1"));
         EXPECT_FALSE(request.headers.contains(QStringLiteral("authorization")));
     }
-}
 
-TEST_F(FalClientTest, GivesUpAfterFourHundredPollsInTheQueue)
-{
-    scriptPolls({reply(R"({"status":"IN_QUEUE"})")});
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, CancelToken()));
-    EXPECT_EQ(outcome.description, QStringLiteral("The generation job timed out."));
-    EXPECT_EQ(polls(), 400);
-}
-
-TEST_F(FalClientTest, ProgressStopsWhenTheRequesterIsGoneButPollingGoesOn)
-{
-    // The second reply waits, so the requester's deletion is through before it arrives.
+    // Progress stops when the requester is gone, but polling goes on. The second reply waits,
+    // so the requester's deletion is through before it arrives.
     scriptPolls({reply(R"({"status":"IN_QUEUE"})"), reply(R"({"status":"IN_QUEUE"})", 200, 150ms),
                  reply(R"({"status":"COMPLETED"})")});
-    auto *requester = new QObject;
-    int received = 0;
-    const ProgressTarget target{requester, [&](const FalProgress &) {
-                                    ++received;
-                                    requester->deleteLater();
-                                }};
-
-    blockingWait(client.awaitCompletion(job(), target, CancelToken()));
+    auto *gone = new QObject;
+    int late = 0;
+    const ProgressTarget dropped{gone, [&](const FalProgress &) {
+                                     ++late;
+                                     gone->deleteLater();
+                                 }};
+    blockingWait(client.awaitCompletion(job(), dropped, CancelToken()));
     processEventsFor(50ms);
-
-    EXPECT_EQ(received, 1);
-    EXPECT_EQ(polls(), 3);
+    EXPECT_EQ(late, 1);
+    EXPECT_EQ(polls(), 4 + 3);
 }
 
-TEST_F(FalClientTest, ACancelledTaskStopsBeforePolling)
+TEST(FalClient, FindsTheFirstImageDepthFirst)
 {
-    scriptPolls({reply(R"({"status":"COMPLETED"})")});
-    CancelToken cancel;
-    cancel.cancel();
-    const Outcome outcome = outcomeOf(client.awaitCompletion(job(), {}, cancel));
-    EXPECT_TRUE(outcome.cancelled);
-    EXPECT_EQ(polls(), 0);
+    const std::pair<const char *, std::optional<QString>> cases[] = {
+        {R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
+        {R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
+         QStringLiteral("https://fal.media/files/k")},
+        {R"({"images":[1,"no"],"image":"https://x.test/B.WEBP"})", QStringLiteral("https://x.test/B.WEBP")},
+        {R"({"url":"https://example.com/page","data":["https://fal.run/out"]})", QStringLiteral("https://fal.run/out")},
+        {R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
+    };
+    for (const auto &[json, expected] : cases)
+        EXPECT_EQ(FalClient::findImageURL(QJsonDocument::fromJson(json).object()), expected) << json;
 }
 
-struct FindImageCase {
-    friend void PrintTo(const FindImageCase &c, std::ostream *os) { *os << c.name; }
-    const char *name;
-    const char *json;
-    std::optional<QString> expected;
-};
-
-const FindImageCase findImageCases[] = {
-    {"images array of objects", R"({"images":[{"url":"https://x.test/a.png"}]})", QStringLiteral("https://x.test/a.png")},
-    {"image before url", R"({"url":"https://x.test/late.png","image":{"url":"https://fal.media/files/k"}})",
-     QStringLiteral("https://fal.media/files/k")},
-    {"an image-less images array falls through", R"({"images":[1,"no"],"image":"https://x.test/B.WEBP"})",
-     QStringLiteral("https://x.test/B.WEBP")},
-    {"a non-image url is passed over", R"({"url":"https://example.com/page","data":["https://fal.run/out"]})",
-     QStringLiteral("https://fal.run/out")},
-    {"an ftp url is no image", R"({"images":[{"url":"ftp://fal.media/a.png"}]})", std::nullopt},
-};
-
-class FindImage : public testing::TestWithParam<FindImageCase> {};
-
-TEST_P(FindImage, FindsTheFirstImageDepthFirst)
+QString writeImage(const QTemporaryDir &dir, const QString &name, QSize size)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(GetParam().json);
-    ASSERT_FALSE(document.isNull());
-    const QJsonValue value = document.isObject() ? QJsonValue(document.object()) : QJsonValue(document.array());
-    EXPECT_EQ(FalClient::findImageURL(value), GetParam().expected);
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(QColor(200, 40, 90, 160));
+    const QString path = dir.filePath(name);
+    EXPECT_TRUE(image.save(path));
+    return path;
 }
 
-INSTANTIATE_TEST_SUITE_P(Results, FindImage, testing::ValuesIn(findImageCases),
-                         [](const auto &info) { return testName(info.param.name); });
+// The size of the JPEG inside a data URL, all on one line.
+QSize jpegSize(const QString &url)
+{
+    const QString prefix = QStringLiteral("data:image/jpeg;base64,");
+    EXPECT_TRUE(url.startsWith(prefix) && !url.contains(u'\n') && !url.contains(u'\r')) << url.left(40).toStdString();
+    const QByteArray jpeg = QByteArray::fromBase64(url.mid(prefix.size()).toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    EXPECT_TRUE(jpeg.startsWith("\xff\xd8\xff")) << "not a JPEG";
+    return QImage::fromData(jpeg, "JPEG").size();
+}
+
+TEST(ImageData, IsSentAsJpegShrunkToTheUploadSizeNeverEnlargedAndNotAtAllWhenUnreadable)
+{
+    QTemporaryDir dir;
+    const QSize cases[][2] = {{{3000, 1500}, {1024, 512}}, {{1000, 3000}, {341, 1024}}, {{640, 480}, {640, 480}}};
+    for (const auto &c : cases) {
+        const std::optional<QString> url = imageDataURL(writeImage(dir, QStringLiteral("ref.png"), c[0]));
+        ASSERT_TRUE(url);
+        EXPECT_EQ(jpegSize(*url), c[1]);
+    }
+    writeFile(dir.filePath(QStringLiteral("notes.png")), "just some text, not pixels");
+    writeFile(dir.filePath(QStringLiteral("empty.jpg")), {});
+    for (const QString &name : {QStringLiteral("missing.png"), QStringLiteral("notes.png"), QStringLiteral("empty.jpg")})
+        EXPECT_FALSE(imageDataURL(dir.filePath(name))) << name.toStdString();
+}
+
+// An address on this computer never reaches another server: the project's file goes as its
+// bytes, and without the file the step stops with a sentence.
+TEST(ImageData, LoopbackPicturesTravelAsTheirBytesOrNotAtAll)
+{
+    QTemporaryDir dir;
+    const QString kept = writeImage(dir, QStringLiteral("kept.png"), QSize(64, 48));
+    const QString studio = QStringLiteral("http://127.0.0.1:41000/files/token/frame-1.png");
+    const QUrl service(QStringLiteral("https://service.example"));
+    const struct {
+        const char *name;
+        QString url;
+        std::optional<QString> localPath;
+        QUrl base;
+        const char *expected; // "same", "data" or "refused"
+    } cases[] = {
+        {"a remote picture", QStringLiteral("https://cdn.example/a.png"), kept, service, "same"},
+        {"the studio's own picture, to the studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:41000")), "same"},
+        {"a studio picture, to the service", studio, kept, service, "data"},
+        {"an earlier studio's picture, to this studio", studio, kept, QUrl(QStringLiteral("http://127.0.0.1:42000")), "data"},
+        {"a studio picture whose file is gone", studio, dir.filePath(QStringLiteral("gone.png")), service, "refused"},
+        {"a studio picture with no file", QStringLiteral("http://localhost:41000/files/token/e.png"), std::nullopt, service, "refused"},
+    };
+    for (const auto &c : cases) {
+        try {
+            const QString sent = blockingWait(reachableImageURL(c.url, c.localPath, 1024, c.base));
+            if (QByteArray(c.expected) == "same")
+                EXPECT_EQ(sent, c.url) << c.name;
+            else
+                EXPECT_EQ(jpegSize(sent), QSize(64, 48)) << c.name << " (" << c.expected << ")";
+        } catch (const Error &error) {
+            EXPECT_EQ(QByteArray(c.expected), "refused") << c.name;
+            EXPECT_TRUE(error.description().contains(QStringLiteral("no longer on this computer"))) << c.name;
+        }
+    }
+}
 
 } // namespace
