@@ -1,5 +1,4 @@
 #include "support/Fixtures.h"
-#include "model/PipelineConfig.h"
 #include "ui/Bridges.h"
 #include "ui/ProjectModels.h"
 
@@ -87,31 +86,6 @@ TEST(ProjectModels, EditsInTheListsWriteBackToTheProject)
     EXPECT_TRUE(store.document().hasPendingSave());
 }
 
-} // namespace
-} // namespace quillvane
-
-namespace quillvane {
-namespace {
-
-TEST(OfflineChoice, TheStudioServesGenerationOnlyWhileChosen)
-{
-    test::TempLibrary temp;
-    ProjectStore store(temp.library(), project());
-    ui::SettingsBridge bridge(store);
-    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
-    bridge.setOfflineStudio(true);
-    EXPECT_EQ(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
-    EXPECT_EQ(temp.library().preferences().string(QString::fromLatin1(preferenceKeys::generationBackend)), QStringLiteral("offline"));
-    bridge.setOfflineStudio(false);
-    EXPECT_NE(store.settings().serviceURL().host(), QStringLiteral("127.0.0.1"));
-}
-
-} // namespace
-} // namespace quillvane
-
-namespace quillvane {
-namespace {
-
 // Which bridge values announced a change since the last look, as "Bridge.property".
 struct Announcements {
     explicit Announcements(ui::Bridges &b)
@@ -161,7 +135,8 @@ TEST(Bridges, AChangeAnnouncesOnlyTheValuesItMoved)
          [&] { store.editProject([](Project &p) { p.chunks[0].frame->review = test::chunkWithFrame(true).frame->review; }); },
          {"Storyboard.acceptedCount", "Storyboard.selectedChunk"}},
         {"zoom", [&] { bridges.motion.setZoom(0.4); }, {"Motion.zoom"}},
-        {"fixed-length clips", [&] { bridges.motion.setFollowsSong(false); }, {"Motion.followsSong"}},
+        {"fixed-length clips", [&] { bridges.motion.setFollowsSong(false); }, {"Export.projectDuration", "Motion.followsSong"}},
+        {"the offline studio", [&] { bridges.settings.setOfflineStudio(true); }, {"AppSettings.offlineStudio"}},
         {"a chunk chosen", [&] { store.session().setSelectedChunkID(third); }, {"Storyboard.selectedChunk", "Storyboard.selectedChunkId"}},
         {"the playhead past a line's start", [&] { bridges.timing.setPlayhead(2.5); }, {"Timing.currentLine", "Timing.playhead"}},
         {"the playhead within the line", [&] { bridges.timing.setPlayhead(3.5); }, {"Timing.playhead"}},
