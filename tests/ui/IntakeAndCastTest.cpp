@@ -50,7 +50,7 @@ QString lastError(const UiHarness &ui)
     return ui.store.session().lastError().value_or(QString());
 }
 
-TEST(IntakeScreen, ReplacingATrackWithAStoryboardAsksFirst)
+TEST(IntakeScreen, ReplacingATrackAsksFirstAndTypingKeepsTheCursor)
 {
     Project project = imported(true);
     for (int i = 0; i < 3; ++i) {
@@ -67,11 +67,7 @@ TEST(IntakeScreen, ReplacingATrackWithAStoryboardAsksFirst)
     ui.click("confirmCancel");
     EXPECT_FALSE(ui.shown("confirmButton"));
     EXPECT_EQ(ui.store.project(), before);
-}
 
-TEST(IntakeScreen, TypingKeepsTheCursorAndMarksTheLyricsAsEdited)
-{
-    UiHarness ui(imported(true));
     typeInto(ui, "titleField", QStringLiteral("XY"), 7);
     EXPECT_EQ(ui.store.project().title, QStringLiteral("LettersXY in the Snow"));
     EXPECT_EQ(ui.find("titleField")->property("cursorPosition").toInt(), 9);
@@ -117,34 +113,31 @@ TEST(IntakeScreen, ARunMovesOnOnlyWhenItLeftNoError)
     }
 }
 
-TEST(TimingScreen, StartsAreNudgedOrTypedAndKeptInTimeOrder)
+TEST(TimingScreen, StartsAreNudgedTypedOrTappedAndKeptInTimeOrder)
 {
     UiHarness ui(imported(true), PipelineStage::timing);
-    const QList<QQuickItem *> starts = ui.findAll("startStepper");
+    ui::TimingBridge &timing = ui.bridges.timing;
+    const Project before = ui.store.project();
+    const QList<QQuickItem *> steppers = ui.findAll("startStepper");
     const QList<QQuickItem *> fields = ui.findAll("segmentStart");
-    ASSERT_EQ(starts.size(), 4);
+    ASSERT_EQ(steppers.size(), 4);
     ASSERT_EQ(fields.size(), 4);
     const double nudged = ui.store.project().transcript[1].start + 0.1;
-    QMetaObject::invokeMethod(starts[1], "step", Q_ARG(double, 0.1));
+    QMetaObject::invokeMethod(steppers[1], "step", Q_ARG(double, 0.1));
     ui.settle();
     EXPECT_NEAR(ui.store.project().transcript[1].start, nudged, 1e-9);
     EXPECT_EQ(fields[1]->property("text").toString(), clockText(nudged, ClockUnit::hundredths));
 
     // Typed past the next line's start: refused with a sentence, the line keeps its time.
-    const Project before = ui.store.project();
-    fields[1]->setProperty("text", clockText(before.transcript[2].start + 1, ClockUnit::hundredths));
+    const Project typed = ui.store.project();
+    fields[1]->setProperty("text", clockText(typed.transcript[2].start + 1, ClockUnit::hundredths));
     QMetaObject::invokeMethod(fields[1], "editingFinished");
     ui.settle();
-    EXPECT_EQ(ui.store.project(), before);
+    EXPECT_EQ(ui.store.project(), typed);
     EXPECT_TRUE(lastError(ui).startsWith(QStringLiteral("Line 2 cannot start after line 3")));
     EXPECT_EQ(fields[1]->property("text").toString(), clockText(nudged, ClockUnit::hundredths));
-}
+    ui.click("dismissButton");
 
-TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
-{
-    UiHarness ui(imported(true), PipelineStage::timing);
-    ui::TimingBridge &timing = ui.bridges.timing;
-    const Project before = ui.store.project();
     // The starts to the microsecond, so sums of tenths compare exactly.
     const auto starts = [&] {
         QList<double> list;
@@ -160,6 +153,7 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     EXPECT_TRUE(timing.tap(4.75) && timing.tap(62.5) && timing.tap(63.0));
     EXPECT_EQ(starts(), (QList<double>{0.4, 4.75, 62.5, 63.0}));
     EXPECT_DOUBLE_EQ(ui.store.project().transcript[0].end, 4.75) << "a tap ends the line before";
+    ASSERT_FALSE(ui.store.session().lastError().has_value());
     EXPECT_FALSE(timing.tap(70)) << "every line is tapped";
     EXPECT_TRUE(ui.store.session().lastError().has_value());
 
@@ -195,7 +189,7 @@ TEST(TimingScreen, TappingAlongStartsEachLineAtItsTapAndBackspaceTakesItBack)
     EXPECT_FALSE(timing.tapping());
     while (ui.bridges.session.undo()) {
     }
-    EXPECT_EQ(ui.store.project(), before) << "taps and shifts undo";
+    EXPECT_EQ(ui.store.project(), before) << "nudges, taps and shifts undo";
 }
 
 TEST(TimingScreen, TheWaveformShowsTheSongAndAMarkerDraggedMovesItsLine)

@@ -15,6 +15,7 @@
 #include <QQuickWindow>
 #include <QTest>
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -71,22 +72,15 @@ public:
     QQuickItem *find(QAnyStringView objectName, QAnyStringView within = {}) const
     {
         const QList<QQuickItem *> all = findAll(objectName, within);
-        for (QQuickItem *item : all) {
-            if (item->isVisible())
-                return item;
-        }
-        return all.value(0);
+        const auto visible = std::find_if(all.begin(), all.end(), [](QQuickItem *item) { return item->isVisible(); });
+        return visible != all.end() ? *visible : all.value(0);
     }
     QString text(QAnyStringView objectName, QAnyStringView within = {}) const
     {
         const QQuickItem *item = find(objectName, within);
         return item ? item->property("text").toString() : QString();
     }
-    bool shown(QAnyStringView objectName) const
-    {
-        const QQuickItem *item = find(objectName);
-        return item && item->isVisible();
-    }
+    bool shown(QAnyStringView objectName) const { return find(objectName) && find(objectName)->isVisible(); }
 
     // What a click on the control does, then the screen catching up.
     void click(QAnyStringView objectName)
