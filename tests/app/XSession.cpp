@@ -155,18 +155,12 @@ bool differs(const QImage &a, const QImage &b, QRect area)
     area = area.isEmpty() ? a.rect() : area.intersected(a.rect());
     // Two renderings of the same screen may differ in a few edge pixels of their letters; a
     // control, a screen or a dialog changes hundreds of pixels by far more.
-    constexpr int channelStep = 48;
-    constexpr int pixelsThatCount = 150;
+    const auto apart = [](int p, int q) { return std::abs(p - q) > 48; };
     int changed = 0;
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        const auto *rowA = reinterpret_cast<const QRgb *>(a.constScanLine(y));
-        const auto *rowB = reinterpret_cast<const QRgb *>(b.constScanLine(y));
         for (int x = area.left(); x <= area.right(); ++x) {
-            const QRgb p = rowA[x];
-            const QRgb q = rowB[x];
-            if ((std::abs(qRed(p) - qRed(q)) > channelStep || std::abs(qGreen(p) - qGreen(q)) > channelStep
-                 || std::abs(qBlue(p) - qBlue(q)) > channelStep)
-                && ++changed > pixelsThatCount)
+            const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
+            if ((apart(qRed(p), qRed(q)) || apart(qGreen(p), qGreen(q)) || apart(qBlue(p), qBlue(q))) && ++changed > 150)
                 return true;
         }
     }

@@ -10,34 +10,11 @@ namespace {
 
 using test::UiHarness;
 
-// Chunks of 4.25 s with frames (and stills painted into `stills` when given) but no clips.
-Project project(int total, int accepted, const test::TempLibrary *stills = nullptr)
-{
-    Project project;
-    project.title = QStringLiteral("Letters in the Snow");
-    for (int i = 0; i < total; ++i) {
-        StoryboardChunk chunk = test::chunkWithFrame(i < accepted);
-        chunk.index = i;
-        chunk.chunkNumber = i + 1;
-        chunk.start = i * 4.25;
-        chunk.end = chunk.start + 4.25;
-        chunk.frame->motionClipPath.reset();
-        if (stills) {
-            QImage image(640, 360, QImage::Format_RGB32);
-            image.fill(QColor(30 + 20 * i, 70, 90));
-            chunk.frame->localPath = stills->path(QStringLiteral("still-%1.png").arg(i));
-            image.save(chunk.frame->localPath);
-        }
-        project.chunks.append(chunk);
-    }
-    project.motion.zoom = 0.25;
-    project.motion.durationSeconds = 2.0;
-    return project;
-}
+using test::withChunks;
 
 TEST(OutputScreens, MotionTimingExportLockAndTheWrittenVideosPath)
 {
-    UiHarness ui(project(10, 3), PipelineStage::motion);
+    UiHarness ui(withChunks(10, 3), PipelineStage::motion);
     // The clip duration applies only to fixed-length clips.
     EXPECT_EQ(ui.find("timingPicker")->property("currentIndex").toInt(), 0);
     EXPECT_FALSE(ui.find("durationRow")->isEnabled());
@@ -74,37 +51,39 @@ TEST(OutputScreens, MotionTimingExportLockAndTheWrittenVideosPath)
     EXPECT_TRUE(ui.shown("revealFallback") && ui.shown("copyPathButton"));
 }
 
+// The clip under the playhead, from the one schedule the renderer and exporter lay out.
 TEST(PreviewScreen, FindsTheClipOnScreenAtEveryMomentOfTheVideo)
 {
-    Project timed = project(3, 3);
+    Project timed = withChunks(3, 3);
     timed.audioDuration = 14;
-    timed.chunks[0].start = 1.5; // a title card until then, in the first clip
+    timed.motion.durationSeconds = 2.0;
     timed.chunks[1].start = 4;
     timed.chunks[2].start = 9.25;
-    const QString first = uuidText(timed.chunks[0].id);
-    const QString second = uuidText(timed.chunks[1].id);
-    const QString third = uuidText(timed.chunks[2].id);
+    QStringList ids;
+    for (const StoryboardChunk &chunk : timed.chunks)
+        ids << uuidText(chunk.id);
     UiHarness ui(timed);
     const ui::ExportBridge &media = ui.bridges.exporting;
-    const struct {
-        double seconds;
-        QString chunk;
-    } song[] = {{0, first}, {3.99, first}, {4.0, second}, {9.2, second}, {9.3, third}, {13.9, third}, {99, third}};
-    for (const auto &moment : song)
-        EXPECT_EQ(media.chunkAt(moment.seconds), moment.chunk) << moment.seconds;
-    EXPECT_EQ(media.clipStart(first), 0);
-    EXPECT_EQ(media.clipStart(second), 4);
-    EXPECT_NEAR(media.clipStart(third), 9.25, 1.0 / 30);
+    for (const auto &[seconds, clip] : {std::pair{0.0, 0}, {3.99, 0}, {4.0, 1}, {9.2, 1}, {9.3, 2}, {99.0, 2}})
+        EXPECT_EQ(media.chunkAt(seconds), ids[clip]) << seconds;
+    EXPECT_EQ(media.clipStart(ids[1]), 4);
+    EXPECT_NEAR(media.clipStart(ids[2]), 9.25, 1.0 / 30);
 
     ui.store.editProject([](Project &p) { p.motion.clipTiming = ClipTiming::fixedLength; });
-    EXPECT_EQ(media.chunkAt(2.5), second);
-    EXPECT_EQ(media.clipStart(third), 4);
+    EXPECT_EQ(media.chunkAt(2.5), ids[1]);
+    EXPECT_EQ(media.clipStart(ids[2]), 4);
 }
 
 TEST(PreviewScreen, FallsBackToTheStillAndSaysWhenThereIsNothing)
 {
     test::TempLibrary stills;
-    Project withFrames = project(6, 6, &stills);
+    Project withFrames = withChunks(6, 6);
+    for (StoryboardChunk &chunk : withFrames.chunks) {
+        QImage image(640, 360, QImage::Format_RGB32);
+        image.fill(QColor(30 + 20 * chunk.index, 70, 90));
+        chunk.frame->localPath = stills.path(QStringLiteral("still-%1.png").arg(chunk.index));
+        image.save(chunk.frame->localPath);
+    }
     withFrames.chunks[0].frame->motionClipPath = stills.path(QStringLiteral("deleted.mov"));
     UiHarness ui(withFrames, PipelineStage::preview);
     ui.store.session().setSelectedChunkID(withFrames.chunks[2].id);

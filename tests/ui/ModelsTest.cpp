@@ -1,4 +1,4 @@
-#include "support/Fixtures.h"
+#include "UiHarness.h"
 #include "ui/Bridges.h"
 #include "ui/ProjectModels.h"
 
@@ -15,15 +15,9 @@ namespace {
 
 Project project()
 {
-    Project project;
-    for (int i = 0; i < 4; ++i) {
-        StoryboardChunk chunk = test::chunkWithFrame(false);
-        chunk.index = i;
-        chunk.chunkNumber = i + 1;
-        chunk.renderedText = QStringLiteral("line %1").arg(i + 1);
-        project.chunks.append(chunk);
-        project.transcript.append({QUuid::createUuid(), chunk.renderedText, i * 2.0, i * 2.0 + 2, {}});
-    }
+    Project project = test::withChunks(4, 0);
+    for (const StoryboardChunk &chunk : project.chunks)
+        project.transcript.append({QUuid::createUuid(), chunk.renderedText, chunk.index * 2.0, chunk.index * 2.0 + 2, {}});
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mara"), QString(), {}});
     return project;
 }

@@ -11,17 +11,7 @@ namespace {
 
 using test::UiHarness;
 
-Project withChunks(int total, int accepted)
-{
-    Project project;
-    for (int i = 0; i < total; ++i) {
-        StoryboardChunk chunk = test::chunkWithFrame(i < accepted);
-        chunk.index = i;
-        chunk.chunkNumber = i + 1;
-        project.chunks.append(chunk);
-    }
-    return project;
-}
+using test::withChunks;
 
 TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
 {
@@ -43,20 +33,6 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
     ui.click("dismissButton");
     EXPECT_FALSE(ui.store.session().lastError());
     EXPECT_EQ(ui.text("stripText"), QStringLiteral("Rendering motion"));
-}
-
-TEST(Shell, EveryStageOpensItsScreenUnderItsHeader)
-{
-    UiHarness ui(withChunks(5, 5));
-    QStringList titles;
-    ui.window()->requestActivate();
-    for (PipelineStage stage : allPipelineStages()) {
-        ui.key(Qt::Key_1 + int(stage), Qt::ControlModifier);
-        EXPECT_EQ(ui.store.session().selectedStage(), stage);
-        const QString title = ui.text("surfaceTitle", "stageScroller");
-        EXPECT_FALSE(title.isEmpty() || titles.contains(title)) << title.toStdString();
-        titles << title;
-    }
 }
 
 TEST(Shell, CtrlZAndCtrlShiftZUndoAndRedoTheProjectAndTheButtonsFollow)

@@ -14,7 +14,6 @@ using test::UiHarness;
 Project storyboard(const test::TempLibrary &temp)
 {
     Project project;
-    project.title = QStringLiteral("Letters in the Snow");
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {QStringLiteral("/refs/mia.png")}});
     project.plan = StoryboardPlan{};
     project.plan->motif = QStringLiteral("paper letters drifting like snow");
@@ -24,8 +23,6 @@ Project storyboard(const test::TempLibrary &temp)
         chunk.index = i;
         chunk.chunkNumber = i + 1;
         chunk.renderedText = QStringLiteral("Line %1 of the song").arg(i + 1);
-        chunk.imagePrompt = QStringLiteral("A chalk sign on a brick wall at night, frame %1").arg(i + 1);
-        chunk.primaryCharacterInFrame = i % 3 == 0;
         if (i < 8) {
             QImage image(960, 540, QImage::Format_RGB32);
             image.fill(colours[i % 4]);

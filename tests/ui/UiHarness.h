@@ -21,6 +21,25 @@
 
 namespace quillvane::test {
 
+// `total` chunks of 4.25 s, "line 1" onwards, each with a frame (the first `accepted` of them
+// accepted) and no clip.
+inline Project withChunks(int total, int accepted)
+{
+    Project project;
+    project.title = QStringLiteral("Letters in the Snow");
+    for (int i = 0; i < total; ++i) {
+        StoryboardChunk chunk = chunkWithFrame(i < accepted);
+        chunk.index = i;
+        chunk.chunkNumber = i + 1;
+        chunk.start = i * 4.25;
+        chunk.end = chunk.start + 4.25;
+        chunk.renderedText = QStringLiteral("line %1").arg(i + 1);
+        chunk.frame->motionClipPath.reset();
+        project.chunks.append(chunk);
+    }
+    return project;
+}
+
 class UiHarness {
 public:
     explicit UiHarness(const Project &project, std::optional<PipelineStage> stage = {})
