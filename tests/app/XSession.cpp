@@ -42,17 +42,12 @@ XSession::XSession()
     server->setStandardErrorFile(QProcess::nullDevice());
     server->start(QStringLiteral("Xvfb"), words("-displayfd 1 -screen 0 1400x900x24 -nolisten tcp -noreset"));
     QByteArray written;
-    const bool numbered = server->waitForStarted(5000) && processEventsUntil(
-        [&] {
-            server->waitForReadyRead(50);
-            written += server->readAllStandardOutput();
-            return written.contains('\n') || server->state() != QProcess::Running;
-        },
-        15s);
+    while (!written.contains('\n') && server->waitForReadyRead(15000))
+        written += server->readAllStandardOutput();
     bool isNumber = false;
     const int number = written.trimmed().toInt(&isNumber);
     m_display = QStringLiteral(":%1").arg(number);
-    if (numbered && isNumber && server->state() == QProcess::Running && run(QStringLiteral("xwininfo"), words("-root"))) {
+    if (isNumber && server->state() == QProcess::Running && run(QStringLiteral("xwininfo"), words("-root"))) {
         m_server = std::move(server);
         return;
     }

@@ -249,13 +249,11 @@ TEST(CharactersScreen, CastsTrimmedNamesAndShowsEachCardsReferences)
 
     addCharacter(ui.store.document(), QStringLiteral("The Courier"));
     const QUuid mia = ui.store.project().characters[0].id;
-    QStringList references;
-    for (const QColor colour : {QColor(255, 103, 72), QColor(Qt::blue)}) {
-        QImage image(200, 200, QImage::Format_RGB32);
-        image.fill(colour);
-        references << ui.temp.path(QStringLiteral("%1.png").arg(references.size()));
-        image.save(references.last());
-    }
+    QImage image(200, 200, QImage::Format_RGB32);
+    image.fill(QColor(255, 103, 72));
+    const QStringList references{ui.temp.path(QStringLiteral("a.png")), ui.temp.path(QStringLiteral("b.png"))};
+    for (const QString &path : references)
+        image.save(path);
     appendReferenceImages(ui.store.document(), mia, references);
     ui.store.editProject([](Project &p) { p.chunks.append(StoryboardChunk{}); }); // the storyboard is planned
     ui.settle();

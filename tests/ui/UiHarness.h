@@ -67,16 +67,11 @@ public:
         processEventsFor(std::chrono::milliseconds(20));
     }
 
-    // Every item of that name in the visual tree (delegates of repeaters and loaders
-    // included), inside the item named `within` when one is given.
-    QList<QQuickItem *> findAll(QAnyStringView objectName, QAnyStringView within = {}) const
+    // Every item of that name in the visual tree (delegates of repeaters and loaders included).
+    QList<QQuickItem *> findAll(QAnyStringView objectName) const
     {
         QList<QQuickItem *> found;
-        QList<QQuickItem *> pending;
-        if (!within.isEmpty())
-            pending = findAll(within).mid(0, 1);
-        else if (window())
-            pending = {window()->contentItem()};
+        QList<QQuickItem *> pending{window()->contentItem()};
         const QString name = objectName.toString();
         while (!pending.isEmpty()) {
             QQuickItem *item = pending.takeFirst();
@@ -88,15 +83,15 @@ public:
     }
 
     // The first item of that name that is on screen, or the first of all when none is.
-    QQuickItem *find(QAnyStringView objectName, QAnyStringView within = {}) const
+    QQuickItem *find(QAnyStringView objectName) const
     {
-        const QList<QQuickItem *> all = findAll(objectName, within);
+        const QList<QQuickItem *> all = findAll(objectName);
         const auto visible = std::find_if(all.begin(), all.end(), [](QQuickItem *item) { return item->isVisible(); });
         return visible != all.end() ? *visible : all.value(0);
     }
-    QString text(QAnyStringView objectName, QAnyStringView within = {}) const
+    QString text(QAnyStringView objectName) const
     {
-        const QQuickItem *item = find(objectName, within);
+        const QQuickItem *item = find(objectName);
         return item ? item->property("text").toString() : QString();
     }
     bool shown(QAnyStringView objectName) const { return find(objectName) && find(objectName)->isVisible(); }
