@@ -20,15 +20,6 @@ QStringList words(const char *line)
     return QString::fromLatin1(line).split(QLatin1Char(' '));
 }
 
-void end(QProcess &process, int graceMs)
-{
-    process.terminate();
-    if (!process.waitForFinished(graceMs)) {
-        process.kill();
-        process.waitForFinished();
-    }
-}
-
 } // namespace
 
 XSession::XSession()
@@ -52,16 +43,16 @@ XSession::XSession()
         return;
     }
     m_display.clear();
-    server->kill();
-    server->waitForFinished();
 }
 
 XSession::~XSession()
 {
-    if (m_app)
-        end(*m_app, 5000);
-    if (m_server)
-        end(*m_server, 3000);
+    for (QProcess *process : {m_app.get(), m_server.get()}) {
+        if (process && process->state() != QProcess::NotRunning) {
+            process->kill();
+            process->waitForFinished();
+        }
+    }
 }
 
 bool XSession::run(const QString &program, const QStringList &arguments, QString *output) const
@@ -87,8 +78,6 @@ bool XSession::launch(const QString &program, const QStringList &arguments, QPro
     environment.insert(QStringLiteral("DISPLAY"), m_display);
     environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
     environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    if (m_app)
-        end(*m_app, 5000);
     m_app = std::make_unique<QProcess>();
     m_app->setProcessEnvironment(environment);
     m_app->start(program, arguments);

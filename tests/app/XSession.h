@@ -16,8 +16,6 @@ public:
     // Starts Xvfb on a free display number; running() tells whether it came up.
     XSession();
     ~XSession();
-    XSession(const XSession &) = delete;
-    XSession &operator=(const XSession &) = delete;
 
     bool running() const { return !m_display.isEmpty(); }
     // Starts the program on the display with that environment and waits for its window

@@ -90,26 +90,17 @@ TEST(IntakeScreen, ARunMovesOnOnlyWhenItLeftNoError)
 {
     Project blank = imported(false);
     blank.rawLyrics = QStringLiteral(" \n\n");
-    const struct {
-        Project project;
-        PipelineStage from;
-        const char *button;
-        PipelineStage to;
-        QString error;
-    } rows[] = {
-        {imported(true), PipelineStage::intake, "alignButton", PipelineStage::timing, {}},
-        {blank, PipelineStage::intake, "alignButton", PipelineStage::intake, QStringLiteral("Add lyrics before planning the storyboard.")},
-        {imported(true), PipelineStage::characters, "storyboardButton", PipelineStage::characters,
-         QStringLiteral("Add a character with a reference image before planning — the plan is built around it.")},
-    };
-    for (const auto &row : rows) {
-        UiHarness ui(row.project, row.from);
-        ui.click(row.button);
-        EXPECT_TRUE(test::processEventsUntil(
-            [&] { return ui.store.session().selectedStage() != row.from || ui.store.session().lastError(); }, 5s))
-            << row.button;
-        EXPECT_EQ(ui.store.session().selectedStage(), row.to) << row.button;
-        EXPECT_EQ(lastError(ui), row.error);
+    for (const auto &[project, from, button, to, error] : {
+             std::tuple{imported(true), PipelineStage::intake, "alignButton", PipelineStage::timing, QString()},
+             {blank, PipelineStage::intake, "alignButton", PipelineStage::intake, QStringLiteral("Add lyrics before planning the storyboard.")},
+             {imported(true), PipelineStage::characters, "storyboardButton", PipelineStage::characters,
+              QStringLiteral("Add a character with a reference image before planning — the plan is built around it.")}}) {
+        UiHarness ui(project, from);
+        ui.click(button);
+        EXPECT_TRUE(test::processEventsUntil([&] { return ui.store.session().selectedStage() != from || ui.store.session().lastError(); }, 5s))
+            << button;
+        EXPECT_EQ(ui.store.session().selectedStage(), to) << button;
+        EXPECT_EQ(lastError(ui), error);
     }
 }
 

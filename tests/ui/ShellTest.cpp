@@ -11,11 +11,9 @@ namespace {
 
 using test::UiHarness;
 
-using test::withChunks;
-
 TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
 {
-    UiHarness ui(withChunks(4, 2));
+    UiHarness ui(test::withChunks(4, 2));
     EXPECT_FALSE(ui.shown("bottomStrip"));
 
     ui.store.session().setRunningTask(QStringLiteral("Rendering motion"));
@@ -37,7 +35,7 @@ TEST(Shell, TheBottomStripShowsTheErrorOverTheTaskAndNothingWhenIdle)
 
 TEST(Shell, CtrlZAndCtrlShiftZUndoAndRedoTheProjectAndTheButtonsFollow)
 {
-    UiHarness ui(withChunks(2, 0));
+    UiHarness ui(test::withChunks(2, 0));
     const Project before = ui.store.project();
     ui.window()->requestActivate();
     const auto undoOpacity = [&] { return ui.find("projectUndoButton")->opacity(); };

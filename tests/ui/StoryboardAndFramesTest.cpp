@@ -17,7 +17,6 @@ Project storyboard(const test::TempLibrary &temp)
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {QStringLiteral("/refs/mia.png")}});
     project.plan = StoryboardPlan{};
     project.plan->motif = QStringLiteral("paper letters drifting like snow");
-    const QColor colours[] = {QColor(15, 57, 47), QColor(120, 40, 60), QColor(30, 60, 120), QColor(90, 70, 20)};
     for (int i = 0; i < 12; ++i) {
         StoryboardChunk chunk;
         chunk.index = i;
@@ -25,7 +24,7 @@ Project storyboard(const test::TempLibrary &temp)
         chunk.renderedText = QStringLiteral("Line %1 of the song").arg(i + 1);
         if (i < 8) {
             QImage image(960, 540, QImage::Format_RGB32);
-            image.fill(colours[i % 4]);
+            image.fill(QColor::fromHsv(i * 45, 160, 120));
             GeneratedFrame frame;
             frame.localPath = temp.path(QStringLiteral("f%1.png").arg(i));
             image.save(frame.localPath);

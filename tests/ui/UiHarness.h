@@ -54,10 +54,7 @@ public:
         settle();
     }
 
-    QQuickWindow *window() const
-    {
-        return engine.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow *>(engine.rootObjects().first());
-    }
+    QQuickWindow *window() const { return qobject_cast<QQuickWindow *>(engine.rootObjects().value(0)); }
 
     // Lets bindings, layouts, image loads and the deletion of replaced screens finish.
     void settle()
