@@ -1,7 +1,6 @@
 #include "UiHarness.h"
 
 #include <QImage>
-#include <QQuickItem>
 
 #include <gtest/gtest.h>
 
@@ -10,41 +9,30 @@ namespace {
 
 using test::UiHarness;
 
-// A stand-in for a generated frame: a field of one colour.
-QString paintedFrame(const test::TempLibrary &temp, const QString &name, QColor colour)
-{
-    QImage image(960, 540, QImage::Format_RGB32);
-    image.fill(colour);
-    const QString path = temp.path(name);
-    image.save(path);
-    return path;
-}
-
-// Twelve chunks: 0-3 accepted, 4-7 generated with some checks, 8-11 not generated.
+// Twelve chunks, each frame a field of one colour: 0-3 accepted, 4-7 generated with some
+// checks, 8-11 not generated; the sixth has two earlier versions and one to redo.
 Project storyboard(const test::TempLibrary &temp)
 {
     Project project;
-    project.title = QStringLiteral("Letters in the Snow");
     project.characters.append({QUuid::createUuid(), QStringLiteral("Mia"), QString(), {QStringLiteral("/refs/mia.png")}});
     project.plan = StoryboardPlan{};
     project.plan->motif = QStringLiteral("paper letters drifting like snow");
-    const QColor colours[] = {QColor(15, 57, 47), QColor(120, 40, 60), QColor(30, 60, 120), QColor(90, 70, 20)};
     for (int i = 0; i < 12; ++i) {
         StoryboardChunk chunk;
         chunk.index = i;
         chunk.chunkNumber = i + 1;
         chunk.renderedText = QStringLiteral("Line %1 of the song").arg(i + 1);
-        chunk.imagePrompt = QStringLiteral("A chalk sign on a brick wall at night, frame %1").arg(i + 1);
-        chunk.primaryCharacterInFrame = i % 3 == 0;
         if (i < 8) {
+            QImage image(960, 540, QImage::Format_RGB32);
+            image.fill(QColor::fromHsv(i * 45, 160, 120));
             GeneratedFrame frame;
-            frame.localPath = paintedFrame(temp, QStringLiteral("f%1.png").arg(i), colours[i % 4]);
+            frame.localPath = temp.path(QStringLiteral("f%1.png").arg(i));
+            image.save(frame.localPath);
             frame.review = {true, true, i < 4 || i == 6, i < 4, i < 4};
             chunk.frame = frame;
         }
         if (i == 5) {
-            chunk.undoStack.append(*chunk.frame);
-            chunk.undoStack.append(*chunk.frame);
+            chunk.undoStack = {*chunk.frame, *chunk.frame};
             chunk.frame->editRequest = QStringLiteral("make the sky sunset orange");
             chunk.redoStack.append(*chunk.frame);
         }
@@ -53,95 +41,68 @@ Project storyboard(const test::TempLibrary &temp)
     return project;
 }
 
-QStringList texts(UiHarness &ui, const QString &chipName)
-{
-    QStringList found;
-    for (QQuickItem *chip : ui.findAll(chipName))
-        found.append(chip->property("text").toString());
-    return found;
-}
-
-TEST(StoryboardScreen, TypingIntoACardChangesTheChunk)
+TEST(FrameReview, CardsGridAndSheetShowEachFramesStateAndActOnIt)
 {
     test::TempLibrary images;
-    UiHarness ui(storyboard(images));
-    ui.store.session().setSelectedStage(PipelineStage::storyboard);
-    ui.settle();
-    QQuickItem *field = ui.findAll(QStringLiteral("renderedTextField")).value(2);
+    UiHarness ui(storyboard(images), PipelineStage::storyboard);
+    // A card's words, typed, become the chunk's.
+    QQuickItem *field = ui.findAll("renderedTextField").value(2);
     ASSERT_TRUE(field);
     field->setProperty("text", QStringLiteral("Line 3, spelled right"));
     QMetaObject::invokeMethod(field, "textEdited");
     ui.settle();
     EXPECT_EQ(ui.store.project().chunks[2].renderedText, QStringLiteral("Line 3, spelled right"));
-}
 
-TEST(FrameReview, TheGridShowsEachFramesStateAndTheLastCheckAcceptsIt)
-{
-    test::TempLibrary images;
-    UiHarness ui(storyboard(images));
-    ui.store.session().setSelectedStage(PipelineStage::frames);
-    ui.settle();
-    EXPECT_FALSE(ui.shown(QStringLiteral("toMotionButton")));
-    const QList<QQuickItem *> undo = ui.findAll(QStringLiteral("undoButton"));
-    const QList<QQuickItem *> redo = ui.findAll(QStringLiteral("redoButton"));
+    ui.show(PipelineStage::frames);
+    EXPECT_FALSE(ui.shown("toMotionButton"));
+    const QList<QQuickItem *> undo = ui.findAll("undoButton");
     EXPECT_FALSE(undo[0]->isEnabled());
     EXPECT_TRUE(undo[5]->isEnabled());
-    EXPECT_TRUE(redo[5]->isEnabled());
+    EXPECT_TRUE(ui.findAll("redoButton")[5]->isEnabled());
+    const auto chip = [&](int i) { return ui.findAll("reviewChip").value(i)->property("text").toString(); };
+    EXPECT_EQ(QStringList({chip(0), chip(4), chip(8)}), QStringList({QStringLiteral("Accepted"), QStringLiteral("Pending"),
+                                                                      QStringLiteral("Not generated")}));
     ui.window()->resize(1200, 2300);
-    ui.screenshot(QStringLiteral("frames-review-grid"));
+    ui.screenshot("frames-review-grid");
 
     // One action ticks the five checks of a pending frame; an accepted frame has nothing to tick.
-    const QList<QQuickItem *> allPass = ui.findAll(QStringLiteral("allChecksButton"));
+    const QList<QQuickItem *> allPass = ui.findAll("allChecksButton");
     EXPECT_FALSE(allPass[0]->isEnabled());
     ASSERT_TRUE(allPass[4]->isEnabled());
     QMetaObject::invokeMethod(allPass[4], "clicked");
     ui.settle();
     EXPECT_TRUE(ui.store.project().chunks[4].isAccepted());
-    EXPECT_EQ(texts(ui, QStringLiteral("reviewChip"))[4], QStringLiteral("Accepted"));
+    EXPECT_EQ(chip(4), QStringLiteral("Accepted"));
 
-    // Accept every frame: the chips turn and the way to motion appears.
-    ui.store.editProject([](Project &p) {
-        p.chunks.erase(p.chunks.begin() + 4, p.chunks.end());
-    });
-    ui.settle();
-    EXPECT_TRUE(ui.shown(QStringLiteral("toMotionButton")));
-}
-
-TEST(FrameReview, TheSheetsShowTheVersionAndSendOnlyARealRequest)
-{
-    test::TempLibrary images;
-    UiHarness ui(storyboard(images));
-    ui.store.session().setSelectedStage(PipelineStage::frames);
-    ui.settle();
     // The sheet is a popup, an object beside the items rather than one of them.
-    QObject *sheet = nullptr;
-    for (QQuickItem *item : ui.findAll(QStringLiteral("frameScreen")))
-        sheet = item->findChild<QObject *>(QStringLiteral("frameSheet"));
+    QObject *sheet = ui.find("frameScreen")->findChild<QObject *>(QStringLiteral("frameSheet"));
     ASSERT_TRUE(sheet);
     const QString chunkID = uuidText(ui.store.project().chunks[5].id);
     QMetaObject::invokeMethod(sheet, "show", Q_ARG(QString, chunkID), Q_ARG(bool, false));
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("lastEditLine")), QStringLiteral("Last edit: “make the sky sunset orange”"));
-
+    EXPECT_EQ(ui.text("lastEditLine"), QStringLiteral("Last edit: “make the sky sunset orange”"));
     sheet->setProperty("editing", true);
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 3 · 1 redo"));
-    sheet->setProperty("request", QStringLiteral("   "));
-    ui.settle();
-    EXPECT_FALSE(ui.find(QStringLiteral("sendButton"))->isEnabled());
-    sheet->setProperty("request", QStringLiteral("  warmer light  "));
-    ui.settle();
-    EXPECT_TRUE(ui.find(QStringLiteral("sendButton"))->isEnabled());
-    ui.screenshot(QStringLiteral("frames-edit-sheet"));
-
-    ui.store.session().setRunningTask(QStringLiteral("Editing frame 6"));
-    ui.settle();
-    EXPECT_FALSE(ui.shown(QStringLiteral("sendButton")));
+    EXPECT_EQ(ui.text("versionLine"), QStringLiteral("Version 3 · 1 redo"));
+    // Send takes only a request with words in it, and only while nothing else runs.
+    for (const auto &[request, busy, sendable] : {std::tuple{"   ", false, false}, {"  warmer light  ", false, true},
+                                                  {"  warmer light  ", true, false}}) {
+        sheet->setProperty("request", QString::fromLatin1(request));
+        ui.store.session().setRunningTask(busy ? std::optional(QStringLiteral("Editing frame 6")) : std::nullopt);
+        ui.settle();
+        const QQuickItem *send = ui.find("sendButton");
+        EXPECT_EQ(send->isVisible() && send->isEnabled(), sendable) << request << busy;
+    }
     ui.store.session().setRunningTask(std::nullopt);
-
+    ui.screenshot("frames-edit-sheet");
     ui.bridges.storyboard.undoFrame(chunkID);
     ui.settle();
-    EXPECT_EQ(ui.text(QStringLiteral("versionLine")), QStringLiteral("Version 2 · 2 redo"));
+    EXPECT_EQ(ui.text("versionLine"), QStringLiteral("Version 2 · 2 redo"));
+
+    // Every frame accepted: the way to motion appears.
+    ui.store.editProject([](Project &p) { p.chunks.erase(p.chunks.begin() + 4, p.chunks.end()); });
+    ui.settle();
+    EXPECT_TRUE(ui.shown("toMotionButton"));
 }
 
 } // namespace
