@@ -14,7 +14,7 @@ const QList<OptionSpec> specs = {
 
 } // namespace
 
-TEST(ArgParser, SeparatesOptionsFromPositionalArguments)
+TEST(ArgParser, SeparatesOptionsFromPositionalArgumentsAndRejectsWhatItCannotRead)
 {
     const struct {
         QStringList arguments;
@@ -43,10 +43,6 @@ TEST(ArgParser, SeparatesOptionsFromPositionalArguments)
         EXPECT_EQ(parsed.value(QStringLiteral("notes")), c.notes) << context;
         EXPECT_EQ(parsed.has(QStringLiteral("json")), c.json) << context;
     }
-}
-
-TEST(ArgParser, RejectsWhatItCannotRead)
-{
     const QStringList bad[] = {
         {QStringLiteral("--colour")},
         {QStringLiteral("--notes")},

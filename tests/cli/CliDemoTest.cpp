@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSize>
@@ -26,9 +25,8 @@ TEST(CliDemo, AFreshMachineGetsAPlayableLyricVideo)
     const QString destination = home.path(QStringLiteral("Videos/demo out"));
     const test::CliResult result = home.run({QStringLiteral("demo"), QStringLiteral("--to"), destination});
     ASSERT_EQ(result.exitCode, 0) << qPrintable(result.err);
-    for (const QString &label : {QStringLiteral("Aligning timing"), QStringLiteral("Rendering motion"),
-                                 QStringLiteral("Exporting video")})
-        EXPECT_TRUE(result.err.contains(label)) << "no progress shown for " << qPrintable(label);
+    for (const char *label : {"Aligning timing", "Rendering motion", "Exporting video"})
+        EXPECT_TRUE(result.err.contains(QString::fromLatin1(label))) << "no progress shown for " << label;
 
     const QString video = result.out.trimmed();
     EXPECT_EQ(QFileInfo(video).absolutePath(), destination);
@@ -48,16 +46,12 @@ TEST(CliDemo, AFreshMachineGetsAPlayableLyricVideo)
     double clipsTogether = 0;
     for (const StoryboardChunk &chunk : project.chunks) {
         ASSERT_TRUE(chunk.frame && chunk.frame->motionClipPath) << "chunk " << chunk.chunkNumber << " has no clip";
-        const QString clip = *chunk.frame->motionClipPath;
-        EXPECT_EQ(QFileInfo(clip).absolutePath(), clipsFolder);
-        clipsTogether += test::inspectVideo(clip).videoEnd;
+        EXPECT_EQ(QFileInfo(*chunk.frame->motionClipPath).absolutePath(), clipsFolder);
+        clipsTogether += test::inspectVideo(*chunk.frame->motionClipPath).videoEnd;
     }
     EXPECT_NEAR(facts.videoEnd, clipsTogether, 1.0 / 30);
     EXPECT_NEAR(facts.audioSeconds, facts.videoEnd, 0.05);
-
-    const QJsonObject status = home.json({QStringLiteral("status")});
-    EXPECT_EQ(status.value(QStringLiteral("title")).toString(), QStringLiteral("Neon Overpass"));
-    EXPECT_EQ(status.value(QStringLiteral("accepted")).toInt(), project.chunks.size());
+    EXPECT_EQ(home.json({QStringLiteral("status")}).value(QStringLiteral("accepted")).toInt(), project.chunks.size());
 }
 
 // Ctrl+C in the middle of the road: the stage running stops, the ones after it never start,
@@ -85,10 +79,14 @@ TEST(CliDemo, CtrlCStopsTheRoadAndKeepsWhatWasMade)
     ASSERT_GE(cancelAt, 0) << err.constData();
     const QString before = QString::fromUtf8(err.left(cancelAt));
     const QString after = QString::fromUtf8(err.mid(cancelAt));
-    static const QRegularExpression task(QStringLiteral("(Generating frame \\d+|Rendering motion|Exporting video)"));
+    static const QRegularExpression task(QStringLiteral("(Generating frame (\\d+)|Rendering motion|Exporting video)"));
     QString underWay;
-    for (auto found = task.globalMatch(before); found.hasNext();)
-        underWay = found.next().captured(1);
+    qsizetype startedFrames = 0;
+    for (auto found = task.globalMatch(before); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        underWay = match.captured(1);
+        startedFrames = std::max(startedFrames, qsizetype(match.captured(2).toInt()));
+    }
     for (auto found = task.globalMatch(after); found.hasNext();)
         EXPECT_EQ(found.next().captured(1), underWay) << "started after the cancel";
     EXPECT_FALSE(err.contains("Exporting video")) << "export started after the cancel";
@@ -101,10 +99,6 @@ TEST(CliDemo, CtrlCStopsTheRoadAndKeepsWhatWasMade)
     EXPECT_TRUE(saved.chunks.first().isFramed()) << "the first frame was made before the cancel and stays";
     // Frames are painted quickly offline: the road may be further on than the line the signal
     // answered. What counts is that no frame was painted that had not started by the cancel.
-    qsizetype startedFrames = 0;
-    static const QRegularExpression frame(QStringLiteral("Generating frame (\\d+)"));
-    for (auto found = frame.globalMatch(before); found.hasNext();)
-        startedFrames = std::max(startedFrames, qsizetype(found.next().captured(1).toInt()));
     EXPECT_LE(saved.framedCount(), startedFrames) << "a frame was painted after the cancel";
     EXPECT_GE(saved.framedCount(), startedFrames - 1) << "a finished frame was lost";
 }

@@ -2,8 +2,6 @@
 
 // quillvane-cli as a user runs it: a real process on a HOME of its own.
 
-#include "model/Records.h"
-#include "storage/ProjectLibrary.h"
 #include "support/Fixtures.h"
 
 #include <QDir>
@@ -64,7 +62,6 @@ public:
     // Where the program starts; relative paths in its arguments are taken from here.
     QString workingDirectory = QDir::currentPath();
 
-    // How long one command may take.
     std::chrono::milliseconds timeout{20000};
 
     QString dataHome() const { return m_dir.filePath(QStringLiteral("data")); }
@@ -76,10 +73,7 @@ public:
                               Preferences(configHome() + QStringLiteral("/Quillvane/Quillvane.conf")));
     }
     Project savedProject() const { return library().loadLastProject().value_or(Project{}); }
-    QByteArray savedDocument() const
-    {
-        return test::readFile(library().mediaFor(savedProject().id).projectFile());
-    }
+    QByteArray savedDocument() const { return test::readFile(library().mediaFor(savedProject().id).projectFile()); }
 
 private:
     QTemporaryDir m_dir;

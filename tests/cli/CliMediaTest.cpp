@@ -13,22 +13,16 @@ using namespace quillvane::test;
 
 namespace {
 
-// A project of two chunks whose frames are stills in the home folder, saved as the last project.
-Project framedProject(const CliHome &home, bool accepted)
+// A project of two accepted chunks whose frames are stills in the home folder, saved as the
+// last project.
+void saveFramedProject(const CliHome &home)
 {
     Project project;
     project.title = QStringLiteral("Rain / Shine");
-    TranscriptSegment first;
-    first.text = QStringLiteral("Rain falls");
-    first.start = 0.25;
-    first.end = 1.9;
-    TranscriptSegment second;
-    second.text = QStringLiteral("Shine on");
-    second.start = 2.0;
-    second.end = 3.5;
-    project.transcript = {first, second};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("Rain falls"), 0.25, 1.9, {}},
+                          {QUuid::createUuid(), QStringLiteral("Shine on"), 2.0, 3.5, {}}};
     for (qint64 i = 0; i < 2; ++i) {
-        StoryboardChunk chunk = chunkWithFrame(accepted);
+        StoryboardChunk chunk = chunkWithFrame(true);
         chunk.index = i;
         chunk.chunkNumber = i + 1;
         chunk.start = 2.0 * double(i);
@@ -41,53 +35,38 @@ Project framedProject(const CliHome &home, bool accepted)
         project.chunks.append(chunk);
     }
     home.library().save(project);
-    return project;
 }
 
-TEST(CliMotionSettings, EditsOnlyWhatIsGivenAndPrintsTheResult)
+TEST(CliMotionAndExport, SettingsChangeOnlyWhatIsGivenThenTheClipsVideoAndLyricsAreWrittenWhereAsked)
 {
     const CliHome home;
-    EXPECT_EQ(home.json(args("motion-settings --duration 2.5 --fps 24 --loop false")).value(QStringLiteral("fps")), 24);
+    saveFramedProject(home);
+    EXPECT_EQ(home.json(args("motion-settings --duration 0.5 --fps 4 --loop false")).value(QStringLiteral("fps")), 4);
     DepthFlowSettings expected;
-    expected.durationSeconds = 2.5;
-    expected.fps = 24;
+    expected.durationSeconds = 0.5;
+    expected.fps = 4;
     expected.loop = false;
     EXPECT_EQ(home.savedProject().motion, expected) << "only what was given changes";
-
     home.run(args("motion-settings --timing fixed"));
     EXPECT_EQ(home.savedProject().motion.clipTiming, ClipTiming::fixedLength);
     EXPECT_EQ(home.json({QStringLiteral("status")}).value(QStringLiteral("clipTiming")).toString(), QStringLiteral("fixed"));
-}
 
-TEST(CliMotionSettings, RefusesValuesNoClipCanUse)
-{
-    const CliHome home;
-    home.run({QStringLiteral("status")});
     const QByteArray document = home.savedDocument();
-    const struct {
-        QStringList arguments;
-        QString hint;
-    } cases[] = {
-        {args("--fps fast"), QStringLiteral("--fps needs a whole number")},
-        {args("--duration nan"), QStringLiteral("--duration needs a length")},
-        {args("--zoom inf"), QStringLiteral("--zoom needs a number")},
-        {args("--loop yes"), QStringLiteral("--loop needs true or false")},
-        {args("--timing loose"), QStringLiteral("--timing needs song or fixed")},
-        {args("--fps 3000000000"), QStringLiteral("more frames than a clip can hold")},
+    const std::pair<const char *, const char *> refused[] = {
+        {"--fps fast", "--fps needs a whole number"},
+        {"--duration nan", "--duration needs a length"},
+        {"--zoom inf", "--zoom needs a number"},
+        {"--loop yes", "--loop needs true or false"},
+        {"--timing loose", "--timing needs song or fixed"},
+        {"--fps 3000000000", "more frames than a clip can hold"},
     };
-    for (const auto &c : cases) {
-        const CliResult result = home.run(QStringList{QStringLiteral("motion-settings")} + c.arguments);
-        EXPECT_EQ(result.exitCode, 2) << c.arguments.join(QLatin1Char(' ')).toStdString();
-        EXPECT_TRUE(result.err.contains(c.hint)) << result.err.toStdString();
+    for (const auto &[arguments, hint] : refused) {
+        const CliResult result = home.run(args("motion-settings") + args(arguments));
+        EXPECT_EQ(result.exitCode, 2) << arguments;
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(hint))) << result.err.toStdString();
     }
     EXPECT_EQ(home.savedDocument(), document);
-}
 
-TEST(CliMotionAndExport, RenderTheClipsThenWriteTheVideoWhereAsked)
-{
-    const CliHome home;
-    framedProject(home, true);
-    ASSERT_EQ(home.run(args("motion-settings --duration 0.5 --fps 4")).exitCode, 0);
     const CliResult motion = home.run({QStringLiteral("motion")});
     ASSERT_EQ(motion.exitCode, 0) << motion.err.toStdString();
     EXPECT_TRUE(motion.out.startsWith(QStringLiteral("2 clips in "))) << motion.out.toStdString();
@@ -115,12 +94,8 @@ TEST(CliMotionAndExport, RenderTheClipsThenWriteTheVideoWhereAsked)
     ASSERT_EQ(home.run(args("export --no-subtitles --to") << quiet).exitCode, 0);
     EXPECT_EQ(QDir(quiet).entryList(QDir::Files), QStringList{QStringLiteral("Rain_-_Shine.mov")});
     EXPECT_FALSE(home.savedProject().exportSettings.subtitles);
-}
 
-TEST(CliLyricsFile, WritesTheTimedLyricsAloneOrSaysWhyNot)
-{
-    const CliHome home;
-    framedProject(home, true);
+    // The timed lyrics alone, or why not.
     const QString srt = home.path(QStringLiteral("lyrics.SRT"));
     const CliResult written = home.run({QStringLiteral("lyrics-file"), srt});
     ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();

@@ -3,7 +3,6 @@
 #include "CliHome.h"
 #include "support/LoopbackServer.h"
 
-#include <QFile>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
@@ -18,7 +17,8 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
 {
     CliHome home;
     const QString image = home.path(QStringLiteral("rae.png"));
-    test::writeFile(image, test::png(Qt::blue));
+    const QByteArray bytes = test::png(Qt::blue);
+    test::writeFile(image, bytes);
     Project project;
     project.transcript = {{QUuid::createUuid(), QStringLiteral("City lights"), 0, 4, {}},
                           {QUuid::createUuid(), QStringLiteral("Down the road"), 4, 8, {}}};
@@ -39,9 +39,6 @@ TEST(CliPlan, TheWholeGenerationRoadRunsThroughTheCommands)
         reply(R"({"frames":[{"chunkNumber":1,"lyricExcerpt":"City lights","elementIdsUsed":["sign"]},)"
               R"({"chunkNumber":2,"lyricExcerpt":"Down the road","elementIdsUsed":["sign"]}],)"
               R"("elementIds":[{"id":"sign"}]})")};
-    QFile png(image);
-    ASSERT_TRUE(png.open(QIODevice::ReadOnly));
-    const QByteArray bytes = png.readAll();
     for (const QString &name : args("sign one two edit")) {
         server.serveFile(QStringLiteral("/img/") + name + QStringLiteral(".png"), bytes, "image/png");
         results << reply(QStringLiteral(R"({"images":[{"url":"%1"}]})")

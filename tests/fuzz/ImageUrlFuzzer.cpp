@@ -2,7 +2,6 @@
 // the client would accept as an image URL.
 
 #include "FuzzCheck.h"
-#include "model/Error.h"
 #include "generation/FalClient.h"
 
 #include <QJsonArray>

@@ -2,7 +2,6 @@
 // the intake and timing stages rely on.
 
 #include "FuzzCheck.h"
-#include "model/Error.h"
 #include "audio/Lyrics.h"
 
 #include <cstdint>

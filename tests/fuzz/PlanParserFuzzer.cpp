@@ -7,9 +7,7 @@
 #include "generation/PlanParser.h"
 
 #include <QJsonDocument>
-#include <QString>
 
-#include <cmath>
 #include <cstdint>
 
 namespace {

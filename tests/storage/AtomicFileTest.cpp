@@ -39,14 +39,3 @@ TEST(AtomicFile, AFailedReplaceKeepsTheOldFileAndLeavesNoTemporaryFile)
             << c.name;
     }
 }
-
-TEST(AtomicFile, ASuccessfulReplaceHoldsExactlyTheNewBytes)
-{
-    test::TempLibrary temp;
-    const QString path = temp.path(QStringLiteral("project.json"));
-    test::writeFile(path, QByteArray(10000, 'o'));
-    const QByteArray fresh = "{\"new\": \"shorter\"}\n";
-    EXPECT_FALSE(replaceFileAtomically(path, fresh).has_value());
-    EXPECT_EQ(test::readFile(path), fresh);
-    EXPECT_EQ(QFile::permissions(path) & QFileDevice::ReadOwner, QFileDevice::ReadOwner);
-}

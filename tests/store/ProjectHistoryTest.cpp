@@ -19,8 +19,7 @@ Project timedProject()
     project.title = QStringLiteral("Neon");
     project.rawLyrics = QStringLiteral("a b\nc");
     project.audioDuration = 12;
-    project.transcript = {TranscriptSegment{QUuid::createUuid(), QStringLiteral("a b"), 1, 5, {}},
-                          TranscriptSegment{QUuid::createUuid(), QStringLiteral("c"), 5, 9, {}}};
+    project.transcript = {{QUuid::createUuid(), QStringLiteral("a b"), 1, 5, {}}, {QUuid::createUuid(), QStringLiteral("c"), 5, 9, {}}};
     return project;
 }
 
@@ -88,17 +87,32 @@ TEST(ProjectHistory, EveryKindOfChangeUndoesAndRedoesToTheSameDocumentByteForByt
     EXPECT_EQ(savedDocument(store), documents[documents.size() - 2]);
 }
 
-TEST(ProjectHistory, BurstsMergeOnlyWithinTheWindowAndOnlyForTheSamePart)
+TEST(ProjectHistory, StepsMergeOnlyInABurstOnOnePartNeverUndoDuringATaskAndAHundredAreKept)
 {
     test::TempLibrary temp;
     StoreOptions apart;
     apart.undoMergeWindow = 0ms;
     ProjectStore store(temp.library(), timedProject(), {}, apart);
+    const auto undoAll = [&store] {
+        int steps = 0;
+        while (store.undo())
+            ++steps;
+        return steps;
+    };
     typeTitle(store, QStringLiteral("abc"));
-    int steps = 0;
-    while (store.undo())
-        ++steps;
-    EXPECT_EQ(steps, 3) << "letters typed apart are a step each";
+    EXPECT_EQ(undoAll(), 3) << "letters typed apart are a step each";
+
+    store.editProject([](Project &project) { project.title = QStringLiteral("changed"); });
+    store.session().setRunningTask(QStringLiteral("Rendering motion"));
+    EXPECT_FALSE(store.undo());
+    EXPECT_EQ(store.project().title, QStringLiteral("changed"));
+    store.session().setRunningTask(std::nullopt);
+    EXPECT_TRUE(store.undo());
+
+    for (int i = 0; i < 150; ++i)
+        store.editProject([i](Project &project) { project.title = QString::number(i); });
+    EXPECT_EQ(undoAll(), 100);
+    EXPECT_EQ(store.project().title, QStringLiteral("49"));
 
     ProjectStore merging(temp.library(), timedProject());
     typeTitle(merging, QStringLiteral("abc"));
@@ -111,26 +125,4 @@ TEST(ProjectHistory, BurstsMergeOnlyWithinTheWindowAndOnlyForTheSamePart)
     ASSERT_TRUE(merging.undo());
     EXPECT_EQ(merging.project().title, QStringLiteral("Neon"));
     EXPECT_FALSE(merging.document().canUndo());
-}
-
-TEST(ProjectHistory, NothingIsUndoneWhileATaskRunsAndTheOldestStepsGo)
-{
-    test::TempLibrary temp;
-    StoreOptions apart;
-    apart.undoMergeWindow = 0ms;
-    ProjectStore store(temp.library(), timedProject(), {}, apart);
-    store.editProject([](Project &project) { project.title = QStringLiteral("changed"); });
-    store.session().setRunningTask(QStringLiteral("Rendering motion"));
-    EXPECT_FALSE(store.undo());
-    EXPECT_EQ(store.project().title, QStringLiteral("changed"));
-    store.session().setRunningTask(std::nullopt);
-    EXPECT_TRUE(store.undo());
-
-    for (int i = 0; i < 150; ++i)
-        store.editProject([i](Project &project) { project.title = QString::number(i); });
-    int steps = 0;
-    while (store.undo())
-        ++steps;
-    EXPECT_EQ(steps, 100);
-    EXPECT_EQ(store.project().title, QStringLiteral("49"));
 }

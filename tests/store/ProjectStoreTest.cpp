@@ -4,8 +4,6 @@
 #include "store/SampleProject.h"
 #include "support/Fixtures.h"
 
-#include <QFileInfo>
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -92,25 +90,19 @@ TEST(ProjectStoreStartUp, AnUnreadableSavedProjectShowsTheSampleAndStaysByteForB
 TEST(ProjectStoreStartUp, ReadsTheThreeSettingsAndWritesBackANormalisedProxy)
 {
     const QString builtIn = QString::fromUtf8(deployment::defaultProxyURL);
-    const struct {
-        const char *name;
-        std::optional<QString> storedProxy;
-        QString expectedProxy;
-        std::optional<QString> proxyAfterwards; // the preference after start-up
-    } cases[] = {
-        {"no preference: the normalised default, nothing written", std::nullopt, builtIn, std::nullopt},
-        {"already normal: kept as it is", QStringLiteral("https://mine.example/p"), QStringLiteral("https://mine.example/p"),
-         QStringLiteral("https://mine.example/p")},
-        {"http: falls back and is written back", QStringLiteral("http://mine.example/p"), builtIn, builtIn},
-    };
-    for (const auto &c : cases) {
+    const QString mine = QStringLiteral("https://mine.example/p");
+    // The stored proxy, the one in use, and the preference after start-up: a missing one is
+    // not written, a normal one is kept, an http one falls back and is written back.
+    const std::tuple<std::optional<QString>, QString, std::optional<QString>> cases[] = {
+        {std::nullopt, builtIn, std::nullopt}, {mine, mine, mine}, {QStringLiteral("http://mine.example/p"), builtIn, builtIn}};
+    for (const auto &[stored, used, afterwards] : cases) {
         test::TempLibrary temp;
         const Preferences prefs = temp.library().preferences();
-        if (c.storedProxy)
-            prefs.setString(key(preferenceKeys::proxyBaseURL), *c.storedProxy);
+        if (stored)
+            prefs.setString(key(preferenceKeys::proxyBaseURL), *stored);
         const ProjectStore store(temp.library());
-        EXPECT_EQ(store.settings().proxyBaseURL(), c.expectedProxy) << c.name;
-        EXPECT_EQ(prefs.string(key(preferenceKeys::proxyBaseURL)), c.proxyAfterwards) << c.name;
+        EXPECT_EQ(store.settings().proxyBaseURL(), used) << stored.value_or(QStringLiteral("none")).toStdString();
+        EXPECT_EQ(prefs.string(key(preferenceKeys::proxyBaseURL)), afterwards);
     }
 
     test::TempLibrary temp;
@@ -128,32 +120,7 @@ TEST(ProjectStoreStartUp, ReadsTheThreeSettingsAndWritesBackANormalisedProxy)
     EXPECT_EQ(stored.settings().editWorkflow(), QStringLiteral(" "));
 }
 
-TEST(ProjectStoreStages, SelectingAnotherStageClearsTheErrorButTheSameStageKeepsIt)
-{
-    test::TempLibrary temp;
-    ProjectStore store(temp.library());
-    store.session().setLastError(QStringLiteral("Something failed."));
-    store.session().setSelectedStage(PipelineStage::intake);
-    EXPECT_EQ(store.session().lastError(), QStringLiteral("Something failed."));
-    store.session().setSelectedStage(PipelineStage::timing);
-    EXPECT_EQ(store.session().selectedStage(), PipelineStage::timing);
-    EXPECT_FALSE(store.session().lastError());
-}
-
-TEST(ProjectStoreProgress, IsClampedAndANonNumberMeansUnknown)
-{
-    test::TempLibrary temp;
-    ProjectStore store(temp.library());
-    const std::pair<double, std::optional<double>> cases[] = {
-        {-0.5, 0.0}, {0.25, 0.25}, {1.7, 1.0}, {std::nan(""), std::nullopt}, {INFINITY, 1.0},
-    };
-    for (const auto &[given, expected] : cases) {
-        store.session().setTaskProgress(given);
-        EXPECT_EQ(store.session().taskProgress(), expected) << given;
-    }
-}
-
-TEST(ProjectStoreProgress, EngineCallbacksAreAppliedOnTheUIThreadAndOutliveTheStore)
+TEST(ProjectStoreSession, EngineCallbacksAreAppliedOnTheUIThreadClampedAndOutliveTheStore)
 {
     test::TempLibrary temp;
     auto store = std::make_unique<ProjectStore>(temp.library());
@@ -172,6 +139,20 @@ TEST(ProjectStoreProgress, EngineCallbacksAreAppliedOnTheUIThreadAndOutliveTheSt
     // Said on the UI thread, a line shows at once: a note said as a run ends never outlives it.
     status(QStringLiteral("Verifying lyrics"));
     EXPECT_EQ(store->session().runningTask(), QStringLiteral("Verifying lyrics"));
+    // Progress is clamped and a non-number means unknown.
+    const std::pair<double, std::optional<double>> cases[] = {
+        {-0.5, 0.0}, {0.25, 0.25}, {1.7, 1.0}, {std::nan(""), std::nullopt}, {INFINITY, 1.0},
+    };
+    for (const auto &[given, expected] : cases) {
+        progress(given);
+        EXPECT_EQ(store->session().taskProgress(), expected) << given;
+    }
+    // Another stage clears the banner, the same one keeps it.
+    store->session().setLastError(QStringLiteral("Something failed."));
+    store->session().setSelectedStage(PipelineStage::intake);
+    EXPECT_EQ(store->session().lastError(), QStringLiteral("Something failed."));
+    store->session().setSelectedStage(PipelineStage::timing);
+    EXPECT_FALSE(store->session().lastError());
 
     store.reset();
     progress(0.9); // the store is gone: the value is dropped

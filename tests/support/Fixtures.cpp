@@ -61,9 +61,6 @@ Project fullyPopulatedProject()
     project.conceptPrompt = QStringLiteral("Rain and chalk");
 
     StoryboardChunk chunk;
-    chunk.index = 0;
-    chunk.chunkNumber = 1;
-    chunk.start = 0;
     chunk.end = 4.5;
     chunk.lyricExcerpt = QStringLiteral("Line one");
     chunk.renderedText = QStringLiteral("LINE ONE");
@@ -90,8 +87,6 @@ Project fullyPopulatedProject()
     project.updatedAt = QDateTime(QDate(2025, 1, 1), QTime(0, 0, 1), Qt::UTC);
     return project;
 }
-
-TempLibrary::TempLibrary() = default;
 
 ProjectLibrary TempLibrary::library() const
 {
@@ -128,17 +123,8 @@ bool processEventsUntil(const std::function<bool()> &done, std::chrono::millisec
 
 void processEventsFor(std::chrono::milliseconds duration)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < duration.count()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(2);
-    }
+    processEventsUntil([] { return false; }, duration);
 }
-
-} // namespace quillvane::test
-
-namespace quillvane::test {
 
 std::string testName(const char *description)
 {
@@ -147,10 +133,6 @@ std::string testName(const char *description)
         name += std::isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
     return name;
 }
-
-} // namespace quillvane::test
-
-namespace quillvane::test {
 
 FileSizeLimit::FileSizeLimit(rlim_t bytes)
 {

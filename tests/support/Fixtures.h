@@ -8,10 +8,9 @@
 #include <QTemporaryDir>
 
 #include <chrono>
-#include <sys/resource.h>
 #include <functional>
-
 #include <ostream>
+#include <sys/resource.h>
 
 // Readable failure messages: gtest would print these as raw bytes.
 inline void PrintTo(const QString &text, std::ostream *os)
@@ -38,7 +37,6 @@ StoryboardChunk chunkWithFrame(bool accepted);
 // A library of its own in a temporary folder: projects folder and preference file.
 class TempLibrary {
 public:
-    TempLibrary();
     ProjectLibrary library() const;
     QString path(const QString &relative) const { return m_dir.filePath(relative); }
 
@@ -51,19 +49,10 @@ void writeFile(const QString &path, const QByteArray &bytes);
 
 // Runs the event loop until `done` holds or the time runs out; returns `done()`.
 bool processEventsUntil(const std::function<bool()> &done, std::chrono::milliseconds limit);
-// Runs the event loop for the given time.
 void processEventsFor(std::chrono::milliseconds duration);
-
-} // namespace quillvane::test
-
-namespace quillvane::test {
 
 // A gtest parameter name made of a table row's description.
 std::string testName(const char *description);
-
-} // namespace quillvane::test
-
-namespace quillvane::test {
 
 // While this lives, no file can grow beyond `bytes`: the failure a full disk gives, and it
 // binds root too (permissions do not).

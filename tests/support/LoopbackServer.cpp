@@ -114,10 +114,6 @@ LoopbackServer::LoopbackServer()
     const std::string any = ".*";
     state.server.Get(any, handler);
     state.server.Post(any, handler);
-    state.server.Put(any, handler);
-    state.server.Patch(any, handler);
-    state.server.Delete(any, handler);
-    state.server.Options(any, handler);
 
     // Replies go out at once: without this, small replies wait for the peer's delayed ACK.
     state.server.set_tcp_nodelay(true);
@@ -157,10 +153,7 @@ void LoopbackServer::script(const QString &method, const QString &path, const QL
 
 void LoopbackServer::serveFile(const QString &path, const QByteArray &bytes, const QByteArray &contentType)
 {
-    ScriptedReply reply;
-    reply.body = bytes;
-    reply.contentType = contentType;
-    script(QStringLiteral("GET"), path, {reply});
+    script(QStringLiteral("GET"), path, {ScriptedReply{.body = bytes, .contentType = contentType}});
 }
 
 QList<RecordedRequest> LoopbackServer::requests() const
@@ -179,11 +172,7 @@ int LoopbackServer::count(const QString &method, const QString &path) const
 
 ScriptedReply reply(const QByteArray &body, int status, std::chrono::milliseconds delay)
 {
-    ScriptedReply r;
-    r.status = status;
-    r.body = body;
-    r.delay = delay;
-    return r;
+    return {.status = status, .body = body, .delay = delay};
 }
 
 QByteArray png(Qt::GlobalColor colour)
