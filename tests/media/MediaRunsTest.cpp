@@ -52,7 +52,7 @@ struct Fixture {
     explicit Fixture(QList<StoryboardChunk> chunks, const QString &title = QStringLiteral("Song"), const QString &song = {})
         : store(temp.library(), project(std::move(chunks), title, song),
                 PipelineServices{{}, std::make_shared<FfmpegMotionRenderer>(64, 36),
-                                 std::make_shared<FfmpegVideoExporter>(), {}, {}}) {}
+                                 std::make_shared<FfmpegVideoExporter>(), {}, {}, {}}) {}
 
     static Project project(QList<StoryboardChunk> chunks, const QString &title, const QString &song)
     {
