@@ -117,6 +117,13 @@ QString settingName(Backend backend)
     return backend == Backend::offline ? QStringLiteral("offline") : QStringLiteral("service");
 }
 
+LyricsOnScreen lyricsOnScreen(const StyleGuidance &style, Backend backend)
+{
+    if (style.lyricsOnScreen)
+        return *style.lyricsOnScreen;
+    return backend == Backend::offline ? LyricsOnScreen::sung : LyricsOnScreen::painted;
+}
+
 QString settingName(TimingMethod method)
 {
     return method == TimingMethod::proportional ? QStringLiteral("proportional") : QStringLiteral("words");

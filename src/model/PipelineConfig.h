@@ -4,6 +4,7 @@
 // the three user settings, and the errors raised when a stage is started too early.
 
 #include "model/Error.h"
+#include "model/Records.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -45,6 +46,11 @@ QString settingName(Backend backend);
 QString settingName(TimingMethod method);
 std::optional<Backend> backendNamed(const QString &name);
 std::optional<TimingMethod> timingMethodNamed(const QString &name);
+
+// How the lyrics reach the picture for this project: its own choice, or else what the
+// backend's pictures call for (the service paints words well; the offline studio's stills
+// carry none, so the lettering layer sets them).
+LyricsOnScreen lyricsOnScreen(const StyleGuidance &style, Backend backend);
 
 struct PipelineConfig {
     QString planWorkflow = QStringLiteral("workflows/brackenfold/lyric-video-planner-character");

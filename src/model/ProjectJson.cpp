@@ -187,6 +187,8 @@ void encode(JsonWriter &w, const StyleGuidance &style)
 {
     w.beginObject();
     w.key("continuityNotes").string(style.continuityNotes);
+    if (style.lyricsOnScreen)
+        w.key("lyricsOnScreen").string(textValue(*style.lyricsOnScreen));
     w.key("medium").string(style.medium);
     w.key("mood").string(style.mood);
     w.key("negativePrompts").string(style.negativePrompts);
@@ -202,6 +204,7 @@ void encode(JsonWriter &w, const DepthFlowSettings &motion)
     w.key("fps").integer(motion.fps);
     w.key("intensity").number(motion.intensity, "motion intensity");
     w.key("loop").boolean(motion.loop);
+    w.key("transition").string(textValue(motion.transition));
     w.key("zoom").number(motion.zoom, "motion zoom");
     w.endObject();
 }
@@ -213,6 +216,7 @@ void encode(JsonWriter &w, const ExportSettings &exportSettings)
     w.key("destinationFolder").string(exportSettings.destinationFolder);
     w.key("includeOriginalAudio").boolean(exportSettings.includeOriginalAudio);
     w.key("resolution").string(textValue(exportSettings.resolution));
+    w.key("shape").string(textValue(exportSettings.shape));
     w.key("subtitles").boolean(exportSettings.subtitles);
     w.endObject();
 }
@@ -368,7 +372,10 @@ StyleGuidance fromJson(const QJsonValue &value, const QString &path)
     const FieldReader r(value, path);
     return {r.string(QStringLiteral("paletteName")), r.string(QStringLiteral("mood")),
             r.string(QStringLiteral("medium")), r.string(QStringLiteral("negativePrompts")),
-            r.string(QStringLiteral("continuityNotes"))};
+            r.string(QStringLiteral("continuityNotes")),
+            r.member(QStringLiteral("lyricsOnScreen"))
+                ? std::optional(enumeration(r, QStringLiteral("lyricsOnScreen"), &lyricsOnScreenFromText))
+                : std::nullopt};
 }
 
 template <>
@@ -379,7 +386,8 @@ DepthFlowSettings fromJson(const QJsonValue &value, const QString &path)
             r.number(QStringLiteral("durationSeconds")), r.integer(QStringLiteral("fps")),
             r.boolean(QStringLiteral("loop")),
             // Documents from before the setting follow the song.
-            enumeration(r, QStringLiteral("clipTiming"), &clipTimingFromText, std::optional(ClipTiming::followSong))};
+            enumeration(r, QStringLiteral("clipTiming"), &clipTimingFromText, std::optional(ClipTiming::followSong)),
+            enumeration(r, QStringLiteral("transition"), &clipTransitionFromText, std::optional(ClipTransition::crossfade))};
 }
 
 template <>
@@ -390,7 +398,9 @@ ExportSettings fromJson(const QJsonValue &value, const QString &path)
             enumeration(r, QStringLiteral("container"), &exportContainerFromText),
             r.boolean(QStringLiteral("includeOriginalAudio")), r.string(QStringLiteral("destinationFolder")),
             // Documents from before the setting write them.
-            r.boolean(QStringLiteral("subtitles"), true)};
+            r.boolean(QStringLiteral("subtitles"), true),
+            // Documents from before shapes were wide.
+            enumeration(r, QStringLiteral("shape"), &videoShapeFromText, std::optional(VideoShape::landscape))};
 }
 
 template <>

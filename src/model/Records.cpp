@@ -79,6 +79,91 @@ std::optional<ClipTiming> clipTimingFromText(const QString &text)
     return std::nullopt;
 }
 
+namespace {
+
+// One enumeration's words as the document and the command line write them.
+template <typename Enum, size_t N>
+std::optional<Enum> named(const std::array<std::pair<Enum, const char *>, N> &names, const QString &text)
+{
+    for (const auto &[value, name] : names) {
+        if (text == QLatin1String(name))
+            return value;
+    }
+    return std::nullopt;
+}
+
+template <typename Enum, size_t N>
+QString nameOf(const std::array<std::pair<Enum, const char *>, N> &names, Enum value)
+{
+    for (const auto &[candidate, name] : names) {
+        if (candidate == value)
+            return QString::fromLatin1(name);
+    }
+    return {};
+}
+
+constexpr std::array<std::pair<LyricsOnScreen, const char *>, 3> lyricsNames{
+    {{LyricsOnScreen::painted, "painted"}, {LyricsOnScreen::sung, "sung"}, {LyricsOnScreen::both, "both"}}};
+constexpr std::array<std::pair<ClipTransition, const char *>, 2> transitionNames{
+    {{ClipTransition::crossfade, "crossfade"}, {ClipTransition::cut, "cut"}}};
+constexpr std::array<std::pair<VideoShape, const char *>, 3> shapeNames{
+    {{VideoShape::landscape, "16:9"}, {VideoShape::portrait, "9:16"}, {VideoShape::square, "1:1"}}};
+
+} // namespace
+
+QString textValue(LyricsOnScreen lyrics)
+{
+    return nameOf(lyricsNames, lyrics);
+}
+
+std::optional<LyricsOnScreen> lyricsOnScreenFromText(const QString &text)
+{
+    return named(lyricsNames, text);
+}
+
+QString textValue(ClipTransition transition)
+{
+    return nameOf(transitionNames, transition);
+}
+
+std::optional<ClipTransition> clipTransitionFromText(const QString &text)
+{
+    return named(transitionNames, text);
+}
+
+QString textValue(VideoShape shape)
+{
+    return nameOf(shapeNames, shape);
+}
+
+std::optional<VideoShape> videoShapeFromText(const QString &text)
+{
+    return named(shapeNames, text);
+}
+
+QList<VideoShape> allVideoShapes()
+{
+    return {VideoShape::landscape, VideoShape::portrait, VideoShape::square};
+}
+
+QSize frameSize(VideoShape shape, ExportResolution resolution)
+{
+    const int shortSide = resolution == ExportResolution::p720    ? 720
+                        : resolution == ExportResolution::p1440 ? 1440
+                        : resolution == ExportResolution::p2160 ? 2160
+                                                                 : 1080;
+    const int longSide = shortSide * 16 / 9;
+    switch (shape) {
+    case VideoShape::portrait:
+        return {shortSide, longSide};
+    case VideoShape::square:
+        return {shortSide, shortSide};
+    case VideoShape::landscape:
+        break;
+    }
+    return {longSide, shortSide};
+}
+
 QString caseName(LyricsSource source)
 {
     return QString::fromUtf8(info(source).caseName);

@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QList>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
@@ -136,12 +137,26 @@ struct CharacterReference {
     bool operator==(const CharacterReference &) const = default;
 };
 
+// How the lyrics reach the picture: painted into each still by the image engine, set over the
+// clips by Quillvane as they are sung (the line being sung, its current word lit), or both.
+enum class LyricsOnScreen { painted, sung, both };
+
+// "painted", "sung" or "both", as the document and the command line write it.
+QString textValue(LyricsOnScreen lyrics);
+std::optional<LyricsOnScreen> lyricsOnScreenFromText(const QString &text);
+// Whether stills are asked to carry words, and whether the lettering layer is drawn.
+inline bool paintsWords(LyricsOnScreen lyrics) { return lyrics != LyricsOnScreen::sung; }
+inline bool setsWords(LyricsOnScreen lyrics) { return lyrics != LyricsOnScreen::painted; }
+
 struct StyleGuidance {
     QString paletteName = QStringLiteral("Acid & Coral");
     QString mood = QStringLiteral("Vivid, analog, expressive");
     QString medium = QStringLiteral("Hand-painted marker on physical surfaces");
     QString negativePrompts = QStringLiteral("blurry text, misspelled words, watermark");
     QString continuityNotes;
+    // Unset: what the pictures of the chosen backend call for (painted by the service, set as
+    // sung over the offline studio's stills).
+    std::optional<LyricsOnScreen> lyricsOnScreen;
 
     bool operator==(const StyleGuidance &) const = default;
 };
@@ -154,6 +169,13 @@ enum class ClipTiming { followSong, fixedLength };
 QString textValue(ClipTiming timing);
 std::optional<ClipTiming> clipTimingFromText(const QString &text);
 
+// How one clip gives way to the next: a short blend of both pictures, or a hard cut.
+enum class ClipTransition { crossfade, cut };
+
+QString textValue(ClipTransition transition);
+std::optional<ClipTransition> clipTransitionFromText(const QString &text);
+inline constexpr double crossfadeSeconds = 0.3;
+
 struct DepthFlowSettings {
     double intensity = 0.5;
     double zoom = 0.15;
@@ -161,11 +183,14 @@ struct DepthFlowSettings {
     qint64 fps = 30;
     bool loop = true;
     ClipTiming clipTiming = ClipTiming::followSong;
+    ClipTransition transition = ClipTransition::crossfade;
 
     bool operator==(const DepthFlowSettings &) const = default;
 };
 
 enum class ExportResolution { p720, p1080, p1440, p2160 };
+// The picture's shape: wide (the classic video), tall for phone screens, or square.
+enum class VideoShape { landscape, portrait, square };
 enum class ExportContainer { mp4, mov };
 
 QList<ExportResolution> allExportResolutions();
@@ -174,6 +199,12 @@ QString textValue(ExportResolution resolution);
 QString textValue(ExportContainer container);
 std::optional<ExportResolution> exportResolutionFromText(const QString &text);
 std::optional<ExportContainer> exportContainerFromText(const QString &text);
+// "16:9", "9:16" or "1:1", as the document, the screens and the command line write it.
+QString textValue(VideoShape shape);
+std::optional<VideoShape> videoShapeFromText(const QString &text);
+QList<VideoShape> allVideoShapes();
+// Pixels of a frame: the resolution names the short side, so a tall 1080p frame is 1080x1920.
+QSize frameSize(VideoShape shape, ExportResolution resolution);
 // File extension of an exported video, without the dot.
 QString fileExtension(ExportContainer container);
 
@@ -184,6 +215,7 @@ struct ExportSettings {
     QString destinationFolder;
     // The timed lyrics written beside the video as NAME.srt and NAME.lrc.
     bool subtitles = true;
+    VideoShape shape = VideoShape::landscape;
 
     bool operator==(const ExportSettings &) const = default;
 };
