@@ -54,6 +54,13 @@ DepthFlowSettings requestedMotion(const ParsedArgs &args, DepthFlowSettings sett
             throw UsageError(QStringLiteral("--loop needs true or false"));
         settings.loop = *loop == QLatin1String("true");
     }
+    // How one clip gives way to the next.
+    if (const auto transition = args.value(QStringLiteral("transition"))) {
+        const std::optional<ClipTransition> parsed = clipTransitionFromText(*transition);
+        if (!parsed)
+            throw UsageError(QStringLiteral("--transition needs crossfade or cut"));
+        settings.transition = *parsed;
+    }
     try {
         clipFrames(settings);
     } catch (const MotionError &error) {
@@ -77,17 +84,19 @@ QCoro::Task<int> motionSettings(CommandContext context)
                           {QStringLiteral("durationSeconds"), settings.durationSeconds},
                           {QStringLiteral("fps"), settings.fps},
                           {QStringLiteral("loop"), settings.loop},
-                          {QStringLiteral("clipTiming"), textValue(settings.clipTiming)}});
+                          {QStringLiteral("clipTiming"), textValue(settings.clipTiming)},
+                          {QStringLiteral("transition"), textValue(settings.transition)}});
     } else {
         const QString length = settings.clipTiming == ClipTiming::followSong
                                    ? QStringLiteral("clips follow the song")
                                    : QStringLiteral("%1 s clips").arg(settings.durationSeconds);
-        context.out.line(QStringLiteral("intensity %1, zoom %2, %3 at %4 fps, loop %5")
+        context.out.line(QStringLiteral("intensity %1, zoom %2, %3 at %4 fps, loop %5, %6 between clips")
                              .arg(settings.intensity)
                              .arg(settings.zoom)
                              .arg(length)
                              .arg(settings.fps)
-                             .arg(settings.loop ? QStringLiteral("on") : QStringLiteral("off")));
+                             .arg(settings.loop ? QStringLiteral("on") : QStringLiteral("off"))
+                             .arg(textValue(settings.transition)));
     }
     co_return 0;
 }
@@ -183,7 +192,8 @@ QList<Command> mediaCommands()
 {
     return {
         {QStringLiteral("motion-settings"),
-         QStringLiteral("[--timing song|fixed] [--intensity X] [--zoom Z] [--duration S] [--fps N] [--loop true|false]"),
+         QStringLiteral("[--timing song|fixed] [--intensity X] [--zoom Z] [--duration S] [--fps N] [--loop true|false] "
+                        "[--transition crossfade|cut]"),
          QStringLiteral("change the parallax motion of the clips"),
          {{QStringLiteral("intensity"), QStringLiteral("X"), QStringLiteral("strength of the enlargement and drift")},
           {QStringLiteral("zoom"), QStringLiteral("Z"), QStringLiteral("extra enlargement reached at the clip's end")},
@@ -191,7 +201,10 @@ QList<Command> mediaCommands()
            QStringLiteral("each clip lasts while its words are sung (song) or --duration seconds (fixed)")},
           {QStringLiteral("duration"), QStringLiteral("S"), QStringLiteral("clip length in seconds, with --timing fixed")},
           {QStringLiteral("fps"), QStringLiteral("N"), QStringLiteral("frames per second")},
-          {QStringLiteral("loop"), QStringLiteral("true|false"), QStringLiteral("whether clips loop")}},
+          {QStringLiteral("loop"), QStringLiteral("true|false"), QStringLiteral("whether clips loop")},
+          // Clip transitions.
+          {QStringLiteral("transition"), QStringLiteral("crossfade|cut"),
+           QStringLiteral("a short cross-fade from each clip into the next, or a hard cut")}},
          0, 0, motionSettings, checkMotionSettings},
         {QStringLiteral("motion"), {}, QStringLiteral("render a motion clip for every accepted frame"), {}, 0, 0, motion},
         {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--no-subtitles] [--to DIR]"),

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <condition_variable>
 #include <exception>
 #include <limits>
@@ -36,6 +37,7 @@ public:
     struct Part {
         const PreparedStill *still = nullptr;
         qint64 frameCount = 0;
+        SubjectFocus subject;
     };
 
     FrameDrawer(Part card, Part still, int width, int height, const DepthFlowSettings &settings)
@@ -47,19 +49,60 @@ public:
     {
     }
 
+    // The first `frames` frames cross-fade from the previous clip's still, its push-in carried
+    // on past its last frame.
+    void fadeFrom(Part previous, qint64 frames)
+    {
+        m_previous = previous;
+        m_fadeFrames = frames;
+    }
+
     void draw(qint64 k, AVFrame *frame)
     {
         if (k < m_card.frameCount)
-            draw(*m_card.still, k, m_card.frameCount, frame);
+            draw(m_card, k, frame);
         else
-            draw(*m_still.still, k - m_card.frameCount, m_still.frameCount, frame);
+            draw(m_still, k - m_card.frameCount, frame);
+        if (k < m_fadeFrames)
+            fadeIn(k, frame);
     }
 
 private:
-    void draw(const PreparedStill &still, qint64 k, qint64 frameCount, AVFrame *frame)
+    // Frame k of the fade: the previous clip's picture drawn aside, then each sample of the
+    // frame moved from it toward this clip's by (k + 1) / (fade + 1), so neither picture is
+    // ever shown alone in the fade and its steps are even on both sides.
+    void fadeIn(qint64 k, AVFrame *frame)
     {
+        if (!m_previousFrame) {
+            m_previousFrame.reset(av_frame_alloc());
+            if (!m_previousFrame)
+                throw MotionError::pixelBufferFailed();
+            m_previousFrame->format = AV_PIX_FMT_YUV420P;
+            m_previousFrame->width = m_width;
+            m_previousFrame->height = m_height;
+            if (av_frame_get_buffer(m_previousFrame.get(), 0) < 0)
+                throw MotionError::pixelBufferFailed();
+        }
+        draw(m_previous, m_previous.frameCount + k, m_previousFrame.get());
+        const float weight = float(k + 1) / float(m_fadeFrames + 1);
+        for (int plane = 0; plane < 3; ++plane) {
+            const int rows = plane == 0 ? m_height : m_height / 2;
+            const int columns = plane == 0 ? m_width : m_width / 2;
+            for (int y = 0; y < rows; ++y) {
+                uint8_t *out = frame->data[plane] + ptrdiff_t(y) * frame->linesize[plane];
+                const uint8_t *before = m_previousFrame->data[plane] + ptrdiff_t(y) * m_previousFrame->linesize[plane];
+                for (int x = 0; x < columns; ++x)
+                    out[x] = uint8_t(std::lround(float(before[x]) + weight * float(int(out[x]) - int(before[x]))));
+            }
+        }
+    }
+
+    void draw(const Part &part, qint64 k, AVFrame *frame)
+    {
+        const PreparedStill &still = *part.still;
+        const qint64 frameCount = part.frameCount;
         const StillPlacement place = placeStill(k, frameCount, m_width, m_height, still.width, still.height,
-                                                m_settings);
+                                                m_settings, part.subject);
         const double top = place.top(m_height);
         const auto axis = [](int count, double firstCentre, double spacing, double start, double length,
                              int sourceLength, double sourceUnits) {
@@ -88,6 +131,9 @@ private:
     const int m_height;
     const DepthFlowSettings m_settings;
     std::vector<float> m_scratch;
+    Part m_previous;
+    qint64 m_fadeFrames = 0;
+    Frame m_previousFrame;
 };
 
 // The clip's muxer and encoder; removes a half-written file unless finished.
@@ -311,8 +357,22 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
     std::optional<PreparedStill> card;
     if (introFrames > 0)
         card = prepareStill(titleCard(*image, clip.title, clip.artist), fillColour);
-    FrameDrawer drawer({card ? &*card : nullptr, introFrames}, {&still, frameCount - introFrames}, width, height,
-                       clip.settings);
+    FrameDrawer drawer({.still = card ? &*card : nullptr, .frameCount = introFrames, .subject = {}},
+                       {.still = &still, .frameCount = frameCount - introFrames, .subject = subjectOf(*image)}, width,
+                       height, clip.settings);
+
+    // The cross-fade from the clip before: crossfadeSeconds of frames, at most half the clip.
+    std::optional<PreparedStill> previous;
+    const qint64 fadeFrames = std::min<qint64>(std::llround(crossfadeSeconds * timing.fps), frameCount / 2);
+    if (clip.settings.transition == ClipTransition::crossfade && !clip.previousImagePath.isEmpty() && fadeFrames > 0) {
+        const std::optional<QImage> before = loadStill(clip.previousImagePath);
+        if (!before)
+            throw MotionError::cannotLoadImage(clip.previousImagePath);
+        previous = prepareStill(*before, fillColour);
+        drawer.fadeFrom({.still = &*previous, .frameCount = std::max<qint64>(clip.previousFrameCount, 1),
+                         .subject = subjectOf(*before)},
+                        fadeFrames);
+    }
     DrawingAhead frames(drawer, width, height, frameCount, cancel);
     for (qint64 k = 0; k < frameCount; ++k) {
         cancel.throwIfCancelled();

@@ -2,6 +2,7 @@
 
 #include "media/MediaErrors.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -20,8 +21,33 @@ ClipFrames clipFrames(const DepthFlowSettings &settings)
     return {int(fps), std::max<qint64>(qint64(frames), 1)};
 }
 
+namespace {
+
+// The near edge (left or top) of a still drawn `drawn` long over a frame `frame` long, its
+// subject's centre at fraction `at` of the still and reaching `half` either side.
+double nearEdge(double frame, double drawn, double at, double half)
+{
+    at = std::clamp(at, 0.0, 1.0);
+    half = std::clamp(half, 0.0, std::min(at, 1 - at));
+    // Where the subject's centre may sit with the still covering the whole frame.
+    double lowest = frame - (1 - at) * drawn;
+    double highest = at * drawn;
+    // A still smaller than the frame (a pull-out) is centred, as it cannot cover.
+    if (!(lowest <= highest))
+        return (frame - drawn) / 2;
+    // Within that, where the whole subject stays in the frame, when it is small enough to. The
+    // two ranges always meet then, as the subject lies within the still.
+    if (2 * half * drawn <= frame) {
+        lowest = std::max(lowest, half * drawn);
+        highest = std::min(highest, frame - half * drawn);
+    }
+    return std::clamp(frame / 2, lowest, highest) - at * drawn;
+}
+
+} // namespace
+
 StillPlacement placeStill(qint64 k, qint64 frameCount, double frameWidth, double frameHeight, double imageWidth,
-                          double imageHeight, const DepthFlowSettings &settings)
+                          double imageHeight, const DepthFlowSettings &settings, const SubjectFocus &subject)
 {
     const double p = double(k) / double(frameCount);
     const double i = settings.intensity;
@@ -35,10 +61,9 @@ StillPlacement placeStill(qint64 k, qint64 frameCount, double frameWidth, double
     placement.scale = (1 + settings.zoom * p) * (1 + 0.18 * i);
     placement.width = baseWidth * placement.scale;
     placement.height = baseHeight * placement.scale;
-    const double fx = 0.5 - 0.35 * i * p;
-    const double fy = 0.5 - 0.2 * i * p;
-    placement.x0 = -(placement.width - frameWidth) * fx;
-    placement.y0 = -(placement.height - frameHeight) * fy;
+    placement.x0 = nearEdge(frameWidth, placement.width, subject.x, subject.halfWidth);
+    const double top = nearEdge(frameHeight, placement.height, subject.y, subject.halfHeight);
+    placement.y0 = frameHeight - top - placement.height;
     return placement;
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 // Where the still sits in every frame of a parallax clip: a cover fit, enlarged by a constant
-// that grows with intensity, pushed in linearly over the clip and drifting right and up.
+// that grows with intensity and pushed in linearly over the clip, its subject kept as near the
+// middle of the frame as the cover allows and whole in every frame it fits.
 // Pure arithmetic in doubles, shared by the renderer, its tests and the benchmarks.
 
 #include "model/Records.h"
@@ -20,6 +21,18 @@ struct ClipFrames {
 // finite number that fits 64 bits.
 ClipFrames clipFrames(const DepthFlowSettings &settings);
 
+// What the picture is about: its centre as fractions of the still's width and height from the
+// still's top-left corner, and how far it reaches either side of that centre (0 when only the
+// centre is known). The default is the middle of the still.
+struct SubjectFocus {
+    double x = 0.5;
+    double y = 0.5;
+    double halfWidth = 0;
+    double halfHeight = 0;
+
+    bool operator==(const SubjectFocus &) const = default;
+};
+
 struct StillPlacement {
     double scale = 1;   // s: enlargement of the cover-fit size
     double width = 0;   // dw
@@ -32,8 +45,12 @@ struct StillPlacement {
 };
 
 // The rectangle the still is drawn into for frame k of frameCount, in a frameWidth x
-// frameHeight frame, for an imageWidth x imageHeight still.
+// frameHeight frame, for an imageWidth x imageHeight still. Frames past the end (k >= frameCount)
+// continue the same push-in, for a clip fading out under the next one. On each axis the
+// subject's centre goes as near the frame's middle as the enlarged still still covering the frame
+// allows, and no nearer the edge than keeps the whole subject in the frame, when it fits; so the
+// push-in pans toward an off-centre subject rather than pushing it out of the picture.
 StillPlacement placeStill(qint64 k, qint64 frameCount, double frameWidth, double frameHeight, double imageWidth,
-                          double imageHeight, const DepthFlowSettings &settings);
+                          double imageHeight, const DepthFlowSettings &settings, const SubjectFocus &subject = {});
 
 } // namespace quillvane

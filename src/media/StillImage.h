@@ -5,6 +5,8 @@
 // and its chroma averaged down to half size. Every plane holds its value minus the fill's,
 // so the resampler can blend partly covered edge pixels towards the fill with one weight.
 
+#include "media/MotionGeometry.h"
+
 #include <QImage>
 #include <QString>
 
@@ -42,6 +44,12 @@ struct PreparedStill {
 // Decodes a PNG or JPEG: first by the file's contents with the image reader, then with the
 // general loader over the file's bytes. Nothing when neither gives a picture.
 std::optional<QImage> loadStill(const QString &path);
+
+// What the still is about: the "Subject" text a painter wrote into the file ("x,y" for its centre,
+// or "x,y,width,height" with its size, as fractions of the picture from its top-left corner);
+// otherwise an estimate from the picture itself (where colour stands out from the picture's own
+// average and where edges are, pulled toward the middle); for a flat picture, its middle.
+SubjectFocus subjectOf(const QImage &image);
 
 // Lays image over the fill colour (its alpha respected) and converts it as above.
 PreparedStill prepareStill(const QImage &image, YuvColour fill);

@@ -17,26 +17,40 @@ namespace {
 // What the renderer is asked for: the still, the frames and, on the first clip, the title card.
 MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
 {
-    MotionClip clip{order.stillPath, batch.motion, order.frameCount, order.introFrames, {}, {}, {}};
+    MotionClip clip{order.stillPath, batch.motion, order.frameCount, order.introFrames, {}, {}, {}, {}, 0};
     if (order.introFrames > 0) {
         clip.title = batch.title;
         clip.artist = batch.artist;
+    }
+    // The clip before, whose end this one's start cross-fades from.
+    if (batch.motion.transition == ClipTransition::crossfade) {
+        clip.previousImagePath = order.previousStillPath;
+        clip.previousFrameCount = order.previousFrameCount;
     }
     return clip;
 }
 
 // A fingerprint of everything a clip is made from: the still (its path, size and time), the
-// motion, the frames and the title card. A clip whose file carries the same key is current.
+// motion, the frames, the title card and the still it cross-fades from. The leading version
+// changes whenever the same request draws different pixels. A clip whose file carries the same key is current.
 QString keyOf(const MotionClip &clip)
 {
     const QFileInfo still(clip.imagePath);
     const DepthFlowSettings &m = clip.settings;
-    QStringList parts{QStringLiteral("clip1"), clip.imagePath, QString::number(still.size()),
+    QStringList parts{QStringLiteral("clip2"), clip.imagePath, QString::number(still.size()),
                       QString::number(still.lastModified().toMSecsSinceEpoch()), QString::number(m.intensity, 'g', 17),
                       QString::number(m.zoom, 'g', 17), QString::number(m.fps), QString::number(clip.frameCount),
                       QString::number(clip.introFrames)};
     if (clip.introFrames > 0)
         parts.append({clip.title, clip.artist});
+    // The start of a cross-faded clip shows the previous still, so editing that still renders
+    // this clip again too.
+    if (!clip.previousImagePath.isEmpty()) {
+        const QFileInfo previous(clip.previousImagePath);
+        parts.append({clip.previousImagePath, QString::number(previous.size()),
+                      QString::number(previous.lastModified().toMSecsSinceEpoch()),
+                      QString::number(clip.previousFrameCount)});
+    }
     return QString::fromLatin1(
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
 }

@@ -24,6 +24,12 @@ struct ClipOrder {
     // The clip the project holds for the chunk now; the file there is reused when it is this
     // path and was made from the same still, frames and motion.
     std::optional<QString> keptPath;
+
+    // The clip before this one in the video, which this one cross-fades from: its still (empty
+    // for the first clip or one whose chunk has no still) and the frames of its push-in, title
+    // card left out.
+    QString previousStillPath;
+    qint64 previousFrameCount = 0;
 };
 
 // The clips of one run in playback order, with what they share.

@@ -52,13 +52,22 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
     const ClipSchedule schedule = videoSchedule(project);
     ClipBatch batch{{}, project.motion, project.title, project.artist};
     batch.motion.fps = schedule.fps;
-    for (const ClipSlot &slot : schedule.clips) {
+    for (qsizetype i = 0; i < schedule.clips.size(); ++i) {
+        const ClipSlot &slot = schedule.clips[i];
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);
         if (acceptedOnly && !chunk->isAccepted())
             continue;
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
                             slot.introFrames, store.document().media().clipPath(slot.chunkID),
-                            chunk->frame ? chunk->frame->motionClipPath : std::nullopt});
+                            chunk->frame ? chunk->frame->motionClipPath : std::nullopt, QString(), 0});
+        // The clip before in the finished video, whether or not it is rendered in this run, so a
+        // clip made now is still current when the video is exported.
+        if (i > 0) {
+            const ClipSlot &before = schedule.clips[i - 1];
+            const StoryboardChunk *previous = project.chunkWithID(before.chunkID);
+            batch.clips.last().previousStillPath = previous->frame ? previous->frame->localPath : QString();
+            batch.clips.last().previousFrameCount = before.frameCount - before.introFrames;
+        }
     }
     return batch;
 }

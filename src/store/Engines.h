@@ -86,6 +86,12 @@ struct MotionClip {
     // Written into the clip, so a later run can tell whether it was made from the same request.
     QString key;
 
+    // The clip before this one in the video. With settings.transition crossfade, this clip's
+    // first frames show the previous still's push-in carried on past its end, fading out over
+    // this clip's own picture; an empty path (the video's first clip) or a cut draws no blend.
+    QString previousImagePath;
+    qint64 previousFrameCount = 0; // frames of the previous still's push-in, its title card left out
+
     bool operator==(const MotionClip &) const = default;
 };
 

@@ -124,10 +124,13 @@ void paintSnow(QPainter &painter, QRandomGenerator &random)
     }
 }
 
+// Where the character's portrait hangs, its border included.
+const QRectF portraitArea(frameWidth * 0.70 - 14, frameHeight * 0.20 - 14, 420 + 28, 520 + 28);
+
 void paintPortrait(QPainter &painter, const QImage &character)
 {
-    const QRectF frame(frameWidth * 0.70, frameHeight * 0.20, 420, 520);
-    painter.fillRect(frame.adjusted(-14, -14, 14, 14), QColor(40, 30, 20));
+    const QRectF frame = portraitArea.adjusted(14, 14, -14, -14);
+    painter.fillRect(portraitArea, QColor(40, 30, 20));
     // Filled without squashing: scaled to cover the frame, then its middle cut out.
     const QSize size = frame.size().toSize();
     const QImage covering = character.scaled(size, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
@@ -232,6 +235,14 @@ QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character
     if (has(scene.prompt, "snow") || has(scene.prompt, "winter"))
         paintSnow(painter, random);
     painter.end();
+    // The motion keeps what the frame is about in the picture while it pushes in: the
+    // character when there is one, else the lettered surface.
+    const QRectF subject = character ? portraitArea : textArea(scene);
+    image.setText(QStringLiteral("Subject"), QStringLiteral("%1,%2,%3,%4")
+                                                  .arg(subject.center().x() / frameWidth, 0, 'f', 4)
+                                                  .arg(subject.center().y() / frameHeight, 0, 'f', 4)
+                                                  .arg(subject.width() / frameWidth, 0, 'f', 4)
+                                                  .arg(subject.height() / frameHeight, 0, 'f', 4));
     return image;
 }
 

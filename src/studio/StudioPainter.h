@@ -28,7 +28,9 @@ FrameSpec frameSpecFromPrompt(const QString &imagePrompt);
 QImage paintElement(const QString &elementID, const QString &prompt);
 
 // 1920x1080: the scene, the first reference image (when given) as a framed portrait, and the
-// words on their surface in perspective.
+// words on their surface in perspective. Its "Subject" text, kept when saved as PNG, is the
+// portrait's box (else the surface's) as "x,y,width,height", centre and size as fractions of
+// the frame, for the motion to keep in the picture.
 QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character = std::nullopt);
 
 // The source changed as the request says: colour and light words (whole words only) tint it;

@@ -77,6 +77,7 @@ void MotionBridge::refresh()
     follow(this, m_motion.loop, motion.loop, &MotionBridge::loopChanged);
     follow(this, m_motion.clipTiming, motion.clipTiming, &MotionBridge::followsSongChanged);
     follow(this, m_renderedCount, int(rendered), &MotionBridge::renderedCountChanged);
+    follow(this, m_motion.transition, motion.transition, &MotionBridge::crossfadeChanged);
 }
 
 void MotionBridge::editMotion(const std::function<void(DepthFlowSettings &)> &edit)
@@ -112,6 +113,11 @@ void MotionBridge::setLoop(bool value)
 void MotionBridge::setFollowsSong(bool value)
 {
     editMotion([&](DepthFlowSettings &m) { m.clipTiming = value ? ClipTiming::followSong : ClipTiming::fixedLength; });
+}
+
+void MotionBridge::setCrossfade(bool value)
+{
+    editMotion([&](DepthFlowSettings &m) { m.transition = value ? ClipTransition::crossfade : ClipTransition::cut; });
 }
 
 void MotionBridge::renderMotion()

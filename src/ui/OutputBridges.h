@@ -24,6 +24,8 @@ class MotionBridge : public QObject {
     Q_PROPERTY(bool followsSong READ followsSong WRITE setFollowsSong NOTIFY followsSongChanged)
     // Chunks whose frame has a motion clip.
     Q_PROPERTY(int renderedCount READ renderedCount NOTIFY renderedCountChanged)
+    // How one clip gives way to the next: a short cross-fade, else a hard cut.
+    Q_PROPERTY(bool crossfade READ crossfade WRITE setCrossfade NOTIFY crossfadeChanged)
 
 public:
     explicit MotionBridge(ProjectStore &store, QObject *parent = nullptr);
@@ -41,6 +43,9 @@ public:
     bool followsSong() const { return m_motion.clipTiming == ClipTiming::followSong; }
     void setFollowsSong(bool value);
     int renderedCount() const { return m_renderedCount; }
+    // Clip transitions.
+    bool crossfade() const { return m_motion.transition == ClipTransition::crossfade; }
+    void setCrossfade(bool value);
 
     Q_INVOKABLE void renderMotion();
 
@@ -52,6 +57,7 @@ Q_SIGNALS:
     void loopChanged();
     void followsSongChanged();
     void renderedCountChanged();
+    void crossfadeChanged();
 
 private:
     void refresh();

@@ -47,8 +47,9 @@ TEST(CliMotionAndExport, SettingsChangeOnlyWhatIsGivenThenTheClipsVideoAndLyrics
     expected.fps = 4;
     expected.loop = false;
     EXPECT_EQ(home.savedProject().motion, expected) << "only what was given changes";
-    home.run(args("motion-settings --timing fixed"));
-    EXPECT_EQ(home.savedProject().motion.clipTiming, ClipTiming::fixedLength);
+    home.run(args("motion-settings --timing fixed --transition cut"));
+    EXPECT_EQ(std::pair(home.savedProject().motion.clipTiming, home.savedProject().motion.transition),
+              std::pair(ClipTiming::fixedLength, ClipTransition::cut));
     EXPECT_EQ(home.json({QStringLiteral("status")}).value(QStringLiteral("clipTiming")).toString(), QStringLiteral("fixed"));
 
     const QByteArray document = home.savedDocument();
@@ -58,6 +59,7 @@ TEST(CliMotionAndExport, SettingsChangeOnlyWhatIsGivenThenTheClipsVideoAndLyrics
         {"--zoom inf", "--zoom needs a number"},
         {"--loop yes", "--loop needs true or false"},
         {"--timing loose", "--timing needs song or fixed"},
+        {"--transition wipe", "--transition needs crossfade or cut"},
         {"--fps 3000000000", "more frames than a clip can hold"},
     };
     for (const auto &[arguments, hint] : refused) {

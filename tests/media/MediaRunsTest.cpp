@@ -140,8 +140,13 @@ TEST(MediaRuns, MotionRendersTheAcceptedFramesAndExportRendersTheRestInIndexOrde
     const VideoFacts facts = inspectVideo(*path);
     ASSERT_EQ(facts.frameColours.size(), 8);
     const QList<QColor> order{Qt::green, Qt::blue, Qt::red, Qt::yellow};
+    // The first frame of every clip after the first is half the clip before, cross-faded.
     for (int k = 0; k < 8; ++k)
-        EXPECT_NEAR(facts.frameColours[k].cb, expectedColour(order[k / 2]).cb, 4) << k;
+        EXPECT_NEAR(facts.frameColours[k].cb,
+                    k % 2 || k == 0 ? expectedColour(order[k / 2]).cb
+                                    : (expectedColour(order[k / 2 - 1]).cb + expectedColour(order[k / 2]).cb) / 2,
+                    4)
+            << k;
     EXPECT_EQ(facts.audioStreams, 0);
 }
 
@@ -163,7 +168,8 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
     EXPECT_GE(facts.videoEnd, songLength - 1e-3) << "the song is cut";
     EXPECT_NEAR(facts.audioSeconds, songLength, 0.1);
 
-    // Which picture is on screen on either side of every boundary.
+    // Which picture is on screen on either side of every boundary; the first three frames of a
+    // clip after the first cross-fade into it.
     const YuvColour red = expectedColour(Qt::red);
     ASSERT_GE(facts.frameColours.size(), 40);
     const auto isColour = [&](int k, QColor colour) {
@@ -174,8 +180,10 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
         EXPECT_GT(std::abs(facts.frameColours[k].cr - red.cr), 20) << "frame " << k << " shows the lyric early";
     const int last = int(facts.frameColours.size()) - 1;
     for (const auto &[k, colour] :
-         {std::pair{15, Qt::red}, {21, Qt::red}, {22, Qt::green}, {30, Qt::green}, {31, Qt::blue}, {last, Qt::blue}})
+         {std::pair{15, Qt::red}, {21, Qt::red}, {25, Qt::green}, {30, Qt::green}, {34, Qt::blue}, {last, Qt::blue}})
         EXPECT_TRUE(isColour(k, colour)) << k;
+    for (const auto &[k, before, after] : {std::tuple{22, Qt::red, Qt::green}, {33, Qt::green, Qt::blue}})
+        EXPECT_FALSE(isColour(k, before) || isColour(k, after)) << k;
 
     // The clips tile the video, and the chunks carry the spans they were cut from.
     const QList<StoryboardChunk> &chunks = f.store.project().chunks;
@@ -186,24 +194,27 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
     EXPECT_EQ((std::tuple{chunks[1].start, chunks[1].end, chunks[2].start, chunks[2].end, chunks[0].start, chunks[0].end}),
               (std::tuple{1.5, 2.2, 2.2, 3.1, 3.1, songLength}));
 
-    // One frame changed and one clip deleted from disk: only those two are rendered again.
+    // One frame changed and one clip deleted from disk: only those two, and the clip that
+    // cross-fades from the changed frame, are rendered again.
     QHash<QUuid, QDateTime> written;
     for (const StoryboardChunk &c : chunks)
         written.insert(c.id, QFileInfo(*c.frame->motionClipPath).lastModified());
     QThread::msleep(30);
-    const QUuid edited = f.at(2).id; // index 1, green
+    const QUuid edited = f.at(1).id; // index 0, red
+    const QUuid next = f.at(2).id; // index 1, green
     const QUuid deleted = f.at(0).id; // index 2, blue
     QFile::remove(*f.at(0).frame->motionClipPath);
     f.store.editProject([&](Project &project) {
-        project.chunks[2].frame->localPath = still(Qt::yellow);
-        project.chunks[2].frame->motionClipPath.reset();
+        project.chunks[1].frame->localPath = still(Qt::yellow);
+        project.chunks[1].frame->motionClipPath.reset();
     });
     path = exportedPath(f.store);
     ASSERT_TRUE(path);
     for (const StoryboardChunk &c : f.store.project().chunks)
-        EXPECT_EQ(QFileInfo(*c.frame->motionClipPath).lastModified() != written.value(c.id), c.id == edited || c.id == deleted);
+        EXPECT_EQ(QFileInfo(*c.frame->motionClipPath).lastModified() != written.value(c.id),
+                  c.id == edited || c.id == next || c.id == deleted);
     facts = inspectVideo(*path);
-    EXPECT_NEAR(facts.frameColours[25].cb, expectedColour(Qt::yellow).cb, 5);
+    EXPECT_NEAR(facts.frameColours[18].cb, expectedColour(Qt::yellow).cb, 5);
     EXPECT_TRUE(isColour(int(facts.frameColours.size()) - 1, Qt::blue));
 }
 

@@ -2,6 +2,8 @@
 #include "media/MotionGeometry.h"
 #include "media/Resampler.h"
 
+#include <QSizeF>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -36,16 +38,17 @@ TEST(ClipFrames, CountsFramesAsTheMotionStageDoesAndRefusesWhatNoClipCanHold)
     }
 }
 
-// The default motion of a 1920x1080 still in a 1920x1080 frame over 120 frames.
-TEST(PlaceStill, FollowsTheWorkedExample)
+// The default motion of a 1920x1080 still with its subject in the middle, in a 1920x1080 frame
+// over 120 frames: a push-in about the middle.
+TEST(PlaceStill, PushesInAboutTheMiddleOfAStillWhoseSubjectIsThere)
 {
     const struct {
         qint64 k;
         double scale, width, height, x0, y0;
     } rows[] = {
         {0, 1.09, 2092.8, 1177.2, -86.4, -48.6},
-        {60, 1.17175, 2249.76, 1265.49, -136.026, -83.471},
-        {119, 1.252138, 2404.104, 1352.309, -158.04, -109.15},
+        {60, 1.17175, 2249.76, 1265.49, -164.88, -92.745},
+        {119, 1.252138, 2404.104, 1352.309, -242.052, -136.1545},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.k);
@@ -55,6 +58,51 @@ TEST(PlaceStill, FollowsTheWorkedExample)
         EXPECT_NEAR(place.height, row.height, 1e-3);
         EXPECT_NEAR(place.x0, row.x0, 1e-2);
         EXPECT_NEAR(place.y0, row.y0, 1e-2);
+    }
+}
+
+// Subjects by every edge and corner, in every shape of video, through a strong push-in and the
+// frames a cross-fade carries it past its end: the still covers the frame and the subject stays
+// whole in every frame, and ends no farther from the middle than it started.
+TEST(PlaceStill, KeepsTheSubjectWholeAndTheFrameCoveredThroughThePushIn)
+{
+    const DepthFlowSettings strong{.intensity = 1, .zoom = 0.5};
+    const QSizeF frames[] = {{1920, 1080}, {1080, 1920}, {1080, 1080}};
+    const SubjectFocus subjects[] = {{.x = 0.08, .y = 0.5, .halfWidth = 0.06, .halfHeight = 0.2},
+                                     {.x = 0.9, .y = 0.12, .halfWidth = 0.08, .halfHeight = 0.1},
+                                     {.x = 0.8, .y = 0.84, .halfWidth = 0.11, .halfHeight = 0.14},
+                                     {.x = 0.02, .y = 0.97, .halfWidth = 0, .halfHeight = 0}};
+    constexpr double slack = 1e-6;
+    for (const QSizeF &frame : frames) {
+        for (const SubjectFocus &subject : subjects) {
+            double firstOff = 0;
+            for (qint64 k = 0; k < 60 + 9; ++k) {
+                const StillPlacement place
+                    = placeStill(k, 60, frame.width(), frame.height(), 1920, 1080, strong, subject);
+                const double top = place.top(frame.height());
+                SCOPED_TRACE(testing::Message() << frame.width() << "x" << frame.height() << " subject "
+                                                << subject.x << "," << subject.y << " frame " << k);
+                EXPECT_LE(place.x0, slack);
+                EXPECT_LE(top, slack);
+                EXPECT_GE(place.x0 + place.width, frame.width() - slack);
+                EXPECT_GE(top + place.height, frame.height() - slack);
+                // A subject enlarged past the frame's width (or height) cannot stay whole.
+                if (2 * subject.halfWidth * place.width <= frame.width()) {
+                    EXPECT_GE(place.x0 + (subject.x - subject.halfWidth) * place.width, -slack);
+                    EXPECT_LE(place.x0 + (subject.x + subject.halfWidth) * place.width, frame.width() + slack);
+                }
+                if (2 * subject.halfHeight * place.height <= frame.height()) {
+                    EXPECT_GE(top + (subject.y - subject.halfHeight) * place.height, -slack);
+                    EXPECT_LE(top + (subject.y + subject.halfHeight) * place.height, frame.height() + slack);
+                }
+                const double off = std::hypot(place.x0 + subject.x * place.width - frame.width() / 2,
+                                              top + subject.y * place.height - frame.height() / 2);
+                if (k == 0)
+                    firstOff = off;
+                else
+                    EXPECT_LE(off, firstOff + slack);
+            }
+        }
     }
 }
 

@@ -82,7 +82,9 @@ TEST(MotionRenderer, TheDefaultClipPutsPointsOfTheStillWhereTheMotionSays)
 {
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
-    FfmpegMotionRenderer().renderNow(markedStill(dir), DepthFlowSettings{}, clip, {}, {});
+    const QString still = markedStill(dir);
+    FfmpegMotionRenderer().renderNow(still, DepthFlowSettings{}, clip, {}, {});
+    const SubjectFocus subject = subjectOf(*loadStill(still));
     // The default clip: 120 frames of 1920x1080 over four seconds.
     const QList<int> frames{0, 60, 119};
     const VideoFacts facts = inspectVideo(clip, frames);
@@ -92,7 +94,7 @@ TEST(MotionRenderer, TheDefaultClipPutsPointsOfTheStillWhereTheMotionSays)
     EXPECT_NEAR(facts.videoEnd, 4.0, 1e-9);
     ASSERT_EQ(luma.size(), 3);
     for (int i = 0; i < 3; ++i) {
-        const StillPlacement place = placeStill(frames[i], 120, 1920, 1080, 1920, 1080, DepthFlowSettings{});
+        const StillPlacement place = placeStill(frames[i], 120, 1920, 1080, 1920, 1080, DepthFlowSettings{}, subject);
         for (const QPointF &mark : marks) {
             const double expectedX = place.x0 + mark.x() / 1920 * place.width;
             const double expectedY = place.top(1080) + mark.y() / 1080 * place.height;
@@ -140,7 +142,7 @@ TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
     QTemporaryDir dir;
     const QString clip = dir.filePath(QStringLiteral("clip.mov"));
     MotionClip request{solidStill(dir, QStringLiteral("s.png"), Qt::red), shortMotion(60, 10), 7, 3,
-                       QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"), QStringLiteral("key-1")};
+                       QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"), QStringLiteral("key-1"), {}, 0};
     FfmpegMotionRenderer(64, 36).renderNow(request, clip, {}, {});
 
     const VideoFacts facts = inspectVideo(clip);
@@ -155,6 +157,65 @@ TEST(MotionRenderer, AClipOfAGivenLengthOpensWithTheTitleCardAndKeepsItsKey)
     EXPECT_EQ(clipKey(clip), QStringLiteral("key-1"));
     EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("s.png"))), std::nullopt);
     EXPECT_EQ(clipKey(dir.filePath(QStringLiteral("missing.mov"))), std::nullopt);
+}
+
+// A blue clip after a red one: with a cross-fade its first round(0.3 s x 10 fps) = 3 frames
+// step evenly from red to blue; with a cut it is blue throughout. It keeps its frame count.
+TEST(MotionRenderer, CrossFadesFromThePreviousStillOverItsFirstFramesUnlessCut)
+{
+    QTemporaryDir dir;
+    const QString clip = dir.filePath(QStringLiteral("clip.mov"));
+    const YuvColour red = test::expectedColour(Qt::red);
+    const YuvColour blue = test::expectedColour(Qt::blue);
+    const struct {
+        ClipTransition transition;
+        QList<double> blueShares;
+    } rows[] = {{ClipTransition::crossfade, {0.25, 0.5, 0.75, 1, 1}}, {ClipTransition::cut, {1, 1, 1, 1, 1}}};
+    for (const auto &row : rows) {
+        MotionClip request{.imagePath = solidStill(dir, QStringLiteral("blue.png"), Qt::blue),
+                           .settings = shortMotion(1, 10),
+                           .frameCount = 10,
+                           .introFrames = 0,
+                           .title = {},
+                           .artist = {},
+                           .key = {},
+                           .previousImagePath = solidStill(dir, QStringLiteral("red.png"), Qt::red),
+                           .previousFrameCount = 30};
+        request.settings.transition = row.transition;
+        FfmpegMotionRenderer(64, 36).renderNow(request, clip, {}, {});
+        const VideoFacts facts = inspectVideo(clip);
+        ASSERT_EQ(facts.frameTimes.size(), 10);
+        for (int k = 0; k < row.blueShares.size(); ++k) {
+            const double share = row.blueShares[k];
+            EXPECT_NEAR(facts.frameColours[k].cr, red.cr + share * (blue.cr - red.cr), 2.5)
+                << textValue(row.transition).toStdString() << " frame " << k;
+            EXPECT_NEAR(facts.frameColours[k].y, red.y + share * (blue.y - red.y), 2.5)
+                << textValue(row.transition).toStdString() << " frame " << k;
+        }
+    }
+}
+
+// The painter's "Subject" text wins; otherwise the picture's own contrast says where it is,
+// pulled toward the middle; a flat picture's subject is its middle.
+TEST(StillImage, FindsTheSubjectWrittenInTheFileOrSeenInThePicture)
+{
+    QImage written(200, 100, QImage::Format_RGB32);
+    written.fill(Qt::gray);
+    written.setText(QStringLiteral("Subject"), QStringLiteral("0.8,0.3,0.2,0.4"));
+    QImage blob(200, 100, QImage::Format_RGB32);
+    blob.fill(Qt::darkGreen);
+    QPainter(&blob).fillRect(10, 60, 30, 30, Qt::yellow);
+    QImage flat(200, 100, QImage::Format_RGB32);
+    flat.fill(Qt::gray);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("written.png"));
+    ASSERT_TRUE(written.save(path));
+
+    const SubjectFocus read = subjectOf(*loadStill(path));
+    EXPECT_EQ(read, (SubjectFocus{.x = 0.8, .y = 0.3, .halfWidth = 0.1, .halfHeight = 0.2}));
+    const SubjectFocus seen = subjectOf(blob);
+    EXPECT_TRUE(seen.x < 0.3 && seen.x > 0.125 && seen.y > 0.6 && seen.y < 0.75) << seen.x << "," << seen.y;
+    EXPECT_EQ(subjectOf(flat), SubjectFocus{});
 }
 
 TEST(TitleCard, LettersTheTitleOverTheDarkenedStill)

@@ -83,6 +83,8 @@ TEST(StudioPainter, ARequestAboutTheWordsKeepsEverythingElse)
     QImage face(300, 400, QImage::Format_RGB32);
     face.fill(Qt::magenta);
     const QImage darker = studio::editFrame(studio::paintFrame(scene, face), scene, QStringLiteral("darker"));
+    // Where the portrait hangs goes with the picture, for the motion to keep it in frame.
+    EXPECT_EQ(darker.text(QStringLiteral("Subject")), QStringLiteral("0.8094,0.4407,0.2333,0.5074"));
     studio::FrameSpec fixed = scene;
     fixed.text = QStringLiteral("We are letters in the snow!");
 

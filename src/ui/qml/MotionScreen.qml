@@ -138,6 +138,13 @@ ColumnLayout {
                 checked: Motion.loop
                 onToggled: value => Motion.loop = value
             }
+            // Clip transitions.
+            ReviewToggle {
+                objectName: "crossfadeToggle"
+                label: "Cross-fade between clips"
+                checked: Motion.crossfade
+                onToggled: value => Motion.crossfade = value
+            }
         }
     }
 
