@@ -22,6 +22,7 @@ MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
         clip.title = batch.title;
         clip.artist = batch.artist;
     }
+    clip.frameSize = batch.frameSize;
     return clip;
 }
 
@@ -37,6 +38,9 @@ QString keyOf(const MotionClip &clip)
                       QString::number(clip.introFrames)};
     if (clip.introFrames > 0)
         parts.append({clip.title, clip.artist});
+    // The shape: a clip of another size is another picture.
+    if (!clip.frameSize.isEmpty())
+        parts.append(QStringLiteral("%1x%2").arg(clip.frameSize.width()).arg(clip.frameSize.height()));
     return QString::fromLatin1(
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
 }

@@ -10,6 +10,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QList>
+#include <QSize>
 #include <QString>
 
 #include <functional>
@@ -85,6 +86,9 @@ struct MotionClip {
     QString artist;
     // Written into the clip, so a later run can tell whether it was made from the same request.
     QString key;
+
+    // The clip's pixels, in the video's shape; empty: the renderer's own size.
+    QSize frameSize{};
 
     bool operator==(const MotionClip &) const = default;
 };
