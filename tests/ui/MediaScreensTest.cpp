@@ -49,6 +49,7 @@ TEST(OutputScreens, MotionTimingExportLockAndTheWrittenVideosPath)
         return ui.text("confirmMessage");
     };
     EXPECT_EQ(chooseTall(), QStringLiteral("Changing the shape repaints 10 frames. Change?"));
+    ui.screenshot("shape-confirm");
     ui.click("confirmCancel");
     EXPECT_EQ(ui.store.project(), framed);
     EXPECT_EQ(ui.find("shapePicker")->property("currentIndex").toInt(), 0);
