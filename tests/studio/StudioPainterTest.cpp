@@ -141,11 +141,14 @@ TEST(StudioPainter, TallAndSquarePicturesKeepTheWordsAndThePortraitInside)
         for (const char *surface : {"a shop sign", "a brick wall"}) {
             SCOPED_TRACE(textValue(shape).toStdString() + " " + surface);
             studio::FrameSpec scene = studio::frameSpecFromPrompt(
-                QStringLiteral("The exact text \"Hi\" is physically present on %1.").arg(QString::fromLatin1(surface)));
+                QStringLiteral("The exact text \"We are letters in the snow\" is physically present on %1, night street.").arg(QString::fromLatin1(surface)));
             scene.size = frameSize(shape, ExportResolution::p1080);
             QImage face(120, 160, QImage::Format_RGB32);
             face.fill(Qt::magenta);
-            EXPECT_EQ(studio::paintFrame(scene, face).size(), scene.size);
+            const QImage painted = studio::paintFrame(scene, face);
+            painted.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-%1x%2-%3.png")
+                             .arg(scene.size.width()).arg(scene.size.height()).arg(QLatin1String(surface).right(4)));
+            EXPECT_EQ(painted.size(), scene.size);
             const QRectF frame(QPointF(0, 0), scene.size);
             const QRectF words = studio::textArea(scene);
             const QRectF portrait = studio::portraitArea(scene).adjusted(-14, -14, 14, 14); // with its border
