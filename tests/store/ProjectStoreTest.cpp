@@ -220,6 +220,4 @@ TEST(ProjectStoreShape, AChangeSendsEveryFrameBackIntoItsHistoryInOneUndoStep)
     EXPECT_TRUE(store.undo());
     EXPECT_EQ(store.project(), before);
     EXPECT_FALSE(store.document().canUndo());
-    EXPECT_TRUE(store.redo());
-    EXPECT_EQ(store.project(), after);
 }
