@@ -70,6 +70,11 @@ struct Command {
     bool alwaysOffline = false;
 };
 
+// The video's shape, as `export` and `run` take it: --shape 16:9|9:16|1:1 and its row of an
+// option table. A word that names no shape throws UsageError.
+std::optional<VideoShape> shapeOption(const ParsedArgs &args);
+OptionSpec shapeOptionSpec();
+
 QList<Command> projectCommands();
 QList<Command> characterCommands();
 QList<Command> audioCommands();

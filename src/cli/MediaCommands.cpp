@@ -158,12 +158,28 @@ ExportSettings requestedExport(const ParsedArgs &args, ExportSettings settings)
 void checkExport(const ParsedArgs &args)
 {
     requestedExport(args, {});
+    shapeOption(args);
+}
+
+// "Shape 9:16: 17 frames will be repainted."
+QString shapeChanged(VideoShape shape, qsizetype repainted)
+{
+    const QString name = textValue(shape);
+    if (repainted == 0)
+        return QStringLiteral("Shape %1: no frames to repaint.").arg(name);
+    return QStringLiteral("Shape %1: %2 %3 repainted.")
+        .arg(name)
+        .arg(repainted)
+        .arg(repainted == 1 ? QStringLiteral("frame will be") : QStringLiteral("frames will be"));
 }
 
 QCoro::Task<int> exportVideo(CommandContext context)
 {
     const ExportSettings settings = requestedExport(context.args, context.store.project().exportSettings);
     context.store.editProject([&settings](Project &project) { project.exportSettings = settings; });
+    // A new shape sends the frames back to be painted again; the export then says what is missing.
+    if (const auto shape = shapeOption(context.args); shape && *shape != context.store.project().exportSettings.shape)
+        context.out.note(shapeChanged(*shape, setVideoShape(context.store.document(), *shape)));
     auto exporting = startExportVideo(context.store);
     const Outcome<QString> exported = co_await exporting;
     if (!exported.isDone())
@@ -188,6 +204,23 @@ QCoro::Task<int> lyricsFile(CommandContext context)
 
 } // namespace
 
+std::optional<VideoShape> shapeOption(const ParsedArgs &args)
+{
+    const std::optional<QString> text = args.value(QStringLiteral("shape"));
+    if (!text)
+        return std::nullopt;
+    const std::optional<VideoShape> shape = videoShapeFromText(*text);
+    if (!shape)
+        throw UsageError(QStringLiteral("--shape needs 16:9 (wide), 9:16 (tall) or 1:1 (square), not %1").arg(*text));
+    return shape;
+}
+
+OptionSpec shapeOptionSpec()
+{
+    return {QStringLiteral("shape"), QStringLiteral("16:9|9:16|1:1"),
+            QStringLiteral("the video's shape: wide, tall (phones) or square; frames painted in another are painted again")};
+}
+
 QList<Command> mediaCommands()
 {
     return {
@@ -207,7 +240,7 @@ QList<Command> mediaCommands()
            QStringLiteral("a short cross-fade from each clip into the next, or a hard cut")}},
          0, 0, motionSettings, checkMotionSettings},
         {QStringLiteral("motion"), {}, QStringLiteral("render a motion clip for every accepted frame"), {}, 0, 0, motion},
-        {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--no-subtitles] [--to DIR]"),
+        {QStringLiteral("export"), QStringLiteral("[--resolution 720p|1080p|1440p|4K] [--container mp4|mov] [--no-audio] [--no-subtitles] [--to DIR] [--shape 16:9|9:16|1:1]"),
          QStringLiteral("export the video (renders clips still missing first) and print its path"),
          {{QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
@@ -215,7 +248,9 @@ QList<Command> mediaCommands()
           {QStringLiteral("audio"), {}, QStringLiteral("put the track's audio back in")},
           {QStringLiteral("no-subtitles"), {}, QStringLiteral("write no NAME.srt and NAME.lrc beside the video")},
           {QStringLiteral("subtitles"), {}, QStringLiteral("write NAME.srt and NAME.lrc beside the video again")},
-          {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to write the video into")}},
+          {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to write the video into")},
+          // The video's shape.
+          shapeOptionSpec()},
          0, 0, exportVideo, checkExport},
         {QStringLiteral("lyrics-file"), QStringLiteral("PATH.lrc|PATH.srt"),
          QStringLiteral("write the timed lyrics alone, as LRC or SubRip by the file's suffix"), {}, 1, 1, lyricsFile},

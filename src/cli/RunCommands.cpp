@@ -38,6 +38,9 @@ struct Road {
     std::optional<ExportContainer> container;
     // The road hands over the video alone unless the lyrics files are asked for.
     bool subtitles = false;
+
+    // Set before any frame is painted, so every frame is painted in it.
+    std::optional<VideoShape> shape;
 };
 
 void checkRun(const ParsedArgs &args)
@@ -49,6 +52,7 @@ void checkRun(const ParsedArgs &args)
     if (const auto text = args.value(QStringLiteral("container"));
         text && *text != QLatin1String("mp4") && *text != QLatin1String("mov"))
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
+    shapeOption(args);
 }
 
 void cast(ProjectStore &store, const Character &character)
@@ -81,6 +85,8 @@ QCoro::Task<int> travel(CommandContext context, Road road)
     store.setProject(road.start);
     const CancelToken cancel;
     const auto held = store.holdCancel(cancel);
+    if (road.shape)
+        setVideoShape(store.document(), *road.shape);
 
     // The character is cast first: importing a track keeps the cast.
     if (road.character)
@@ -129,6 +135,7 @@ QCoro::Task<int> runTrack(CommandContext context)
         road.resolution = *exportResolutionFromText(*text);
     if (const auto text = args.value(QStringLiteral("container")))
         road.container = *text == QLatin1String("mov") ? ExportContainer::mov : ExportContainer::mp4;
+    road.shape = shapeOption(args);
     return travel(context, road);
 }
 
@@ -161,7 +168,7 @@ QList<Command> runCommands()
     return {
         {QStringLiteral("run"),
          QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C] "
-                        "[--subtitles]"),
+                        "[--subtitles] [--shape 16:9|9:16|1:1]"),
          QStringLiteral("the whole road of one track, from import to frames (and with --accept-all to the video)"),
          {{QStringLiteral("character"), QStringLiteral("NAME"), QStringLiteral("cast a character for this track")},
           {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("the character's reference image")},
@@ -169,7 +176,9 @@ QList<Command> runCommands()
           {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to export into")},
           {QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
-          {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")}},
+          {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")},
+          // The video's shape.
+          shapeOptionSpec()},
          1, 1, runTrack, checkRun},
         demo,
     };

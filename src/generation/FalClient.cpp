@@ -360,11 +360,12 @@ QCoro::Task<> FalClient::download(QString urlString, QString destination)
 }
 
 QJsonObject FalClient::frameInput(const QString &imagePrompt, const QString &stylePreset,
-                                  const QStringList &referenceImageURLs)
+                                  const QStringList &referenceImageURLs, VideoShape shape)
 {
     return {{QStringLiteral("image_prompt"), imagePrompt},
             {QStringLiteral("style_preset"), stylePreset},
-            {QStringLiteral("reference_image_urls"), QJsonArray::fromStringList(referenceImageURLs)}};
+            {QStringLiteral("reference_image_urls"), QJsonArray::fromStringList(referenceImageURLs)},
+            {QStringLiteral("aspect_ratio"), textValue(shape)}};
 }
 
 std::optional<QString> FalClient::findImageURL(const QJsonValue &value)

@@ -6,6 +6,7 @@
 // credentials (the proxy authenticates requests).
 
 #include "model/Error.h"
+#include "model/Records.h"
 #include "store/Cancellation.h"
 
 #include <QCoro/QCoroTask>
@@ -100,8 +101,9 @@ public:
     // Fetches an image and writes it to destination, creating its folder, replacing any file.
     QCoro::Task<> download(QString urlString, QString destination);
 
+    // The frame job's input; aspect_ratio asks for a picture of the video's shape ("9:16").
     static QJsonObject frameInput(const QString &imagePrompt, const QString &stylePreset,
-                                  const QStringList &referenceImageURLs);
+                                  const QStringList &referenceImageURLs, VideoShape shape = VideoShape::landscape);
     // The first image URL in a result document, searched depth first.
     static std::optional<QString> findImageURL(const QJsonValue &value);
     static bool isImageURL(const QString &text);

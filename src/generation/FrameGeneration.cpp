@@ -119,8 +119,8 @@ QCoro::Task<GeneratedFrame> generateFrame(FalClient &client, QString workflow, F
         reference = co_await reaching;
         cancel.throwIfCancelled();
     }
-    auto painting = runImageJob(client, workflow, FalClient::frameInput(job.prompt, job.stylePreset, job.references),
-                                report, cancel);
+    const QJsonObject input = FalClient::frameInput(job.prompt, job.stylePreset, job.references, job.shape);
+    auto painting = runImageJob(client, workflow, input, report, cancel);
     const QString imageURL = co_await painting;
     auto downloading = downloadFrame(client, imageURL, job.prompt, std::nullopt, media, chunkID);
     co_return co_await downloading;

@@ -55,6 +55,9 @@ struct FrameJob {
     QString stylePreset;
     QStringList references;      // referenceImageURLs of the chunk
     QList<PlanElement> elements; // the plan's, to find the files of elements the built-in studio made
+
+    // The video's shape: the picture is asked for in it, so the motion need not crop it.
+    VideoShape shape = VideoShape::landscape;
 };
 
 // Paints the frame of the chunk with chunkID and downloads it into the media folder: a fresh

@@ -76,18 +76,10 @@ std::optional<ClipInfo> probeClip(const QString &path, bool readStreams)
     return clip;
 }
 
-Size exportBox(ExportResolution resolution)
+Size exportBox(ExportResolution resolution, VideoShape shape)
 {
-    switch (resolution) {
-    case ExportResolution::p720:
-        return {1280, 720};
-    case ExportResolution::p1080:
-    case ExportResolution::p1440:
-        return {1920, 1080};
-    case ExportResolution::p2160:
-        return {3840, 2160};
-    }
-    return {1920, 1080};
+    const QSize frame = frameSize(shape, resolution == ExportResolution::p1440 ? ExportResolution::p1080 : resolution);
+    return {frame.width(), frame.height()};
 }
 
 Size fitInside(Size source, Size box)

@@ -47,8 +47,9 @@ struct Size {
     bool operator==(const Size &) const = default;
 };
 
-// The box of an export resolution (1440p shares 1080p's box).
-Size exportBox(ExportResolution resolution);
+// The frame of an export in its shape: the resolution names the short side, and 1440p shares
+// 1080p's frame (a tall 1080p or 1440p export is 1080x1920).
+Size exportBox(ExportResolution resolution, VideoShape shape = VideoShape::landscape);
 // width x height scaled to fit the box keeping its aspect, up or down, in even numbers.
 Size fitInside(Size source, Size box);
 

@@ -343,11 +343,12 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
     const ClipFrames timing = clipFrames(rate);
     const qint64 frameCount = clip.frameCount > 0 ? clip.frameCount : timing.frameCount;
     const qint64 introFrames = std::clamp<qint64>(clip.introFrames, 0, frameCount);
-    if (m_width <= 0 || m_height <= 0 || m_width > std::numeric_limits<int>::max() / 4
-        || m_height > std::numeric_limits<int>::max() / 4)
+    const qint64 wide = clip.frameSize.isEmpty() ? m_width : clip.frameSize.width();
+    const qint64 high = clip.frameSize.isEmpty() ? m_height : clip.frameSize.height();
+    if (wide <= 0 || high <= 0 || wide > std::numeric_limits<int>::max() / 4 || high > std::numeric_limits<int>::max() / 4)
         throw MotionError::writerSetupFailed();
-    const int width = int(m_width);
-    const int height = int(m_height);
+    const int width = int(wide);
+    const int height = int(high);
 
     QFile::remove(outputPath);
     ensureParentFolder(outputPath);
@@ -356,7 +357,7 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
     const PreparedStill still = prepareStill(*image, fillColour);
     std::optional<PreparedStill> card;
     if (introFrames > 0)
-        card = prepareStill(titleCard(*image, clip.title, clip.artist), fillColour);
+        card = prepareStill(titleCard(*image, QSize(width, height), clip.title, clip.artist), fillColour);
     FrameDrawer drawer({.still = card ? &*card : nullptr, .frameCount = introFrames, .subject = {}},
                        {.still = &still, .frameCount = frameCount - introFrames, .subject = subjectOf(*image)}, width,
                        height, clip.settings);

@@ -5,7 +5,7 @@
 namespace quillvane {
 
 // Renders the parallax clip of one still: a QuickTime movie with one H.264 track of
-// width x height frames, frame k shown at k / fps. Each frame is drawn straight into the
+// width x height frames (or the clip's own frameSize), frame k shown at k / fps. Each frame is drawn straight into the
 // encoder's frame buffer in its own Y'CbCr 4:2:0 layout, resampled bicubically from the still
 // (decoded and converted once per clip) at the exact, unrounded place the motion gives.
 // The encoder works on its own threads while the next frame is drawn. A clip may open with a

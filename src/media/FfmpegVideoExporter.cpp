@@ -275,7 +275,8 @@ QString FfmpegVideoExporter::exportNow(const QStringList &clipPaths, const std::
     if (clips.front().pixelFormat == AV_PIX_FMT_NONE)
         clips.front() = *probeClip(clips.front().path, true);
 
-    const Size output = fitInside({clips.front().width, clips.front().height}, exportBox(settings.resolution));
+    // The video's shape and resolution fix its frame; clips of another size are fitted into it.
+    const Size output = exportBox(settings.resolution, settings.shape);
     const AVRational timeBase = commonTimeBase(clips);
     std::vector<int64_t> offsets;
     int64_t length = 0;

@@ -5,7 +5,7 @@
 namespace quillvane {
 
 // Assembles the finished video: the clips end to end on one H.264 track, scaled to fit the
-// export box, with the original audio (AAC) under them cut at the video's end, in an MP4 or
+// export's frame (its shape at its resolution), with the original audio (AAC) under them cut at the video's end, in an MP4 or
 // QuickTime file with its index at the front. When every clip already has the output's size
 // and encoding the frames are copied as they are, which gives the same frames, timing and
 // order as a re-encode in a fraction of the time.

@@ -45,11 +45,21 @@ int fittingSize(const QString &family, const QString &text, double width, int la
     return size;
 }
 
+// The still scaled to cover `size` without squashing, its middle cut out.
+QImage covering(const QImage &still, const QSize &size)
+{
+    if (still.size() == size || size.isEmpty())
+        return still;
+    const QImage scaled = still.scaled(size, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+    return scaled.copy((scaled.width() - size.width()) / 2, (scaled.height() - size.height()) / 2, size.width(),
+                       size.height());
+}
+
 } // namespace
 
-QImage titleCard(const QImage &still, const QString &title, const QString &artist)
+QImage titleCard(const QImage &still, const QSize &size, const QString &title, const QString &artist)
 {
-    QImage card = blurred(still.convertToFormat(QImage::Format_ARGB32_Premultiplied));
+    QImage card = blurred(covering(still, size).convertToFormat(QImage::Format_ARGB32_Premultiplied));
     QPainter painter(&card);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
     painter.fillRect(card.rect(), QColor(0, 0, 0, 150));
@@ -59,10 +69,12 @@ QImage titleCard(const QImage &still, const QString &title, const QString &artis
 
     const double width = card.width();
     const double height = card.height();
+    // Letters scale with the short side: a tall frame's height would make them overrun it.
+    const double shortSide = std::min(width, height);
     const QString family = displayFamily();
     const QString heading = (title.trimmed().isEmpty() ? QStringLiteral("Untitled") : title.trimmed()).toUpper();
     QFont titleFont(family);
-    titleFont.setPixelSize(fittingSize(family, heading, width * 0.84, int(height * 0.16)));
+    titleFont.setPixelSize(fittingSize(family, heading, width * 0.84, int(shortSide * 0.16)));
     painter.setFont(titleFont);
     painter.setPen(QColor(0xF7, 0xEC, 0xD2)); // cream
     const double titleHeight = QFontMetricsF(titleFont).height();
@@ -72,7 +84,7 @@ QImage titleCard(const QImage &still, const QString &title, const QString &artis
     if (!artist.trimmed().isEmpty()) {
         const QString byline = artist.trimmed().toUpper();
         QFont artistFont(family);
-        artistFont.setPixelSize(fittingSize(family, byline, width * 0.7, int(height * 0.06)));
+        artistFont.setPixelSize(fittingSize(family, byline, width * 0.7, int(shortSide * 0.06)));
         artistFont.setLetterSpacing(QFont::PercentageSpacing, 112);
         painter.setFont(artistFont);
         painter.setPen(QColor(0xFF, 0x67, 0x48)); // coral

@@ -9,7 +9,9 @@
 
 namespace quillvane {
 
-// A card the size of `still`; an empty title reads "Untitled", an empty artist is left out.
-QImage titleCard(const QImage &still, const QString &title, const QString &artist);
+// A card of `size` (the video's frame): the still scaled to cover it, its middle kept, so the
+// letters are sized for the frame they are seen in, wide, tall or square. An empty title reads
+// "Untitled", an empty artist is left out.
+QImage titleCard(const QImage &still, const QSize &size, const QString &title, const QString &artist);
 
 } // namespace quillvane

@@ -27,6 +27,7 @@ MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
         clip.previousImagePath = order.previousStillPath;
         clip.previousFrameCount = order.previousFrameCount;
     }
+    clip.frameSize = batch.frameSize;
     return clip;
 }
 
@@ -51,6 +52,9 @@ QString keyOf(const MotionClip &clip)
                       QString::number(previous.lastModified().toMSecsSinceEpoch()),
                       QString::number(clip.previousFrameCount)});
     }
+    // The shape: a clip of another size is another picture.
+    if (!clip.frameSize.isEmpty())
+        parts.append(QStringLiteral("%1x%2").arg(clip.frameSize.width()).arg(clip.frameSize.height()));
     return QString::fromLatin1(
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
 }

@@ -39,6 +39,9 @@ struct ClipBatch {
     // Lettered on the title card, and named in the .lrc beside the video.
     QString title;
     QString artist;
+
+    // The clips' pixels, in the video's shape; empty: the renderer's own size.
+    QSize frameSize{};
 };
 
 // Told each clip's chunk and path as soon as the clip is written, on the thread that awaits

@@ -72,6 +72,7 @@ QCoro::Task<> paintChunk(ProjectStore &store, QUuid chunkID, QString prompt, QSt
                  project.plan ? project.plan->elements : QList<PlanElement>()};
     if (job.references.isEmpty())
         throw Error(noReferenceMessage(*chunk));
+    job.shape = project.exportSettings.shape;
     FalClient client = makeGenerationClient(store);
     auto painting = generateFrame(client, store.services().config.frameWorkflow, std::move(job), store.document().media(), chunkID,
                                   store.report(), cancel);

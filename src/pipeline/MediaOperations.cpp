@@ -52,6 +52,8 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
     const ClipSchedule schedule = videoSchedule(project);
     ClipBatch batch{{}, project.motion, project.title, project.artist};
     batch.motion.fps = schedule.fps;
+    // Clips stay 1080 on their short side whatever the export's resolution; the export scales.
+    batch.frameSize = frameSize(project.exportSettings.shape, ExportResolution::p1080);
     for (qsizetype i = 0; i < schedule.clips.size(); ++i) {
         const ClipSlot &slot = schedule.clips[i];
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);

@@ -10,6 +10,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QList>
+#include <QSize>
 #include <QString>
 
 #include <functional>
@@ -91,6 +92,9 @@ struct MotionClip {
     // this clip's own picture; an empty path (the video's first clip) or a cut draws no blend.
     QString previousImagePath;
     qint64 previousFrameCount = 0; // frames of the previous still's push-in, its title card left out
+
+    // The clip's pixels, in the video's shape; empty: the renderer's own size.
+    QSize frameSize{};
 
     bool operator==(const MotionClip &) const = default;
 };

@@ -124,4 +124,22 @@ Done shiftTranscript(ProjectDocument &document, double seconds)
     return Done::done();
 }
 
+qsizetype setVideoShape(ProjectDocument &document, VideoShape shape)
+{
+    if (document.project().exportSettings.shape == shape)
+        return 0;
+    const qsizetype moved = document.project().framedCount();
+    document.editProject([shape](Project &project) {
+        project.exportSettings.shape = shape;
+        for (StoryboardChunk &chunk : project.chunks) {
+            if (!chunk.frame)
+                continue;
+            chunk.undoStack.append(*chunk.frame);
+            chunk.redoStack.clear();
+            chunk.frame.reset();
+        }
+    });
+    return moved;
+}
+
 } // namespace quillvane

@@ -38,4 +38,11 @@ Done editSegment(ProjectDocument &document, qsizetype index, const std::optional
 // transcript or the first line would start before the song.
 Done shiftTranscript(ProjectDocument &document, double seconds);
 
+// Gives the video another shape. A frame painted for the old shape would lose its sides or its
+// top to the new one, so each chunk's frame goes onto its undo stack, as a regenerate's
+// predecessor does, and the next frames run paints it again. One change (one undo step);
+// the same shape changes nothing. Returns how many frames were moved (the project's
+// framedCount before).
+qsizetype setVideoShape(ProjectDocument &document, VideoShape shape);
+
 } // namespace quillvane

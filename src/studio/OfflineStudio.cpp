@@ -1,6 +1,7 @@
 #include "studio/OfflineStudio.h"
 
 #include "model/Error.h"
+#include "model/Records.h"
 #include "studio/StudioPainter.h"
 #include "studio/StudioPlanner.h"
 
@@ -139,7 +140,10 @@ struct OfflineStudio::State {
                                                      : QString::fromUtf8(QJsonDocument(shotPlan.toObject()).toJson());
             job.result = images(save(paintElement(id, plan), QStringLiteral("element")));
         } else if (input.contains(QStringLiteral("image_prompt"))) {
-            const FrameSpec scene = frameSpecFromPrompt(input.value(QStringLiteral("image_prompt")).toString());
+            FrameSpec scene = frameSpecFromPrompt(input.value(QStringLiteral("image_prompt")).toString());
+            // Painted in the video's shape at 1080 on its short side; no shape asked is wide.
+            const auto shape = videoShapeFromText(input.value(QStringLiteral("aspect_ratio")).toString());
+            scene.size = frameSize(shape.value_or(VideoShape::landscape), ExportResolution::p1080);
             std::optional<QImage> character;
             for (const QJsonValue reference : input.value(QStringLiteral("reference_image_urls")).toArray()) {
                 if ((character = imageFromDataURL(reference.toString())))

@@ -6,8 +6,9 @@
 //
 // A job goes IN_QUEUE, then IN_PROGRESS with a log line, then COMPLETED (or FAILED when its
 // input cannot be used); its result is {"images":[{"url": ...png}]} or, for the planner, the
-// plan as JSON text. Images live in a folder of the studio's own under the temporary
-// directory and go when the studio stops.
+// plan as JSON text. A frame is painted in the shape its input's aspect_ratio names ("16:9",
+// "9:16" or "1:1"; wide when it names none), 1080 on its short side. Images live in a folder
+// of the studio's own under the temporary directory and go when the studio stops.
 //
 // It listens on loopback only and serves, by file name and never by path, only its own images
 // and those in the open project's frames and elements folders, under a random token of this

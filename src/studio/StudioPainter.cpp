@@ -10,14 +10,18 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <cmath>
 
 namespace quillvane::studio {
 
 namespace {
 
-constexpr int frameWidth = 1920;
-constexpr int frameHeight = 1080;
+// Wide pictures keep the classic layout; tall and square ones stack surface over portrait.
+bool isWide(const QSize &size)
+{
+    return size.width() > size.height();
+}
 
 quint32 seedOf(const QString &text)
 {
@@ -53,6 +57,8 @@ bool has(const QString &prompt, const char *word)
 
 void paintSky(QPainter &painter, const FrameSpec &scene, const QColor &base)
 {
+    const double frameWidth = scene.size.width();
+    const double frameHeight = scene.size.height();
     QColor top = base.darker(220);
     QColor bottom = base.lighter(130);
     if (has(scene.prompt, "night") || has(scene.prompt, "neon")) {
@@ -71,8 +77,10 @@ void paintSky(QPainter &painter, const FrameSpec &scene, const QColor &base)
     painter.fillRect(QRectF(0, 0, frameWidth, frameHeight), sky);
 }
 
-void paintCity(QPainter &painter, QRandomGenerator &random, const QColor &colour)
+void paintCity(QPainter &painter, const QSize &size, QRandomGenerator &random, const QColor &colour)
 {
+    const double frameWidth = size.width();
+    const double frameHeight = size.height();
     const double horizon = frameHeight * 0.62;
     double x = 0;
     while (x < frameWidth) {
@@ -93,6 +101,8 @@ void paintCity(QPainter &painter, QRandomGenerator &random, const QColor &colour
 
 void paintGround(QPainter &painter, const FrameSpec &scene, const QColor &colour)
 {
+    const double frameWidth = scene.size.width();
+    const double frameHeight = scene.size.height();
     const double horizon = frameHeight * 0.62;
     QLinearGradient ground(0, horizon, 0, frameHeight);
     ground.setColorAt(0, colour.darker(160));
@@ -114,23 +124,22 @@ void paintGround(QPainter &painter, const FrameSpec &scene, const QColor &colour
     }
 }
 
-void paintSnow(QPainter &painter, QRandomGenerator &random)
+void paintSnow(QPainter &painter, const QSize &size, QRandomGenerator &random)
 {
+    const double frameWidth = size.width();
+    const double frameHeight = size.height();
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor(255, 255, 255, 210));
     for (int i = 0; i < 420; ++i) {
         const double r = 1.5 + random.bounded(4.0);
-        painter.drawEllipse(QPointF(random.bounded(double(frameWidth)), random.bounded(double(frameHeight))), r, r);
+        painter.drawEllipse(QPointF(random.bounded(frameWidth), random.bounded(frameHeight)), r, r);
     }
 }
 
-// Where the character's portrait hangs, its border included.
-const QRectF portraitArea(frameWidth * 0.70 - 14, frameHeight * 0.20 - 14, 420 + 28, 520 + 28);
-
-void paintPortrait(QPainter &painter, const QImage &character)
+void paintPortrait(QPainter &painter, const FrameSpec &scene, const QImage &character)
 {
-    const QRectF frame = portraitArea.adjusted(14, 14, -14, -14);
-    painter.fillRect(portraitArea, QColor(40, 30, 20));
+    const QRectF frame = portraitArea(scene);
+    painter.fillRect(frame.adjusted(-14, -14, 14, 14), QColor(40, 30, 20));
     // Filled without squashing: scaled to cover the frame, then its middle cut out.
     const QSize size = frame.size().toSize();
     const QImage covering = character.scaled(size, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
@@ -199,15 +208,35 @@ FrameSpec frameSpecFromPrompt(const QString &imagePrompt)
 
 QRectF textArea(const FrameSpec &scene)
 {
-    // Walls and murals are wide and low; signs and banners sit higher and narrower.
+    const double frameWidth = scene.size.width();
+    const double frameHeight = scene.size.height();
+    // Walls and murals are wide and low; signs and banners sit higher and narrower. On a tall
+    // or square picture both span nearly its width, above the portrait.
     const bool wall = scene.surface.contains(QLatin1String("wall")) || scene.surface.contains(QLatin1String("mural"));
+    if (!isWide(scene.size))
+        return wall ? QRectF(frameWidth * 0.06, frameHeight * 0.20, frameWidth * 0.88, frameHeight * 0.30)
+                    : QRectF(frameWidth * 0.10, frameHeight * 0.10, frameWidth * 0.80, frameHeight * 0.26);
     return wall ? QRectF(frameWidth * 0.08, frameHeight * 0.30, frameWidth * 0.56, frameHeight * 0.34)
                 : QRectF(frameWidth * 0.12, frameHeight * 0.18, frameWidth * 0.50, frameHeight * 0.30);
 }
 
+QRectF portraitArea(const FrameSpec &scene)
+{
+    const double frameWidth = scene.size.width();
+    const double frameHeight = scene.size.height();
+    if (isWide(scene.size))
+        return {frameWidth * 0.70, frameHeight * 0.20, 420, 520};
+    // Lower right, below the surface, shrunk to fit a square picture.
+    const double height = std::min(520.0, frameHeight * 0.36);
+    const double width = height * 420 / 520;
+    return {frameWidth * 0.92 - width, frameHeight * 0.92 - height, width, height};
+}
+
 QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character)
 {
-    QImage image(frameWidth, frameHeight, QImage::Format_RGB32);
+    const double frameWidth = scene.size.width();
+    const double frameHeight = scene.size.height();
+    QImage image(scene.size, QImage::Format_RGB32);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
@@ -216,10 +245,10 @@ QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character
 
     paintSky(painter, scene, base);
     if (!has(scene.prompt, "forest"))
-        paintCity(painter, random, base.darker(250));
+        paintCity(painter, scene.size, random, base.darker(250));
     else
         for (int i = 0; i < 40; ++i) {
-            const double x = random.bounded(double(frameWidth));
+            const double x = random.bounded(frameWidth);
             const double h = 200 + random.bounded(300.0);
             QPolygonF tree({QPointF(x, frameHeight * 0.62 - h), QPointF(x - 50, frameHeight * 0.62), QPointF(x + 50, frameHeight * 0.62)});
             painter.setBrush(QColor(20, 60, 40));
@@ -228,21 +257,23 @@ QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character
         }
     paintGround(painter, scene, base);
     if (character)
-        paintPortrait(painter, *character);
+        paintPortrait(painter, scene, *character);
 
     paintSurface(painter, scene);
 
     if (has(scene.prompt, "snow") || has(scene.prompt, "winter"))
-        paintSnow(painter, random);
+        paintSnow(painter, scene.size, random);
     painter.end();
     // The motion keeps what the frame is about in the picture while it pushes in: the
     // character when there is one, else the lettered surface.
-    const QRectF subject = character ? portraitArea : textArea(scene);
+    const QRectF subject = character ? portraitArea(scene).adjusted(-14, -14, 14, 14) : textArea(scene);
+    const double width = scene.size.width();
+    const double height = scene.size.height();
     image.setText(QStringLiteral("Subject"), QStringLiteral("%1,%2,%3,%4")
-                                                  .arg(subject.center().x() / frameWidth, 0, 'f', 4)
-                                                  .arg(subject.center().y() / frameHeight, 0, 'f', 4)
-                                                  .arg(subject.width() / frameWidth, 0, 'f', 4)
-                                                  .arg(subject.height() / frameHeight, 0, 'f', 4));
+                                                  .arg(subject.center().x() / width, 0, 'f', 4)
+                                                  .arg(subject.center().y() / height, 0, 'f', 4)
+                                                  .arg(subject.width() / width, 0, 'f', 4)
+                                                  .arg(subject.height() / height, 0, 'f', 4));
     return image;
 }
 
@@ -328,6 +359,7 @@ QImage editFrame(const QImage &source, const std::optional<FrameSpec> &scene, co
     if (scene) {
         FrameSpec rerolled = *scene;
         rerolled.variation = seedOf(QString::number(scene->variation) + request);
+        rerolled.size = source.size();
         return paintFrame(rerolled);
     }
     QPainter warm(&edited);

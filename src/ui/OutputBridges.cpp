@@ -145,6 +145,7 @@ void ExportBridge::refresh()
     follow(this, m_settings.subtitles, settings.subtitles, &ExportBridge::subtitlesChanged);
     follow(this, m_settings.destinationFolder, settings.destinationFolder, &ExportBridge::destinationChanged);
     follow(this, m_projectDuration, videoLength(project), &ExportBridge::projectDurationChanged);
+    follow(this, m_settings.shape, settings.shape, &ExportBridge::shapeChanged);
 }
 
 void ExportBridge::editExport(const std::function<void(ExportSettings &)> &edit)
@@ -188,6 +189,22 @@ QStringList ExportBridge::resolutionLabels() const
     for (ExportResolution resolution : allExportResolutions())
         labels.append(textValue(resolution));
     return labels;
+}
+
+QStringList ExportBridge::shapeLabels() const
+{
+    const QStringList kinds{QStringLiteral("wide"), QStringLiteral("tall"), QStringLiteral("square")};
+    QStringList labels;
+    for (VideoShape shape : allVideoShapes())
+        labels.append(QStringLiteral("%1 (%2)").arg(textValue(shape), kinds.value(int(shape))));
+    return labels;
+}
+
+void ExportBridge::changeShape(int index)
+{
+    const auto all = allVideoShapes();
+    if (index >= 0 && index < all.size())
+        setVideoShape(m_store.document(), all[index]);
 }
 
 QStringList ExportBridge::containerLabels() const

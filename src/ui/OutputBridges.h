@@ -84,6 +84,10 @@ class ExportBridge : public QObject {
     // The track's length when the clips follow the song and it is known; else the latest end
     // among the chunks, else of the transcript; 0 without any.
     Q_PROPERTY(double projectDuration READ projectDuration NOTIFY projectDurationChanged)
+    // The video's shape, an index into shapeLabels; changed through changeShape, since a
+    // change repaints the frames.
+    Q_PROPERTY(int shape READ shape NOTIFY shapeChanged)
+    Q_PROPERTY(QStringList shapeLabels READ shapeLabels CONSTANT)
 
 public:
     explicit ExportBridge(ProjectStore &store, QObject *parent = nullptr);
@@ -102,6 +106,11 @@ public:
     QStringList resolutionLabels() const;
     QStringList containerLabels() const;
     double projectDuration() const { return m_projectDuration; }
+    int shape() const { return int(m_settings.shape); }
+    QStringList shapeLabels() const;
+    // Gives the video the shape at that index; the frames painted for the old one go into
+    // their chunks' histories to be painted again (one undo step).
+    Q_INVOKABLE void changeShape(int index);
 
     // The chunk whose clip is on screen `seconds` into the video (the last one past its end);
     // empty without clips.
@@ -118,6 +127,7 @@ Q_SIGNALS:
     void subtitlesChanged();
     void destinationChanged();
     void projectDurationChanged();
+    void shapeChanged();
     // A finished export's file, for the export screen to show and reveal.
     void exported(const QUrl &file);
 

@@ -4,6 +4,7 @@
 #include "pipeline/IntakeOperations.h"
 #include "../audio/TaggedTrack.h"
 #include "CliHome.h"
+#include "media/VideoFacts.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -95,7 +96,8 @@ TEST(CliAudio, TimingProducesTheTranscriptAndSegmentsCanBeCorrected)
 // The names are as awkward as a user's can be (blanks, both quotes, non-ASCII, a leading
 // dash, a shell's special characters), and they pass through every process and file the road
 // touches: whisper's command line, FFmpeg, the studio's references, the clips and the export.
-// The offline studio is chosen once in the settings and used by every later command.
+// The offline studio is chosen once in the settings and used by every later command. The video
+// is tall: its frames are painted, edited, moved and exported in that shape.
 TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
 {
     QTemporaryDir root;
@@ -121,7 +123,7 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     const QString image = tracks + QStringLiteral("/-face \"Mïa\" 'one'.png");
     face.save(image);
     const QString folder = tracks + QStringLiteral("/-videos \"out\" ü");
-    const CliResult road = home.run(QStringList{QStringLiteral("run"), trackName} + args("--character Mia --accept-all --resolution 720p")
+    const CliResult road = home.run(QStringList{QStringLiteral("run"), trackName} + args("--character Mia --accept-all --resolution 720p --shape 9:16")
                                     << QStringLiteral("--image") << image << QStringLiteral("--to") << folder);
     ASSERT_EQ(road.exitCode, 0) << road.err.toStdString();
     EXPECT_FALSE(road.err.contains(QStringLiteral(" @ 0x"))) << "FFmpeg's own notes stay out";
@@ -129,7 +131,8 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
         EXPECT_TRUE(road.err.contains(QString::fromLatin1(label))) << label;
     const QString path = road.out.trimmed();
     EXPECT_TRUE(path.startsWith(folder)) << path.toStdString();
-    EXPECT_GT(QFileInfo(path).size(), 0);
+    const test::VideoFacts facts = test::inspectVideo(path);
+    EXPECT_EQ(QSize(facts.width, facts.height), QSize(720, 1280));
     const Project project = home.savedProject();
     EXPECT_EQ(project.audioPath, tagged);
     EXPECT_EQ(project.lyricsSource, LyricsSource::embeddedVerified) << "whisper was not reached through the name";
@@ -148,7 +151,7 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     ASSERT_EQ(first.undoStack.size(), 1);
     const QImage before(first.undoStack.first().localPath);
     const QImage after(first.frame->localPath);
-    ASSERT_EQ(after.size(), QSize(1920, 1080));
+    ASSERT_EQ(after.size(), QSize(1080, 1920));
     ASSERT_EQ(before.size(), after.size());
     const QColor was = before.pixelColor(40, 40);
     const QColor now = after.pixelColor(40, 40);

@@ -107,6 +107,14 @@ TEST(CliMotionAndExport, SettingsChangeOnlyWhatIsGivenThenTheClipsVideoAndLyrics
     EXPECT_TRUE(wrongName.err.contains(QStringLiteral("error: lyrics.txt is not a lyrics file name Quillvane can write")))
         << wrongName.err.toStdString();
     EXPECT_FALSE(QFileInfo::exists(home.path(QStringLiteral("lyrics.txt"))));
+
+    // Another shape sends the frames back to be painted, says so, and leaves nothing to export.
+    const CliResult reshaped = home.run(args("export --shape 1:1"));
+    EXPECT_EQ(reshaped.exitCode, 1);
+    EXPECT_TRUE(reshaped.err.startsWith(QStringLiteral("Shape 1:1: 2 frames will be repainted.\n")) &&
+                reshaped.err.contains(QStringLiteral("error: Every frame must pass")))
+        << reshaped.err.toStdString();
+    EXPECT_EQ(home.savedProject().framedCount(), 0);
 }
 
 } // namespace

@@ -132,6 +132,8 @@ TEST(CliUsage, MistakesExitTwoWithAOneLineHintAndHelpTouchesNothing)
         {args("character add") << QStringLiteral("   "), QStringLiteral("the character name must not be blank")},
         {args("--service-url ftp://x status"), QStringLiteral("--service-url needs an http or https URL")},
         {args("settings --backend cloud"), QStringLiteral("--backend needs service or offline")},
+        {args("export --shape 4:3"), QStringLiteral("--shape needs 16:9 (wide), 9:16 (tall) or 1:1 (square), not 4:3")},
+        {args("run song.mp3 --shape tall"), QStringLiteral("--shape needs 16:9 (wide)")},
     };
     for (const auto &c : cases) {
         const CliResult result = home.run(c.arguments);

@@ -138,7 +138,9 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
     StoryboardChunk first = chunk(0);
     first.imagePrompt = QStringLiteral("A neon sign in the rain");
     first.redoStack = {GeneratedFrame{}};
-    open(projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first}));
+    Project tall = projectWithPlan({element(QStringLiteral("sign"), QStringLiteral("https://fal.media/sign.png"))}, {first});
+    tall.exportSettings.shape = VideoShape::portrait; // the picture is asked for in the video's shape
+    open(tall);
     scriptJobs(framePath, {accepted}, serveImages({QStringLiteral("v1"), QStringLiteral("v2"), QStringLiteral("v3")}));
     // Services answer with WebP as often as PNG: the third version comes as one, when this
     // machine can write it (scripts/setup installs qt6-image-formats-plugins).
@@ -167,7 +169,8 @@ TEST_F(FrameGenerationTest, EachGenerationWritesItsOwnFileAndPushesTheFrameBefor
 
     EXPECT_EQ(submissions()[0], (QJsonObject{{QStringLiteral("image_prompt"), first.imagePrompt},
                                              {QStringLiteral("style_preset"), QStringLiteral("POP_ART")},
-                                             {QStringLiteral("reference_image_urls"), QJsonArray{QStringLiteral("https://fal.media/sign.png")}}}));
+                                             {QStringLiteral("reference_image_urls"), QJsonArray{QStringLiteral("https://fal.media/sign.png")}},
+                                             {QStringLiteral("aspect_ratio"), QStringLiteral("9:16")}}));
 }
 
 TEST_F(FrameGenerationTest, ABatchRendersPendingElementsThenFramesOneAtATimeAndStopsAtAFailure)

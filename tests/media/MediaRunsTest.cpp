@@ -46,12 +46,12 @@ StoryboardChunk chunk(qint64 index, QColor colour, bool accepted, double start =
     return chunk;
 }
 
-// A store on a library of its own with the real renderer (small frames, two per clip, or
-// following the song at 10 frames a second) and the real exporter.
+// A store on a library of its own with the real renderer (two frames per clip, or following
+// the song at 10 frames a second, in the project's shape) and the real exporter.
 struct Fixture {
     explicit Fixture(QList<StoryboardChunk> chunks, const QString &title = QStringLiteral("Song"), const QString &song = {})
         : store(temp.library(), project(std::move(chunks), title, song),
-                PipelineServices{{}, std::make_shared<FfmpegMotionRenderer>(64, 36),
+                PipelineServices{{}, std::make_shared<FfmpegMotionRenderer>(),
                                  std::make_shared<FfmpegVideoExporter>(), {}, {}, {}}) {}
 
     static Project project(QList<StoryboardChunk> chunks, const QString &title, const QString &song)

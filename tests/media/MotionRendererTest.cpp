@@ -218,25 +218,38 @@ TEST(StillImage, FindsTheSubjectWrittenInTheFileOrSeenInThePicture)
     EXPECT_EQ(subjectOf(flat), SubjectFocus{});
 }
 
+// The card is the frame's size whatever the still's, and its letters fit a tall or square
+// frame as they fit a wide one.
 TEST(TitleCard, LettersTheTitleOverTheDarkenedStill)
 {
     QImage still(1280, 720, QImage::Format_RGB32);
     still.fill(QColor(40, 120, 200));
     QPainter(&still).fillRect(0, 0, 640, 720, QColor(230, 90, 60));
-    const QImage card = titleCard(still, QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"));
     QDir().mkpath(QStringLiteral(QUILLVANE_SCREENSHOT_DIR));
-    card.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/title-card.png"));
-
-    ASSERT_EQ(card.size(), still.size());
-    // Away from the letters the picture is darker and its two halves blurred into each other.
-    const QColor corner = card.pixelColor(20, 20);
-    EXPECT_LT(corner.lightness(), QColor(230, 90, 60).lightness() * 0.7);
-    EXPECT_NE(card.pixelColor(632, 700), card.pixelColor(20, 700)) << "no blur across the middle";
-    // The title's row holds cream letters brighter than anything in the darkened picture.
-    int bright = 0;
-    for (int x = 0; x < card.width(); ++x)
-        bright += card.pixelColor(x, int(720 * 0.40)).lightness() > 200 ? 1 : 0;
-    EXPECT_GT(bright, 40);
+    for (const QSize size : {QSize(1280, 720), QSize(720, 1280), QSize(720, 720)}) {
+        SCOPED_TRACE(size.width() * 10000 + size.height());
+        const QImage card = titleCard(still, size, QStringLiteral("Letters in the Snow"), QStringLiteral("Mara"));
+        card.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/title-card-%1x%2.png").arg(size.width()).arg(size.height()));
+        ASSERT_EQ(card.size(), size);
+        // Away from the letters the picture is darker and its two halves blurred into each other.
+        const int middle = size.width() / 2;
+        EXPECT_LT(card.pixelColor(20, 20).lightness(), QColor(230, 90, 60).lightness() * 0.7);
+        EXPECT_NE(card.pixelColor(middle - 8, size.height() - 20), card.pixelColor(20, size.height() - 20))
+            << "no blur across the middle";
+        // The title's rows hold cream letters brighter than anything in the darkened picture,
+        // none of them at the edges.
+        int bright = 0;
+        int atEdges = 0;
+        for (int y = int(size.height() * 0.25); y < int(size.height() * 0.47); y += 4) {
+            for (int x = 0; x < card.width(); ++x) {
+                const bool lit = card.pixelColor(x, y).lightness() > 200;
+                bright += lit ? 1 : 0;
+                atEdges += lit && (x < 8 || x >= size.width() - 8) ? 1 : 0;
+            }
+        }
+        EXPECT_GT(bright, 400);
+        EXPECT_EQ(atEdges, 0);
+    }
 }
 
 } // namespace

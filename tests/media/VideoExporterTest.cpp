@@ -81,7 +81,7 @@ TEST_F(VideoExporterTest, CopiedClipsMatchAReEncodeInAllButBytesTheContainerDeci
 
 TEST_F(VideoExporterTest, ScalesEveryClipIntoEachResolutionsBox)
 {
-    // Clips of another size than the first are scaled into its frame, then all into the box.
+    // Clips of another size or shape are fitted into the video's frame.
     const QString small = solidClip(*dir, QStringLiteral("small"), Qt::red, 2, 640, 360);
     const QString square = solidClip(*dir, QStringLiteral("square"), Qt::blue, 2, 360, 360);
     const std::tuple<ExportResolution, int, int> rows[] = {{ExportResolution::p720, 1280, 720},
@@ -96,6 +96,32 @@ TEST_F(VideoExporterTest, ScalesEveryClipIntoEachResolutionsBox)
         EXPECT_EQ(QSize(facts.width, facts.height), QSize(width, height));
         EXPECT_EQ(facts.frameTimes.size(), 7);
         EXPECT_EQ(colourRun(facts).left(5), QStringLiteral("gggrr"));
+    }
+}
+
+// A tall or square video has its shape's frame at its resolution (1440p sharing 1080p's): a
+// clip rendered at that frame is copied as it is, into any other it is fitted.
+TEST_F(VideoExporterTest, EachShapeHasItsOwnFrameAndClipsOfThatFrameAreCopied)
+{
+    MotionClip request;
+    request.imagePath = solidStill(*dir, QStringLiteral("tall.png"), Qt::red);
+    request.settings = shortMotion(0.3, 10);
+    request.frameSize = QSize(1080, 1920);
+    const QString tall = dir->filePath(QStringLiteral("tall.mov"));
+    FfmpegMotionRenderer().renderNow(request, tall, {}, {});
+    const std::tuple<VideoShape, ExportResolution, QSize, bool> rows[] = {
+        {VideoShape::portrait, ExportResolution::p1080, {1080, 1920}, true},
+        {VideoShape::portrait, ExportResolution::p720, {720, 1280}, false},
+        {VideoShape::square, ExportResolution::p1440, {1080, 1080}, false}};
+    for (const auto &[shape, resolution, size, copied] : rows) {
+        SCOPED_TRACE(textValue(shape).toStdString() + " " + textValue(resolution).toStdString());
+        ExportSettings settings;
+        settings.shape = shape;
+        settings.resolution = resolution;
+        const VideoFacts facts = inspectVideo(exportTo({tall, tall}, settings, QStringLiteral("shaped.mp4")));
+        EXPECT_EQ(QSize(facts.width, facts.height), size);
+        EXPECT_EQ(facts.frameTimes.size(), 6);
+        EXPECT_EQ(facts.firstVideoPacket == inspectVideo(tall).firstVideoPacket, copied);
     }
 }
 

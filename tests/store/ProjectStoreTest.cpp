@@ -192,3 +192,32 @@ TEST(ProjectStoreCharacters, RemovalsTakeAwayOnlyWhatWasNamed)
     EXPECT_FALSE(store.project().chunks.at(0).characterID.has_value());
     EXPECT_EQ(store.project().chunks.at(1).characterID, other);
 }
+
+// A frame painted for one shape would be cropped by another: a change of shape moves every
+// frame onto its chunk's undo stack, as a regenerate does, in one undo step, touching nothing
+// else; the same shape, or a chunk without a frame, moves nothing.
+TEST(ProjectStoreShape, AChangeSendsEveryFrameBackIntoItsHistoryInOneUndoStep)
+{
+    test::TempLibrary temp;
+    ProjectStore store(temp.library(), test::fullyPopulatedProject());
+    const Project before = store.project();
+    ASSERT_EQ(before.framedCount(), 1);
+    EXPECT_EQ(setVideoShape(store.document(), VideoShape::landscape), 0);
+    EXPECT_EQ(store.project(), before);
+
+    EXPECT_EQ(setVideoShape(store.document(), VideoShape::portrait), 1);
+    const Project after = store.project();
+    const StoryboardChunk &moved = after.chunks[0];
+    EXPECT_EQ(after.exportSettings.shape, VideoShape::portrait);
+    EXPECT_EQ(after.framedCount(), 0);
+    EXPECT_EQ(moved.undoStack, before.chunks[0].undoStack + QList{*before.chunks[0].frame});
+    EXPECT_TRUE(moved.redoStack.isEmpty());
+    Project restored = after;
+    restored.exportSettings.shape = before.exportSettings.shape;
+    restored.chunks[0] = before.chunks[0];
+    EXPECT_EQ(restored, before) << "nothing else changes";
+
+    EXPECT_TRUE(store.undo());
+    EXPECT_EQ(store.project(), before);
+    EXPECT_FALSE(store.document().canUndo());
+}

@@ -110,7 +110,8 @@ TEST(OfflineStudio, ServesOnlyItsOwnAndTheOpenProjectsPicturesUnderItsToken)
     picture.save(QDir(otherProject.path()).filePath(QStringLiteral("other.png")));
     const QJsonObject frame = session.job(
         QStringLiteral("workflows/brackenfold/lyric-video-frames-character"),
-        FalClient::frameInput(QStringLiteral("The exact text \"Hi\" is physically present on a sign."), QString(), {}));
+        FalClient::frameInput(QStringLiteral("The exact text \"Hi\" is physically present on a sign."), QString(), {},
+                              VideoShape::portrait));
     const QUrl own(*FalClient::findImageURL(frame));
     const QString token = own.path().section(QLatin1Char('/'), 2, 2);
     const QString base = own.adjusted(QUrl::RemovePath).toString();
@@ -138,6 +139,7 @@ TEST(OfflineStudio, ServesOnlyItsOwnAndTheOpenProjectsPicturesUnderItsToken)
         EXPECT_EQ(status, expected) << name;
         EXPECT_EQ(bytes.isEmpty(), expected == 404) << name;
     }
+    EXPECT_EQ(QImage::fromData(fetch(own.toString()).second).size(), QSize(1080, 1920)) << "painted in the shape asked";
 }
 
 } // namespace

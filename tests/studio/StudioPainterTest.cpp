@@ -1,3 +1,4 @@
+#include "model/Records.h"
 #include "studio/StudioPainter.h"
 
 #include <QPainter>
@@ -131,6 +132,32 @@ TEST(StudioPainter, APortraitKeepsItsShape)
         const int high = run(QPoint(0, 1));
         ASSERT_GT(high, 20);
         EXPECT_NEAR(double(wide) / high, 1.0, 0.1);
+    }
+}
+
+// Every shape gets a picture of its own size in which the words and the portrait stay whole
+// and apart, on a sign as on a wall.
+TEST(StudioPainter, TallAndSquarePicturesKeepTheWordsAndThePortraitInside)
+{
+    for (const VideoShape shape : allVideoShapes()) {
+        for (const char *surface : {"a shop sign", "a brick wall"}) {
+            SCOPED_TRACE(textValue(shape).toStdString() + " " + surface);
+            studio::FrameSpec scene = studio::frameSpecFromPrompt(
+                QStringLiteral("The exact text \"We are letters in the snow\" is physically present on %1, night street.").arg(QString::fromLatin1(surface)));
+            scene.size = frameSize(shape, ExportResolution::p1080);
+            QImage face(120, 160, QImage::Format_RGB32);
+            face.fill(Qt::magenta);
+            const QImage painted = studio::paintFrame(scene, face);
+            painted.save(QStringLiteral(QUILLVANE_SCREENSHOT_DIR "/studio-%1x%2-%3.png")
+                             .arg(scene.size.width()).arg(scene.size.height()).arg(QLatin1String(surface).right(4)));
+            EXPECT_EQ(painted.size(), scene.size);
+            const QRectF frame(QPointF(0, 0), scene.size);
+            const QRectF words = studio::textArea(scene);
+            const QRectF portrait = studio::portraitArea(scene).adjusted(-14, -14, 14, 14); // with its border
+            EXPECT_TRUE(frame.contains(words) && frame.contains(portrait));
+            EXPECT_FALSE(words.intersects(portrait));
+            EXPECT_GT(words.width(), frame.width() * 0.45) << "room for a line of words";
+        }
     }
 }
 

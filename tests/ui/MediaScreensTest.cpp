@@ -39,6 +39,24 @@ TEST(OutputScreens, MotionTimingExportLockAndTheWrittenVideosPath)
     EXPECT_EQ(ui.store.project().exportSettings.destinationFolder, QStringLiteral("/home/mara/Videos/Finished"));
     EXPECT_EQ(ui.text("destinationText"), QStringLiteral("/home/mara/Videos/Finished"));
     EXPECT_TRUE(ui.find("exportButton")->isEnabled());
+
+    // Another shape paints every frame again, so it asks first; Cancel changes nothing.
+    const Project framed = ui.store.project();
+    const auto chooseTall = [&] {
+        QMetaObject::invokeMethod(ui.find("shapePicker"), "activated", Q_ARG(int, 1));
+        ui.settle();
+        return ui.text("confirmMessage");
+    };
+    EXPECT_EQ(chooseTall(), QStringLiteral("Changing the shape repaints 10 frames. Change?"));
+    ui.screenshot("shape-confirm");
+    ui.click("confirmCancel");
+    EXPECT_EQ(ui.store.project(), framed);
+    EXPECT_EQ(ui.find("shapePicker")->property("currentIndex").toInt(), 0);
+    chooseTall();
+    ui.click("confirmButton");
+    EXPECT_EQ(std::pair(ui.store.project().exportSettings.shape, ui.store.project().framedCount()),
+              std::pair(VideoShape::portrait, 0));
+    EXPECT_EQ(ui.text("summary-Output"), QStringLiteral("1080p · 9:16 · MP4 (H.264)"));
     ui.store.session().setRunningTask(QStringLiteral("Exporting video"));
     ui.settle();
     EXPECT_FALSE(ui.find("exportButton")->isEnabled());

@@ -28,6 +28,19 @@ ColumnLayout {
         onAccepted: Export.destination = selectedFolder
     }
 
+    // Frames are painted in the video's shape, so another shape sends them back to be painted
+    // again (Edit ▸ Undo brings them back): the user is asked first.
+    ConfirmDialog {
+        id: shapeConfirm
+        objectName: "shapeConfirm"
+        property int shape: -1
+        confirmText: "Change"
+        message: "Changing the shape repaints " + (Storyboard.framedCount === 1 ? "1 frame" : Storyboard.framedCount + " frames")
+                 + ". Change?"
+        onConfirmed: Export.changeShape(shape)
+        onClosed: shapePicker.currentIndex = Qt.binding(() => Export.shape)
+    }
+
     SurfaceHeader {
         kicker: "Step 7 · Export"
         title: "Assemble & export."
@@ -73,6 +86,25 @@ ColumnLayout {
                 model: Export.resolutionLabels
                 currentIndex: Export.resolution
                 onActivated: index => Export.resolution = index
+            }
+            Text { text: "Shape"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
+            KitComboBox {
+                id: shapePicker
+                objectName: "shapePicker"
+                Layout.preferredWidth: 140
+                model: Export.shapeLabels
+                currentIndex: Export.shape
+                enabled: !Session.busy
+                onActivated: index => {
+                    if (index === Export.shape)
+                        return
+                    if (Storyboard.framedCount === 0) {
+                        Export.changeShape(index)
+                        return
+                    }
+                    shapeConfirm.shape = index
+                    shapeConfirm.open()
+                }
             }
             Text { text: "Container"; font.pixelSize: 13; color: Theme.cream; Layout.fillWidth: true }
             KitComboBox {
@@ -136,6 +168,7 @@ ColumnLayout {
                     ["Accepted frames", String(Storyboard.acceptedCount)],
                     ["Duration", Session.clock(Export.projectDuration)],
                     ["Output", Export.resolutionLabels[Export.resolution] + " · "
+                               + Export.shapeLabels[Export.shape].split(" ")[0] + " · "
                                + Export.containerLabels[Export.container]]
                 ]
                 delegate: RowLayout {
