@@ -49,6 +49,7 @@ void checkRun(const ParsedArgs &args)
     if (const auto text = args.value(QStringLiteral("container"));
         text && *text != QLatin1String("mp4") && *text != QLatin1String("mov"))
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
+    lyricsChoice(args);
 }
 
 void cast(ProjectStore &store, const Character &character)
@@ -121,6 +122,8 @@ QCoro::Task<int> runTrack(CommandContext context)
     road.audio = absolute(args.positional.first());
     if (const auto name = args.value(QStringLiteral("character")))
         road.character = Character{*name, {}, absolute(*args.value(QStringLiteral("image")))};
+    // How the track's lyrics reach the picture, before anything is planned.
+    road.start.style.lyricsOnScreen = lyricsChoice(args);
     road.acceptAll = args.has(QStringLiteral("accept-all"));
     road.subtitles = args.has(QStringLiteral("subtitles"));
     if (const auto folder = args.value(QStringLiteral("to")))
@@ -161,7 +164,7 @@ QList<Command> runCommands()
     return {
         {QStringLiteral("run"),
          QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C] "
-                        "[--subtitles]"),
+                        "[--subtitles] [--lyrics painted|sung|both]"),
          QStringLiteral("the whole road of one track, from import to frames (and with --accept-all to the video)"),
          {{QStringLiteral("character"), QStringLiteral("NAME"), QStringLiteral("cast a character for this track")},
           {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("the character's reference image")},
@@ -169,7 +172,8 @@ QList<Command> runCommands()
           {QStringLiteral("to"), QStringLiteral("DIR"), QStringLiteral("folder to export into")},
           {QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
-          {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")}},
+          {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")},
+          lyricsOption()},
          1, 1, runTrack, checkRun},
         demo,
     };

@@ -100,8 +100,9 @@ public:
     // Fetches an image and writes it to destination, creating its folder, replacing any file.
     QCoro::Task<> download(QString urlString, QString destination);
 
+    // The negative prompt goes as "negative_prompt" only when there is one.
     static QJsonObject frameInput(const QString &imagePrompt, const QString &stylePreset,
-                                  const QStringList &referenceImageURLs);
+                                  const QStringList &referenceImageURLs, const QString &negativePrompt = {});
     // The first image URL in a result document, searched depth first.
     static std::optional<QString> findImageURL(const QJsonValue &value);
     static bool isImageURL(const QString &text);

@@ -54,7 +54,7 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
     batch.motion.fps = schedule.fps;
     for (const ClipSlot &slot : schedule.clips) {
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);
-        if (acceptedOnly && !chunk->isAccepted())
+        if (acceptedOnly && !chunk->isAccepted(store.lyricsOnScreen()))
             continue;
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
                             slot.introFrames, store.document().media().clipPath(slot.chunkID),
@@ -88,8 +88,7 @@ void touch(ProjectStore &store)
 
 QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
 {
-    const auto &chunks = store.project().chunks;
-    if (std::none_of(chunks.begin(), chunks.end(), [](const StoryboardChunk &chunk) { return chunk.isAccepted(); }))
+    if (store.project().acceptedCount(store.lyricsOnScreen()) == 0)
         throw PipelineError(PipelineError::Case::notReviewed);
     const std::shared_ptr<MotionRenderer> renderer = rendererOf(store);
     settleSpans(store);
@@ -100,7 +99,7 @@ QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
 
 QCoro::Task<QString> runExportVideo(ProjectStore &store, std::optional<bool> subtitles, CancelToken cancel)
 {
-    if (!store.project().allChunksAccepted())
+    if (!store.project().allChunksAccepted(store.lyricsOnScreen()))
         throw PipelineError(PipelineError::Case::notReviewed);
     const std::shared_ptr<VideoExporter> exporter = store.services().exporter;
     if (!exporter)

@@ -22,13 +22,18 @@ struct FrameSpec {
     quint32 variation = 0;
 };
 
+// Whether a prompt or guidance asks for no words in the picture ("no text", "no lettering"):
+// the lyrics are then set over the video, and the studio letters nothing.
+bool asksForNoWords(const QString &prompt);
+
+// A prompt that asks for no words gives a scene without any (no text, no surface to carry it).
 FrameSpec frameSpecFromPrompt(const QString &imagePrompt);
 
 // 1024x1024: an emblem of the element in the palette of its prompt.
 QImage paintElement(const QString &elementID, const QString &prompt);
 
 // 1920x1080: the scene, the first reference image (when given) as a framed portrait, and the
-// words on their surface in perspective.
+// words (when the scene has any) on their surface in perspective.
 QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character = std::nullopt);
 
 // The source changed as the request says: colour and light words (whole words only) tint it;
