@@ -95,7 +95,9 @@ TEST(Bridges, AChangeAnnouncesOnlyTheValuesItMoved)
          "Storyboard.acceptedCount Storyboard.selectedChunk"},
         {"zoom", [&] { bridges.motion.setZoom(0.4); }, "Motion.zoom"},
         {"fixed-length clips", [&] { bridges.motion.setFollowsSong(false); }, "Export.projectDuration Motion.followsSong"},
-        {"the offline studio", [&] { bridges.settings.setOfflineStudio(true); }, "AppSettings.offlineStudio"},
+        // Its stills carry no words, so the lyrics become sung: the prompt and the review follow.
+        {"the offline studio", [&] { bridges.settings.setOfflineStudio(true); },
+         "AppSettings.offlineStudio Cast.lyricsNote Cast.lyricsOnScreen Cast.promptPreview Storyboard.selectedChunk"},
         {"a chunk chosen", [&] { store.session().setSelectedChunkID(third); }, "Storyboard.selectedChunk Storyboard.selectedChunkId"},
         {"the playhead past a line's start", [&] { bridges.timing.setPlayhead(2.5); }, "Timing.currentLine Timing.playhead"},
         {"the playhead within the line", [&] { bridges.timing.setPlayhead(3.5); }, "Timing.playhead"},

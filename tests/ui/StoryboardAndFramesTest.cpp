@@ -108,6 +108,7 @@ TEST(FrameReview, CardsGridAndSheetShowEachFramesStateAndActOnIt)
     ui.bridges.cast.setLyricsOnScreen(int(LyricsOnScreen::sung));
     ui.settle();
     EXPECT_EQ(ui.find("lyricsPicker")->property("currentIndex").toInt(), int(LyricsOnScreen::sung));
+    ui.screenshot("style-lyrics-sung");
     ui.show(PipelineStage::frames);
     EXPECT_EQ(chip(7), QStringLiteral("Accepted"));
     EXPECT_EQ(ui.bridges.storyboard.acceptedCount(), 6);
@@ -116,6 +117,7 @@ TEST(FrameReview, CardsGridAndSheetShowEachFramesStateAndActOnIt)
     EXPECT_TRUE(spelling->property("checked").toBool());
     EXPECT_EQ(spelling->property("note").toString(), QStringLiteral("Set by Quillvane as sung"));
     EXPECT_TRUE(ui.findAll("check-placementOK").value(7)->isEnabled());
+    ui.screenshot("frames-review-sung");
 
     // Every frame accepted: the way to motion appears.
     ui.store.editProject([](Project &p) { p.chunks.erase(p.chunks.begin() + 4, p.chunks.end()); });
