@@ -84,4 +84,9 @@ QList<Command> editCommands();
 QList<Command> mediaCommands();
 QList<Command> runCommands();
 
+// "--lyrics painted|sung|both", shared by style and run: the option, its check (throws
+// UsageError for an unknown name) and the choice it names, if given.
+OptionSpec lyricsOption();
+std::optional<LyricsOnScreen> lyricsChoice(const ParsedArgs &args);
+
 } // namespace quillvane::cli

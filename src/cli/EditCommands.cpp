@@ -35,37 +35,53 @@ const StoryboardChunk &framedChunk(const ProjectStore &store, qint64 number)
     return chunk;
 }
 
-QJsonObject reviewJson(const ReviewChecklist &review)
+// The checks as they count under the project's lyrics (those the lettering layer answers
+// are ticked).
+QJsonObject reviewJson(const ReviewChecklist &review, LyricsOnScreen lyrics)
 {
     QJsonObject object;
     for (ReviewCheck check : allReviewChecks)
-        object.insert(caseName(check), value(review, check));
+        object.insert(caseName(check), value(effectiveReview(review, lyrics), check));
     return object;
+}
+
+// The labels of the checks the lettering layer answers, e.g. "Spelling correct, Readable".
+QStringList checksSetAsSung(LyricsOnScreen lyrics)
+{
+    QStringList labels;
+    for (ReviewCheck check : allReviewChecks) {
+        if (setAsSung(check, lyrics))
+            labels.append(label(check));
+    }
+    return labels;
 }
 
 // What every command here prints: the chunk's version and, when it has a frame, its picture
 // and review state.
 void printFrame(const CommandContext &context, const StoryboardChunk &chunk)
 {
+    const LyricsOnScreen lyrics = context.store.lyricsOnScreen();
     if (context.globals.json) {
         QJsonObject object{{QStringLiteral("chunk"), chunk.chunkNumber},
                            {QStringLiteral("version"), chunk.undoStack.size() + 1},
                            {QStringLiteral("undo"), chunk.undoStack.size()},
                            {QStringLiteral("redo"), chunk.redoStack.size()},
-                           {QStringLiteral("accepted"), chunk.isAccepted()}};
+                           {QStringLiteral("accepted"), chunk.isAccepted(lyrics)}};
         if (chunk.frame) {
             object.insert(QStringLiteral("localPath"), chunk.frame->localPath);
             if (chunk.frame->editRequest)
                 object.insert(QStringLiteral("editRequest"), *chunk.frame->editRequest);
-            object.insert(QStringLiteral("review"), reviewJson(chunk.frame->review));
-            object.insert(QStringLiteral("passed"), chunk.frame->review.passedCount());
+            object.insert(QStringLiteral("review"), reviewJson(chunk.frame->review, lyrics));
+            object.insert(QStringLiteral("passed"), effectiveReview(chunk.frame->review, lyrics).passedCount());
         }
         context.out.json(object);
         return;
     }
     QString line = QStringLiteral("Frame %1: %2").arg(chunk.chunkNumber).arg(versionLabel(chunk));
     if (chunk.frame) {
-        line += QStringLiteral(", %1").arg(reviewSummary(chunk.frame->review));
+        line += QStringLiteral(", %1").arg(reviewSummary(chunk.frame->review, lyrics));
+        if (const QStringList sung = checksSetAsSung(lyrics); !sung.isEmpty())
+            line += QStringLiteral(" (%1: %2)").arg(sung.join(QStringLiteral(", ")), setAsSungLabel);
         if (!chunk.frame->localPath.isEmpty())
             line += QStringLiteral(", %1").arg(chunk.frame->localPath);
     }

@@ -109,7 +109,7 @@ QCoro::Task<int> motion(CommandContext context)
         co_return stoppedStatus(context.out, rendered);
     qsizetype clips = 0;
     for (const StoryboardChunk &chunk : context.store.project().chunks)
-        clips += chunk.isAccepted() && chunk.frame->motionClipPath ? 1 : 0;
+        clips += chunk.isAccepted(context.store.lyricsOnScreen()) && chunk.frame->motionClipPath ? 1 : 0;
     const QString folder = context.store.document().media().clipsFolder();
     if (context.globals.json)
         context.out.json({{QStringLiteral("clips"), clips}, {QStringLiteral("folder"), folder}});

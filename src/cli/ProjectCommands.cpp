@@ -23,7 +23,7 @@ QCoro::Task<int> status(CommandContext context)
                            {QStringLiteral("segments"), project.transcript.size()},
                            {QStringLiteral("chunks"), project.chunks.size()},
                            {QStringLiteral("framed"), project.framedCount()},
-                           {QStringLiteral("accepted"), project.acceptedCount()},
+                           {QStringLiteral("accepted"), project.acceptedCount(context.store.lyricsOnScreen())},
                            {QStringLiteral("clipTiming"), textValue(project.motion.clipTiming)},
                            {QStringLiteral("stages"), stages}};
         if (project.lyricsSource)
@@ -42,7 +42,7 @@ QCoro::Task<int> status(CommandContext context)
     out.line(QStringLiteral("Chunks:      %1 (%2 framed, %3 accepted)")
                  .arg(project.chunks.size())
                  .arg(project.framedCount())
-                 .arg(project.acceptedCount()));
+                 .arg(project.acceptedCount(context.store.lyricsOnScreen())));
     out.line(QStringLiteral("Stages:"));
     for (const PipelineStage stage : allPipelineStages()) {
         const StageStatus state = context.store.status(stage);
@@ -131,19 +131,44 @@ QCoro::Task<int> style(CommandContext context)
             if (const auto value = context.args.value(QString::fromUtf8(option.option)))
                 project.style.*option.field = *value;
         }
+        if (const auto lyrics = lyricsChoice(context.args))
+            project.style.lyricsOnScreen = lyrics;
     });
     const StyleGuidance &current = context.store.project().style;
+    // Chosen by the project, or else what the generation backend calls for.
+    const LyricsOnScreen lyrics = context.store.lyricsOnScreen();
     if (context.globals.json) {
-        context.out.json(toJson(current));
+        QJsonObject object = toJson(current);
+        object.insert(QStringLiteral("lyricsShown"), textValue(lyrics));
+        context.out.json(object);
         co_return 0;
     }
     for (const auto &option : styleOptions)
         context.out.line(QStringLiteral("%1 %2").arg(QString::fromUtf8(option.label) + QLatin1Char(':'), -12)
                              .arg(current.*option.field));
+    context.out.line(QStringLiteral("%1 %2%3").arg(QStringLiteral("Lyrics:"), -12).arg(label(lyrics),
+                         current.lyricsOnScreen ? QString() : QStringLiteral(" (the backend's default)")));
     co_return 0;
 }
 
 } // namespace
+
+OptionSpec lyricsOption()
+{
+    return {QStringLiteral("lyrics"), QStringLiteral("painted|sung|both"),
+            QStringLiteral("paint the lyrics into the scene, set them over the video as they are sung, or both")};
+}
+
+std::optional<LyricsOnScreen> lyricsChoice(const ParsedArgs &args)
+{
+    const auto text = args.value(QStringLiteral("lyrics"));
+    if (!text)
+        return std::nullopt;
+    const auto lyrics = lyricsOnScreenFromText(*text);
+    if (!lyrics)
+        throw UsageError(lyricsOnScreenUsage);
+    return lyrics;
+}
 
 QList<Command> projectCommands()
 {
@@ -151,6 +176,8 @@ QList<Command> projectCommands()
     for (const auto &option : styleOptions)
         styleSpecs.append({QString::fromUtf8(option.option), QStringLiteral("TEXT"),
                            QStringLiteral("set the style's %1").arg(QString::fromUtf8(option.label).toLower())});
+    // How the lyrics reach the picture, a choice rather than text.
+    styleSpecs.append(lyricsOption());
     return {
         {QStringLiteral("status"), {}, QStringLiteral("show the project and the status of all nine stages"), {}, 0, 0,
          status},
@@ -181,8 +208,9 @@ QList<Command> projectCommands()
         textFieldCommand(QStringLiteral("concept"), QStringLiteral("TEXT"),
                          QStringLiteral("set the concept sent to the planner"), QStringLiteral("conceptPrompt"),
                          &Project::conceptPrompt),
-        {QStringLiteral("style"), QStringLiteral("[--palette P] [--mood M] [--medium M] [--continuity C] [--negative N]"),
-         QStringLiteral("show or change the style guidance"), styleSpecs, 0, 0, style},
+        {QStringLiteral("style"),
+         QStringLiteral("[--palette P] [--mood M] [--medium M] [--continuity C] [--negative N] [--lyrics painted|sung|both]"),
+         QStringLiteral("show or change the style guidance"), styleSpecs, 0, 0, style, [](const ParsedArgs &args) { lyricsChoice(args); }},
     };
 }
 

@@ -53,6 +53,7 @@ void checkRun(const ParsedArgs &args)
         text && *text != QLatin1String("mp4") && *text != QLatin1String("mov"))
         throw UsageError(QStringLiteral("--container needs mp4 or mov"));
     shapeOption(args);
+    lyricsChoice(args);
 }
 
 void cast(ProjectStore &store, const Character &character)
@@ -127,6 +128,8 @@ QCoro::Task<int> runTrack(CommandContext context)
     road.audio = absolute(args.positional.first());
     if (const auto name = args.value(QStringLiteral("character")))
         road.character = Character{*name, {}, absolute(*args.value(QStringLiteral("image")))};
+    // How the track's lyrics reach the picture, before anything is planned.
+    road.start.style.lyricsOnScreen = lyricsChoice(args);
     road.acceptAll = args.has(QStringLiteral("accept-all"));
     road.subtitles = args.has(QStringLiteral("subtitles"));
     if (const auto folder = args.value(QStringLiteral("to")))
@@ -168,7 +171,7 @@ QList<Command> runCommands()
     return {
         {QStringLiteral("run"),
          QStringLiteral("AUDIO [--character NAME --image PATH] [--accept-all] [--to DIR] [--resolution R] [--container C] "
-                        "[--subtitles] [--shape 16:9|9:16|1:1]"),
+                        "[--subtitles] [--shape 16:9|9:16|1:1] [--lyrics painted|sung|both]"),
          QStringLiteral("the whole road of one track, from import to frames (and with --accept-all to the video)"),
          {{QStringLiteral("character"), QStringLiteral("NAME"), QStringLiteral("cast a character for this track")},
           {QStringLiteral("image"), QStringLiteral("PATH"), QStringLiteral("the character's reference image")},
@@ -177,8 +180,8 @@ QList<Command> runCommands()
           {QStringLiteral("resolution"), QStringLiteral("R"), QStringLiteral("720p, 1080p, 1440p or 4K")},
           {QStringLiteral("container"), QStringLiteral("C"), QStringLiteral("mp4 or mov")},
           {QStringLiteral("subtitles"), {}, QStringLiteral("also write NAME.srt and NAME.lrc beside the video")},
-          // The video's shape.
-          shapeOptionSpec()},
+          // The video's shape, and how its lyrics are shown.
+          shapeOptionSpec(), lyricsOption()},
          1, 1, runTrack, checkRun},
         demo,
     };

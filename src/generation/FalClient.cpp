@@ -360,12 +360,16 @@ QCoro::Task<> FalClient::download(QString urlString, QString destination)
 }
 
 QJsonObject FalClient::frameInput(const QString &imagePrompt, const QString &stylePreset,
-                                  const QStringList &referenceImageURLs, VideoShape shape)
+                                  const QStringList &referenceImageURLs, VideoShape shape,
+                                  const QString &negativePrompt)
 {
-    return {{QStringLiteral("image_prompt"), imagePrompt},
-            {QStringLiteral("style_preset"), stylePreset},
-            {QStringLiteral("reference_image_urls"), QJsonArray::fromStringList(referenceImageURLs)},
-            {QStringLiteral("aspect_ratio"), textValue(shape)}};
+    QJsonObject input{{QStringLiteral("image_prompt"), imagePrompt},
+                      {QStringLiteral("style_preset"), stylePreset},
+                      {QStringLiteral("reference_image_urls"), QJsonArray::fromStringList(referenceImageURLs)},
+                      {QStringLiteral("aspect_ratio"), textValue(shape)}};
+    if (!negativePrompt.isEmpty())
+        input.insert(QStringLiteral("negative_prompt"), negativePrompt);
+    return input;
 }
 
 std::optional<QString> FalClient::findImageURL(const QJsonValue &value)

@@ -101,9 +101,11 @@ public:
     // Fetches an image and writes it to destination, creating its folder, replacing any file.
     QCoro::Task<> download(QString urlString, QString destination);
 
-    // The frame job's input; aspect_ratio asks for a picture of the video's shape ("9:16").
+    // The frame job's input; aspect_ratio asks for a picture of the video's shape ("9:16"), and
+    // the negative prompt goes as "negative_prompt" only when there is one.
     static QJsonObject frameInput(const QString &imagePrompt, const QString &stylePreset,
-                                  const QStringList &referenceImageURLs, VideoShape shape = VideoShape::landscape);
+                                  const QStringList &referenceImageURLs, VideoShape shape = VideoShape::landscape,
+                                  const QString &negativePrompt = {});
     // The first image URL in a result document, searched depth first.
     static std::optional<QString> findImageURL(const QJsonValue &value);
     static bool isImageURL(const QString &text);

@@ -35,7 +35,7 @@ QString frameLabel(const StoryboardChunk &chunk)
     return QStringLiteral("Generating frame %1").arg(chunk.index + 1);
 }
 
-QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style,
+QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style, LyricsOnScreen lyrics,
                            const CharacterReference *character)
 {
     const QString surface = chunk.surface.isEmpty() ? QStringLiteral("a believable physical surface in the scene")
@@ -43,8 +43,11 @@ QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &st
     QStringList sentences;
     sentences << withoutClosingPunctuation(style.mood) + QStringLiteral(". Medium: ")
             + withoutClosingPunctuation(style.medium) + QLatin1Char('.');
-    sentences << QStringLiteral("The exact text \"") + chunk.renderedText + QStringLiteral("\" is physically present on ")
-            + surface + QStringLiteral(", spelled correctly and clearly legible.");
+    if (paintsWords(lyrics))
+        sentences << QStringLiteral("The exact text \"") + chunk.renderedText + QStringLiteral("\" is physically present on ")
+                + surface + QStringLiteral(", spelled correctly and clearly legible.");
+    else
+        sentences << noWordsInFrame;
     if (character) {
         QString featuring = QStringLiteral("Featuring ") + character->name
             + QStringLiteral(", consistent with the provided reference.");
@@ -56,6 +59,24 @@ QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &st
         sentences << QStringLiteral("Continuity: ") + withoutClosingPunctuation(style.continuityNotes) + QLatin1Char('.');
     sentences << QStringLiteral("Palette: ") + withoutClosingPunctuation(style.paletteName) + QLatin1Char('.');
     return sentences.join(QLatin1Char(' '));
+}
+
+QString framePrompt(const StoryboardChunk &chunk, const StyleGuidance &style, LyricsOnScreen lyrics)
+{
+    if (paintsWords(lyrics))
+        return chunk.imagePrompt.isEmpty() ? composeFramePrompt(chunk, style, lyrics) : chunk.imagePrompt;
+    const bool namesWords = !chunk.renderedText.isEmpty() && chunk.imagePrompt.contains(chunk.renderedText);
+    if (chunk.imagePrompt.isEmpty() || namesWords)
+        return composeFramePrompt(chunk, style, lyrics);
+    return withoutClosingPunctuation(chunk.imagePrompt) + QStringLiteral(". ") + noWordsInFrame;
+}
+
+QString frameNegativePrompt(const StyleGuidance &style, LyricsOnScreen lyrics)
+{
+    if (paintsWords(lyrics))
+        return {};
+    const QString own = withoutClosingPunctuation(style.negativePrompts);
+    return own.isEmpty() ? wordsToAvoid : own + QStringLiteral(", ") + wordsToAvoid;
 }
 
 QStringList referenceImageURLs(const Project &project, const StoryboardChunk &chunk, const QStringList &characterURLs)
@@ -119,7 +140,8 @@ QCoro::Task<GeneratedFrame> generateFrame(FalClient &client, QString workflow, F
         reference = co_await reaching;
         cancel.throwIfCancelled();
     }
-    const QJsonObject input = FalClient::frameInput(job.prompt, job.stylePreset, job.references, job.shape);
+    const QJsonObject input
+        = FalClient::frameInput(job.prompt, job.stylePreset, job.references, job.shape, job.negativePrompt);
     auto painting = runImageJob(client, workflow, input, report, cancel);
     const QString imageURL = co_await painting;
     auto downloading = downloadFrame(client, imageURL, job.prompt, std::nullopt, media, chunkID);

@@ -19,10 +19,25 @@ QString frameLabel(const StoryboardChunk &chunk);
 // The sentence for a chunk whose frame would have nothing to keep it consistent with.
 QString noReferenceMessage(const StoryboardChunk &chunk);
 
-// The image prompt of a chunk: mood and medium, the lyric text on its surface, the character
-// (when given), continuity notes (when any) and the palette, as sentences joined by blanks.
-QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style,
+// What the planner and the painter are told when the lyrics are only set over the video as
+// sung: the stills carry no words of their own, which the lettering layer would fight with.
+inline const QString noWordsInPlan =
+    QStringLiteral("No text, no lettering, no signs with words in any frame: the lyrics are set over the video as they are sung.");
+inline const QString noWordsInFrame = QStringLiteral("No text, no lettering, no signs with words anywhere in the picture.");
+inline const QString wordsToAvoid = QStringLiteral("text, lettering, letters, words, captions, signs with words");
+
+// The image prompt of a chunk: mood and medium, the lyric text on its surface (or, when the
+// lyrics are only sung, no words at all), the character (when given), continuity notes (when
+// any) and the palette, as sentences joined by blanks.
+QString composeFramePrompt(const StoryboardChunk &chunk, const StyleGuidance &style, LyricsOnScreen lyrics,
                            const CharacterReference *character = nullptr);
+// The prompt a chunk's frame is painted from: the planner's, else the composed one. When the
+// lyrics are only sung it asks for no words, and a planner's prompt that still names the
+// chunk's words (planned before the choice) gives way to the composed one.
+QString framePrompt(const StoryboardChunk &chunk, const StyleGuidance &style, LyricsOnScreen lyrics);
+// The words a frame must keep out, sent only when the lyrics are only sung (empty otherwise,
+// leaving the request as the service has always had it): the style's negatives and any text.
+QString frameNegativePrompt(const StyleGuidance &style, LyricsOnScreen lyrics);
 
 // The references sent with a chunk's frame job: the rendered images of the elements it uses,
 // then the characters' reference images (data URLs made once per operation, see
@@ -58,6 +73,8 @@ struct FrameJob {
 
     // The video's shape: the picture is asked for in it, so the motion need not crop it.
     VideoShape shape = VideoShape::landscape;
+    // What the picture must not show (frameNegativePrompt); not sent when empty.
+    QString negativePrompt;
 };
 
 // Paints the frame of the chunk with chunkID and downloads it into the media folder: a fresh

@@ -45,6 +45,12 @@ QString label(ReviewCheck check)
     Q_UNREACHABLE();
 }
 
+bool setAsSung(ReviewCheck check, LyricsOnScreen lyrics)
+{
+    // The checks that pass with nothing ticked are the ones the lettering layer answers.
+    return value(effectiveReview(ReviewChecklist{}, lyrics), check);
+}
+
 bool &field(ReviewChecklist &review, ReviewCheck check)
 {
     switch (check) {
@@ -77,8 +83,9 @@ bool setCheck(Project &project, const QUuid &chunkID, ReviewCheck check, bool va
     return true;
 }
 
-QString reviewSummary(const ReviewChecklist &review)
+QString reviewSummary(const ReviewChecklist &checklist, LyricsOnScreen lyrics)
 {
+    const ReviewChecklist review = effectiveReview(checklist, lyrics);
     return review.allPassed() ? QStringLiteral("Accepted") : QStringLiteral("%1/5 checks").arg(review.passedCount());
 }
 

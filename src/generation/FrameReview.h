@@ -23,6 +23,13 @@ std::optional<ReviewCheck> reviewCheckNamed(const QString &name);
 // "Spelling correct", "Readable", ...
 QString label(ReviewCheck check);
 
+// Whether the lettering layer answers the check under these lyrics: painted-word checks while
+// the lyrics are only set as sung. Such a check counts as passed (see effectiveReview) and
+// is shown ticked, not for the person to change.
+bool setAsSung(ReviewCheck check, LyricsOnScreen lyrics);
+// How the screens and the command line name such a check's state.
+inline const QString setAsSungLabel = QStringLiteral("Set by Quillvane as sung");
+
 bool &field(ReviewChecklist &review, ReviewCheck check);
 bool value(const ReviewChecklist &review, ReviewCheck check);
 
@@ -30,7 +37,7 @@ bool value(const ReviewChecklist &review, ReviewCheck check);
 // stacks keep theirs); false, and no change, when no chunk with a frame matched.
 bool setCheck(Project &project, const QUuid &chunkID, ReviewCheck check, bool value);
 
-// "Accepted", else "N/5 checks".
-QString reviewSummary(const ReviewChecklist &review);
+// "Accepted", else "N/5 checks", counted as under these lyrics.
+QString reviewSummary(const ReviewChecklist &review, LyricsOnScreen lyrics);
 
 } // namespace quillvane

@@ -1,5 +1,6 @@
 #include "generation/Planning.h"
 
+#include "generation/FrameGeneration.h"
 #include "generation/GenerationProgress.h"
 #include "generation/ReferenceImages.h"
 #include "model/PipelineConfig.h"
@@ -35,10 +36,12 @@ QString transcriptText(const QList<TranscriptSegment> &segments)
     return lines.join(QLatin1Char('\n'));
 }
 
-QJsonObject plannerInput(const Project &project, const QStringList &imageURLs)
+QJsonObject plannerInput(const Project &project, const QStringList &imageURLs, LyricsOnScreen lyrics)
 {
     // A concept of blanks only is still the user's word, so it is not trimmed away.
-    const QString guidance = project.conceptPrompt.isEmpty() ? project.style.continuityNotes : project.conceptPrompt;
+    QString guidance = project.conceptPrompt.isEmpty() ? project.style.continuityNotes : project.conceptPrompt;
+    if (!paintsWords(lyrics))
+        guidance += (guidance.isEmpty() ? QString() : QStringLiteral(" ")) + noWordsInPlan;
     return {
         {QStringLiteral("artist"), project.artist},
         {QStringLiteral("duration_seconds"), durationSeconds(project.transcript)},
@@ -71,8 +74,8 @@ QList<StoryboardChunk> carryOverFrames(const QList<StoryboardChunk> &oldChunks, 
     return newChunks;
 }
 
-QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project, TaskReport report,
-                                              CancelToken cancel)
+QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project,
+                                              LyricsOnScreen lyrics, TaskReport report, CancelToken cancel)
 {
     // Checked before anything is sent, in the order the person fixes them.
     if (project.transcript.isEmpty())
@@ -83,7 +86,7 @@ QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflo
     if (imageURLs.isEmpty())
         throw PipelineError(PipelineError::Case::missingCharacter);
 
-    auto submitting = client.submit(workflow, plannerInput(project, imageURLs));
+    auto submitting = client.submit(workflow, plannerInput(project, imageURLs, lyrics));
     const SubmitResponse submission = co_await submitting;
     auto waiting = client.awaitCompletion(submission, queueProgress(report), cancel);
     co_await waiting;

@@ -20,8 +20,9 @@ inline const QString planningLabel = QStringLiteral("Planning storyboard");
 // feeds and no line feed at the end: the timing the planner cuts frames from.
 QString transcriptText(const QList<TranscriptSegment> &segments);
 
-// The planner's input object; imageURLs are the encoded reference images, in order.
-QJsonObject plannerInput(const Project &project, const QStringList &imageURLs);
+// The planner's input object; imageURLs are the encoded reference images, in order. When the
+// lyrics are only sung, the style guidance asks for frames without words.
+QJsonObject plannerInput(const Project &project, const QStringList &imageURLs, LyricsOnScreen lyrics);
 
 // The new chunks, each carrying the frame and undo/redo history of the old chunk it matches:
 // same chunkNumber first, else same lyricExcerpt (the first old chunk with a key wins). Old
@@ -31,12 +32,12 @@ QList<StoryboardChunk> carryOverFrames(const QList<StoryboardChunk> &oldChunks, 
 // A storyboard as the planner made it: the plan and one chunk per planned frame.
 using PlannedStoryboard = PlanParser::Parsed;
 
-// Asks the planner workflow for a storyboard of the project (its transcript, artist, concept
-// and characters' reference images), the queue position going to the report. Fails with
+// Asks the planner workflow for a storyboard of the project (its transcript, artist, concept,
+// characters' reference images and whether frames may carry words), the queue position going to the report. Fails with
 // emptyLyrics or missingCharacter before anything is sent, then with noChunks or the
 // client's error.
-QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project, TaskReport report,
-                                              CancelToken cancel);
+QCoro::Task<PlannedStoryboard> planStoryboard(FalClient &client, QString workflow, Project project,
+                                              LyricsOnScreen lyrics, TaskReport report, CancelToken cancel);
 
 // Makes the planned storyboard the project's: its plan, and its chunks carrying over the
 // frames of the chunks they replace (see carryOverFrames); touches updatedAt.

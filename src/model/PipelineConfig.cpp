@@ -124,6 +124,19 @@ LyricsOnScreen lyricsOnScreen(const StyleGuidance &style, Backend backend)
     return backend == Backend::offline ? LyricsOnScreen::sung : LyricsOnScreen::painted;
 }
 
+QString label(LyricsOnScreen lyrics)
+{
+    switch (lyrics) {
+    case LyricsOnScreen::painted:
+        return QStringLiteral("Painted in the scene");
+    case LyricsOnScreen::sung:
+        return QStringLiteral("Set as sung");
+    case LyricsOnScreen::both:
+        return QStringLiteral("Both");
+    }
+    return {};
+}
+
 QString settingName(TimingMethod method)
 {
     return method == TimingMethod::proportional ? QStringLiteral("proportional") : QStringLiteral("words");

@@ -51,6 +51,10 @@ std::optional<TimingMethod> timingMethodNamed(const QString &name);
 // backend's pictures call for (the service paints words well; the offline studio's stills
 // carry none, so the lettering layer sets them).
 LyricsOnScreen lyricsOnScreen(const StyleGuidance &style, Backend backend);
+// "Painted in the scene", "Set as sung" or "Both", as the screens and the listings name it.
+QString label(LyricsOnScreen lyrics);
+// The sentence for an unknown name on the command line.
+inline const QString lyricsOnScreenUsage = QStringLiteral("--lyrics needs painted, sung or both");
 
 struct PipelineConfig {
     QString planWorkflow = QStringLiteral("workflows/brackenfold/lyric-video-planner-character");

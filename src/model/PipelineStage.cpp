@@ -62,11 +62,11 @@ QString caseName(StageStatus status)
     return {};
 }
 
-StageStatus stageStatus(const Project &project, PipelineStage stage)
+StageStatus stageStatus(const Project &project, PipelineStage stage, LyricsOnScreen lyrics)
 {
     const auto &chunks = project.chunks;
     const bool hasChunks = !chunks.isEmpty();
-    const bool allAccepted = project.allChunksAccepted();
+    const bool allAccepted = project.allChunksAccepted(lyrics);
     switch (stage) {
     case PipelineStage::intake:
         return project.title.isEmpty() || project.rawLyrics.isEmpty() ? StageStatus::todo : StageStatus::complete;
@@ -82,7 +82,7 @@ StageStatus stageStatus(const Project &project, PipelineStage stage)
             return StageStatus::todo;
         return project.framedCount() == chunks.size() ? StageStatus::complete : StageStatus::inProgress;
     case PipelineStage::frames:
-        if (!hasChunks || (project.acceptedCount() == 0 && project.framedCount() == 0))
+        if (!hasChunks || (project.acceptedCount(lyrics) == 0 && project.framedCount() == 0))
             return StageStatus::todo;
         return allAccepted ? StageStatus::complete : StageStatus::inProgress;
     case PipelineStage::style:

@@ -25,6 +25,7 @@ QString caseName(PipelineStage stage);
 
 QString caseName(StageStatus status);
 
-StageStatus stageStatus(const Project &project, PipelineStage stage);
+// lyrics: the project's effective lyrics on screen, which decides what counts as accepted.
+StageStatus stageStatus(const Project &project, PipelineStage stage, LyricsOnScreen lyrics);
 
 } // namespace quillvane

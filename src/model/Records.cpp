@@ -194,6 +194,20 @@ int ReviewChecklist::passedCount() const
         + int(styleContinuous);
 }
 
+ReviewChecklist effectiveReview(ReviewChecklist review, LyricsOnScreen lyrics)
+{
+    if (!paintsWords(lyrics)) {
+        review.spellingCorrect = true;
+        review.readable = true;
+    }
+    return review;
+}
+
+bool StoryboardChunk::isAccepted(LyricsOnScreen lyrics) const
+{
+    return frame && effectiveReview(frame->review, lyrics).allPassed();
+}
+
 QList<ExportResolution> allExportResolutions()
 {
     QList<ExportResolution> all;
@@ -260,9 +274,9 @@ int Project::framedCount() const
     return int(std::count_if(chunks.begin(), chunks.end(), [](const auto &c) { return c.isFramed(); }));
 }
 
-int Project::acceptedCount() const
+int Project::acceptedCount(LyricsOnScreen lyrics) const
 {
-    return int(std::count_if(chunks.begin(), chunks.end(), [](const auto &c) { return c.isAccepted(); }));
+    return int(std::count_if(chunks.begin(), chunks.end(), [lyrics](const auto &c) { return c.isAccepted(lyrics); }));
 }
 
 bool Project::hasReferencedCharacter() const
@@ -302,9 +316,9 @@ const CharacterReference *Project::characterWithID(const QUuid &characterID) con
     return withID(characters, characterID);
 }
 
-bool Project::allChunksAccepted() const
+bool Project::allChunksAccepted(LyricsOnScreen lyrics) const
 {
-    return !chunks.isEmpty() && acceptedCount() == chunks.size();
+    return !chunks.isEmpty() && acceptedCount(lyrics) == chunks.size();
 }
 
 } // namespace quillvane

@@ -79,6 +79,9 @@ struct StoryboardPlan {
     bool operator==(const StoryboardPlan &) const = default;
 };
 
+// Declared in full with the style guidance below.
+enum class LyricsOnScreen;
+
 struct ReviewChecklist {
     bool spellingCorrect = false;
     bool readable = false;
@@ -90,6 +93,10 @@ struct ReviewChecklist {
     bool allPassed() const { return passedCount() == 5; }
     bool operator==(const ReviewChecklist &) const = default;
 };
+
+// The checklist as it counts under the project's lyrics: when the lyrics are only set as sung,
+// the stills carry no words, so spelling and readability are the lettering layer's and pass.
+ReviewChecklist effectiveReview(ReviewChecklist review, LyricsOnScreen lyrics);
 
 struct GeneratedFrame {
     QUuid id = QUuid::createUuid();
@@ -122,9 +129,10 @@ struct StoryboardChunk {
     QList<GeneratedFrame> undoStack;
     QList<GeneratedFrame> redoStack;
 
-    // A chunk is framed when it has a frame, accepted when that frame passes all five checks.
+    // A chunk is framed when it has a frame, accepted when that frame passes all five checks
+    // as they count under the project's lyrics (see effectiveReview).
     bool isFramed() const { return frame.has_value(); }
-    bool isAccepted() const { return frame && frame->review.allPassed(); }
+    bool isAccepted(LyricsOnScreen lyrics) const;
     bool operator==(const StoryboardChunk &) const = default;
 };
 
@@ -240,8 +248,9 @@ struct Project {
     QDateTime updatedAt = createdAt;
 
     int framedCount() const;
-    int acceptedCount() const;
-    bool allChunksAccepted() const; // true only when there is at least one chunk
+    // Under the project's effective lyrics (lyricsOnScreen(style, backend)).
+    int acceptedCount(LyricsOnScreen lyrics) const;
+    bool allChunksAccepted(LyricsOnScreen lyrics) const; // true only when there is at least one chunk
     // Whether some character has a reference image (what planning is built around).
     bool hasReferencedCharacter() const;
     // The chunk or character with that id, or nullptr when the project has none.

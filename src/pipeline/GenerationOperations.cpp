@@ -13,7 +13,8 @@ namespace {
 QCoro::Task<> planIntoProject(ProjectStore &store, CancelToken cancel)
 {
     FalClient client = makeGenerationClient(store);
-    auto planning = planStoryboard(client, store.services().config.planWorkflow, store.project(), store.report(), cancel);
+    auto planning = planStoryboard(client, store.services().config.planWorkflow, store.project(), store.lyricsOnScreen(),
+                                   store.report(), cancel);
     PlannedStoryboard planned = co_await planning;
     // The project may have changed while the planner worked; the storyboard replaces the
     // chunks as they are now, and all of it lands in one change.
@@ -56,7 +57,7 @@ struct CharacterUploads {
     std::optional<QStringList> urls;
 };
 
-QCoro::Task<> paintChunk(ProjectStore &store, QUuid chunkID, QString prompt, QString preset,
+QCoro::Task<> paintChunk(ProjectStore &store, QUuid chunkID, QString prompt, QString negativePrompt, QString preset,
                          std::shared_ptr<CharacterUploads> uploads, CancelToken cancel)
 {
     if (!uploads->urls) {
@@ -68,8 +69,11 @@ QCoro::Task<> paintChunk(ProjectStore &store, QUuid chunkID, QString prompt, QSt
     const StoryboardChunk *chunk = project.chunkWithID(chunkID);
     if (!chunk)
         co_return;
-    FrameJob job{prompt, preset, referenceImageURLs(project, *chunk, *uploads->urls),
-                 project.plan ? project.plan->elements : QList<PlanElement>()};
+    FrameJob job{.prompt = prompt,
+                 .stylePreset = preset,
+                 .references = referenceImageURLs(project, *chunk, *uploads->urls),
+                 .elements = project.plan ? project.plan->elements : QList<PlanElement>(),
+                 .negativePrompt = negativePrompt};
     if (job.references.isEmpty())
         throw Error(noReferenceMessage(*chunk));
     job.shape = project.exportSettings.shape;
@@ -92,13 +96,13 @@ QCoro::Task<Done> generateChunkFrame(ProjectStore &store, QUuid chunkID, std::sh
         co_return Done::done();
     if (!mayHaveReference(project, *chunk))
         co_return store.refuse(noReferenceMessage(*chunk));
-    const QString prompt = chunk->imagePrompt.isEmpty() ? composeFramePrompt(*chunk, project.style)
-                                                        : chunk->imagePrompt;
+    const QString prompt = framePrompt(*chunk, project.style, store.lyricsOnScreen());
+    const QString negativePrompt = frameNegativePrompt(project.style, store.lyricsOnScreen());
     const QString preset = project.plan ? project.plan->ideogramStylePreset : QString();
     auto running = store.run(
         frameLabel(*chunk),
-        [&store, chunkID, prompt, preset, uploads](CancelToken token) {
-            return paintChunk(store, chunkID, prompt, preset, uploads, std::move(token));
+        [&store, chunkID, prompt, negativePrompt, preset, uploads](CancelToken token) {
+            return paintChunk(store, chunkID, prompt, negativePrompt, preset, uploads, std::move(token));
         },
         cancel);
     co_return co_await running;

@@ -57,7 +57,7 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
     for (qsizetype i = 0; i < schedule.clips.size(); ++i) {
         const ClipSlot &slot = schedule.clips[i];
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);
-        if (acceptedOnly && !chunk->isAccepted())
+        if (acceptedOnly && !chunk->isAccepted(store.lyricsOnScreen()))
             continue;
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
                             slot.introFrames, store.document().media().clipPath(slot.chunkID),
@@ -99,8 +99,7 @@ void touch(ProjectStore &store)
 
 QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
 {
-    const auto &chunks = store.project().chunks;
-    if (std::none_of(chunks.begin(), chunks.end(), [](const StoryboardChunk &chunk) { return chunk.isAccepted(); }))
+    if (store.project().acceptedCount(store.lyricsOnScreen()) == 0)
         throw PipelineError(PipelineError::Case::notReviewed);
     const std::shared_ptr<MotionRenderer> renderer = rendererOf(store);
     settleSpans(store);
@@ -111,7 +110,7 @@ QCoro::Task<> runRenderMotion(ProjectStore &store, CancelToken cancel)
 
 QCoro::Task<QString> runExportVideo(ProjectStore &store, std::optional<bool> subtitles, CancelToken cancel)
 {
-    if (!store.project().allChunksAccepted())
+    if (!store.project().allChunksAccepted(store.lyricsOnScreen()))
         throw PipelineError(PipelineError::Case::notReviewed);
     const std::shared_ptr<VideoExporter> exporter = store.services().exporter;
     if (!exporter)

@@ -83,7 +83,10 @@ public:
     const Project &project() const { return m_document.project(); }
     void setProject(const Project &project) { m_document.setProject(project); }
     void editProject(const std::function<void(Project &)> &edit) { m_document.editProject(edit); }
-    StageStatus status(PipelineStage stage) const { return stageStatus(project(), stage); }
+    // How the lyrics reach the picture now: the project's choice, else what the chosen
+    // backend's stills call for. What counts as accepted follows it.
+    LyricsOnScreen lyricsOnScreen() const { return quillvane::lyricsOnScreen(project().style, m_settings.generationBackend()); }
+    StageStatus status(PipelineStage stage) const { return stageStatus(project(), stage, lyricsOnScreen()); }
 
     // Undo and redo of the document, refused (false, nothing changes) while a task runs.
     bool undo() { return !m_session.runningTask() && m_document.undo(); }

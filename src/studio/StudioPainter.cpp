@@ -160,6 +160,9 @@ bool names(const QString &request, const QString &pattern)
 // scene's words lettered on it.
 void paintSurface(QPainter &painter, const FrameSpec &scene)
 {
+    // A scene without words has no sign either: the lyrics are set over it.
+    if (scene.text.isEmpty())
+        return;
     const QColor accent(scene.palette.value(1));
     const QColor light(scene.palette.value(3));
     const QRectF area = textArea(scene);
@@ -189,14 +192,21 @@ void paintSurface(QPainter &painter, const FrameSpec &scene)
 
 } // namespace
 
+bool asksForNoWords(const QString &prompt)
+{
+    return names(prompt, QStringLiteral("no (text|lettering)"));
+}
+
 FrameSpec frameSpecFromPrompt(const QString &imagePrompt)
 {
     FrameSpec scene;
     scene.prompt = imagePrompt;
     static const QRegularExpression quoted(QStringLiteral("\"([^\"]+)\""));
-    scene.text = quoted.match(imagePrompt).captured(1);
-    if (scene.text.isEmpty())
-        scene.text = imagePrompt.section(QLatin1Char('.'), 0, 0).left(40);
+    if (!asksForNoWords(imagePrompt)) {
+        scene.text = quoted.match(imagePrompt).captured(1);
+        if (scene.text.isEmpty())
+            scene.text = imagePrompt.section(QLatin1Char('.'), 0, 0).left(40);
+    }
     static const QRegularExpression surface(QStringLiteral("(?:present on|painted on) ([^,.]+)"));
     scene.surface = surface.match(imagePrompt).captured(1).trimmed();
     if (scene.surface.isEmpty())

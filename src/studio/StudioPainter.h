@@ -26,17 +26,22 @@ struct FrameSpec {
     QSize size{1920, 1080};
 };
 
+// Whether a prompt or guidance asks for no words in the picture ("no text", "no lettering"):
+// the lyrics are then set over the video, and the studio letters nothing.
+bool asksForNoWords(const QString &prompt);
+
+// A prompt that asks for no words gives a scene without any (no text, no surface to carry it).
 FrameSpec frameSpecFromPrompt(const QString &imagePrompt);
 
 // 1024x1024: an emblem of the element in the palette of its prompt.
 QImage paintElement(const QString &elementID, const QString &prompt);
 
 // scene.size: the scene, the first reference image (when given) as a framed portrait, and the
-// words on their surface in perspective. On a tall or square picture the surface spans the
-// upper part and the portrait stands below it, so neither falls off the edge.
-// Its "Subject" text, kept when saved as PNG, is the portrait's box (else the surface's) as
-// "x,y,width,height", centre and size as fractions of the frame, for the motion to keep in the
-// picture.
+// words (when the scene has any) on their surface in perspective. On a tall or square picture
+// the surface spans the upper part and the portrait stands below it, so neither falls off the
+// edge. Its "Subject" text, kept when saved as PNG, is the portrait's box (else the surface's)
+// as "x,y,width,height", centre and size as fractions of the frame, for the motion to keep in
+// the picture.
 QImage paintFrame(const FrameSpec &scene, const std::optional<QImage> &character = std::nullopt);
 
 // The source changed as the request says: colour and light words (whole words only) tint it;

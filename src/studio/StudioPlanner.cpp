@@ -1,6 +1,7 @@
 #include "studio/StudioPlanner.h"
 
 #include "model/Text.h"
+#include "studio/StudioPainter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -144,7 +145,12 @@ QList<TimedLine> parseTranscript(const QString &transcript)
 QJsonObject plan(const QJsonObject &input)
 {
     const QList<TimedLine> lines = parseTranscript(input.value(QStringLiteral("transcript")).toString());
-    const QString guidance = input.value(QStringLiteral("style_guidance")).toString();
+    QString guidance = input.value(QStringLiteral("style_guidance")).toString();
+    // A request for frames without words is obeyed, not mined for the scene's things.
+    const bool wordless = asksForNoWords(guidance);
+    static const QRegularExpression noWordsSentence(QStringLiteral("[^.:]*\\bno (text|lettering)\\b[^.]*\\.?"),
+                                                    QRegularExpression::CaseInsensitiveOption);
+    guidance = guidance.remove(noWordsSentence).trimmed();
     const QString artist = input.value(QStringLiteral("artist")).toString();
     const Look &look = lookFor(guidance);
     const QStringList nouns = recurringNouns(lines, guidance);
@@ -178,10 +184,11 @@ QJsonObject plan(const QJsonObject &input)
             {QStringLiteral("renderedText"), frame.text},
             {QStringLiteral("surface"), surface},
             {QStringLiteral("imagePrompt"),
-             QStringLiteral("%1, the words \"%2\" painted on %3, night city street, %4")
+             QStringLiteral("%1, %2, %3")
                  .arg(withoutClosingPunctuation(guidance).isEmpty() ? QStringLiteral("A hand-painted scene")
                                                                      : withoutClosingPunctuation(guidance),
-                      frame.text, surface,
+                      wordless ? QStringLiteral("night city street with no text, no lettering")
+                               : QStringLiteral("the words \"%1\" painted on %2, night city street").arg(frame.text, surface),
                       QLatin1String(look.palette))},
             {QStringLiteral("videoPrompt"), QStringLiteral("Slow push-in towards %1").arg(surface)},
             {QStringLiteral("elementIdsUsed"), used},

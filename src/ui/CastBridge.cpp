@@ -12,10 +12,10 @@ namespace {
 
 // The prompt the first chunk gets, or a sample chunk before there is a storyboard, so the
 // style can be judged by what it will ask for.
-QString previewPrompt(const Project &project)
+QString previewPrompt(const Project &project, LyricsOnScreen lyrics)
 {
     if (!project.chunks.isEmpty())
-        return composeFramePrompt(project.chunks.first(), project.style);
+        return framePrompt(project.chunks.first(), project.style, lyrics);
     StoryboardChunk sample;
     sample.index = 0;
     sample.chunkNumber = 1;
@@ -24,7 +24,7 @@ QString previewPrompt(const Project &project)
     sample.lyricExcerpt = QStringLiteral("City lights are burning low");
     sample.renderedText = sample.lyricExcerpt;
     sample.surface = QStringLiteral("a hand-painted marker sign");
-    return composeFramePrompt(sample, project.style);
+    return composeFramePrompt(sample, project.style, lyrics);
 }
 
 } // namespace
@@ -36,6 +36,8 @@ CastBridge::CastBridge(ProjectStore &store, QObject *parent)
 {
     refresh();
     connect(&store.document(), &ProjectDocument::projectChanged, this, &CastBridge::refresh);
+    // Without a choice of the project's, the lyrics follow the backend.
+    connect(&store.settings(), &GenerationSettings::generationBackendChanged, this, &CastBridge::refresh);
 }
 
 void CastBridge::refresh()
@@ -52,7 +54,31 @@ void CastBridge::refresh()
     follow(this, m_style.medium, style.medium, &CastBridge::mediumChanged);
     follow(this, m_style.continuityNotes, style.continuityNotes, &CastBridge::continuityNotesChanged);
     follow(this, m_style.negativePrompts, style.negativePrompts, &CastBridge::negativePromptsChanged);
-    follow(this, m_promptPreview, previewPrompt(project), &CastBridge::promptPreviewChanged);
+    const LyricsOnScreen lyrics = m_store.lyricsOnScreen();
+    const QString note = style.lyricsOnScreen ? QString()
+        : m_store.settings().generationBackend() == Backend::offline ? QStringLiteral("The offline studio's default")
+                                                                     : QStringLiteral("The Quillvane service's default");
+    if (lyrics != m_lyrics || note != m_lyricsNote) {
+        m_lyrics = lyrics;
+        m_lyricsNote = note;
+        Q_EMIT lyricsOnScreenChanged();
+    }
+    follow(this, m_promptPreview, previewPrompt(project, lyrics), &CastBridge::promptPreviewChanged);
+}
+
+QStringList CastBridge::lyricsLabels() const
+{
+    QStringList labels;
+    for (const LyricsOnScreen lyrics : {LyricsOnScreen::painted, LyricsOnScreen::sung, LyricsOnScreen::both})
+        labels.append(label(lyrics));
+    return labels;
+}
+
+void CastBridge::setLyricsOnScreen(int index)
+{
+    if (index < 0 || index > int(LyricsOnScreen::both))
+        return;
+    m_store.editProject([index](Project &project) { project.style.lyricsOnScreen = LyricsOnScreen(index); });
 }
 
 void CastBridge::setConceptPrompt(const QString &text)

@@ -28,6 +28,12 @@ class CastBridge : public QObject {
     Q_PROPERTY(QString negativePrompts READ negativePrompts WRITE setNegativePrompts NOTIFY negativePromptsChanged)
     // The image prompt of the first chunk (or of a sample chunk) under the current style.
     Q_PROPERTY(QString promptPreview READ promptPreview NOTIFY promptPreviewChanged)
+    // How the lyrics reach the picture: "Painted in the scene", "Set as sung", "Both", and the
+    // index of the effective one (the project's choice, else the backend's); choosing one
+    // makes it the project's. The note says whose default it is while the project has none.
+    Q_PROPERTY(QStringList lyricsLabels READ lyricsLabels CONSTANT)
+    Q_PROPERTY(int lyricsOnScreen READ lyricsOnScreen WRITE setLyricsOnScreen NOTIFY lyricsOnScreenChanged)
+    Q_PROPERTY(QString lyricsNote READ lyricsNote NOTIFY lyricsOnScreenChanged)
 
 public:
     explicit CastBridge(ProjectStore &store, QObject *parent = nullptr);
@@ -48,6 +54,10 @@ public:
     QString negativePrompts() const { return m_style.negativePrompts; }
     void setNegativePrompts(const QString &text) { editStyle(&StyleGuidance::negativePrompts, text); }
     QString promptPreview() const { return m_promptPreview; }
+    QStringList lyricsLabels() const;
+    int lyricsOnScreen() const { return int(m_lyrics); }
+    void setLyricsOnScreen(int index);
+    QString lyricsNote() const { return m_lyricsNote; }
 
     // False for a name that is blank once trimmed.
     Q_INVOKABLE bool addCharacter(const QString &name);
@@ -69,6 +79,7 @@ Q_SIGNALS:
     void continuityNotesChanged();
     void negativePromptsChanged();
     void promptPreviewChanged();
+    void lyricsOnScreenChanged();
 
 private:
     void refresh();
@@ -81,6 +92,8 @@ private:
     bool m_hasReferencedCharacter = false;
     StyleGuidance m_style;
     QString m_promptPreview;
+    LyricsOnScreen m_lyrics = LyricsOnScreen::painted;
+    QString m_lyricsNote;
 };
 
 } // namespace quillvane::ui

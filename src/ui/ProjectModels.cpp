@@ -1,5 +1,6 @@
 #include "ui/ProjectModels.h"
 
+#include "generation/FrameReview.h"
 #include "model/PipelineStage.h"
 
 #include <QUrl>
@@ -31,6 +32,8 @@ StageListModel::StageListModel(ProjectStore &store, QObject *parent)
     refresh();
     connect(&store.document(), &ProjectDocument::projectChanged, this, &StageListModel::refresh);
     connect(&store.session(), &TaskSession::selectedStageChanged, this, &StageListModel::refresh);
+    // What counts as accepted follows the lyrics on screen, which follow the backend.
+    connect(&store.settings(), &GenerationSettings::generationBackendChanged, this, &StageListModel::refresh);
 }
 
 void StageListModel::refresh()
@@ -267,11 +270,22 @@ QHash<int, QByteArray> ElementListModel::roleNames() const
 ChunkListModel::ChunkListModel(ProjectStore &store, QObject *parent)
     : RecordModel(parent)
     , m_store(store)
+    , m_lyrics(store.lyricsOnScreen())
 {
     m_rows = store.project().chunks;
-    connect(&store.document(), &ProjectDocument::projectChanged, this, [this] {
-        syncRows(m_rows, m_store.project().chunks, [](const StoryboardChunk &chunk) { return chunk.id; });
-    });
+    connect(&store.document(), &ProjectDocument::projectChanged, this, &ChunkListModel::refresh);
+    connect(&store.settings(), &GenerationSettings::generationBackendChanged, this, &ChunkListModel::refresh);
+}
+
+void ChunkListModel::refresh()
+{
+    syncRows(m_rows, m_store.project().chunks, [](const StoryboardChunk &chunk) { return chunk.id; });
+    if (const LyricsOnScreen lyrics = m_store.lyricsOnScreen(); lyrics != m_lyrics) {
+        m_lyrics = lyrics;
+        if (!m_rows.isEmpty())
+            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1),
+                               {AcceptedRole, PassedCountRole, ChecksRole, SungChecksRole});
+    }
 }
 
 int ChunkListModel::rowCount(const QModelIndex &parent) const
@@ -307,13 +321,19 @@ QVariant ChunkListModel::data(const QModelIndex &index, int role) const
     case FramePathRole:
         return fileURL(frame ? frame->localPath : QString());
     case AcceptedRole:
-        return chunk->isAccepted();
+        return chunk->isAccepted(m_lyrics);
     case PassedCountRole:
-        return frame ? frame->review.passedCount() : 0;
+        return frame ? effectiveReview(frame->review, m_lyrics).passedCount() : 0;
     case ChecksRole: {
-        const ReviewChecklist review = frame ? frame->review : ReviewChecklist{};
+        const ReviewChecklist review = effectiveReview(frame ? frame->review : ReviewChecklist{}, m_lyrics);
         return QVariantList{review.spellingCorrect, review.readable, review.placementOK, review.characterConsistent,
                             review.styleContinuous};
+    }
+    case SungChecksRole: {
+        QVariantList sung;
+        for (const ReviewCheck check : allReviewChecks)
+            sung.append(setAsSung(check, m_lyrics));
+        return sung;
     }
     case UndoCountRole:
         return int(chunk->undoStack.size());
@@ -367,7 +387,8 @@ QHash<int, QByteArray> ChunkListModel::roleNames() const
             {ClipPathRole, "clipPath"},
             {EditRequestRole, "editRequest"},
             {ElementIDsRole, "elementIds"},
-            {FeaturesCharacterRole, "featuresCharacter"}};
+            {FeaturesCharacterRole, "featuresCharacter"},
+            {SungChecksRole, "sungChecks"}};
 }
 
 } // namespace quillvane::ui

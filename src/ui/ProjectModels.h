@@ -127,6 +127,9 @@ public:
         EditRequestRole,
         ElementIDsRole,
         FeaturesCharacterRole,
+        // Per check, whether the lettering layer answers it under the project's lyrics (then
+        // "checks", "passedCount" and "accepted" count it as passed).
+        SungChecksRole,
     };
 
     explicit ChunkListModel(ProjectStore &store, QObject *parent = nullptr);
@@ -137,8 +140,12 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
 private:
+    // Re-reads the rows, and all of their review when the lyrics on screen changed.
+    void refresh();
+
     ProjectStore &m_store;
     QList<StoryboardChunk> m_rows;
+    LyricsOnScreen m_lyrics;
 };
 
 } // namespace quillvane::ui

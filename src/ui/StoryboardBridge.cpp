@@ -16,6 +16,8 @@ StoryboardBridge::StoryboardBridge(ProjectStore &store, QObject *parent)
     refresh();
     connect(&store.document(), &ProjectDocument::projectChanged, this, &StoryboardBridge::refresh);
     connect(&store.session(), &TaskSession::selectedChunkIDChanged, this, &StoryboardBridge::refresh);
+    // What counts as accepted follows the lyrics on screen, which follow the backend.
+    connect(&store.settings(), &GenerationSettings::generationBackendChanged, this, &StoryboardBridge::refresh);
 }
 
 void StoryboardBridge::refresh()
@@ -29,8 +31,8 @@ void StoryboardBridge::refresh()
     follow(this, m_plan.storyline, plan.storyline, &StoryboardBridge::storylineChanged);
     follow(this, m_chunkCount, int(project.chunks.size()), &StoryboardBridge::chunkCountChanged);
     follow(this, m_framedCount, project.framedCount(), &StoryboardBridge::framedCountChanged);
-    follow(this, m_acceptedCount, project.acceptedCount(), &StoryboardBridge::acceptedCountChanged);
-    follow(this, m_allAccepted, project.allChunksAccepted(), &StoryboardBridge::allAcceptedChanged);
+    follow(this, m_acceptedCount, project.acceptedCount(m_store.lyricsOnScreen()), &StoryboardBridge::acceptedCountChanged);
+    follow(this, m_allAccepted, project.allChunksAccepted(m_store.lyricsOnScreen()), &StoryboardBridge::allAcceptedChanged);
     const auto chosen = m_store.session().selectedChunkID();
     follow(this, m_selectedChunkId, chosen ? uuidText(*chosen) : QString(), &StoryboardBridge::selectedChunkIdChanged);
     QVariantMap view = chunkView(m_selectedChunkId);

@@ -136,7 +136,7 @@ TEST(CliRun, OneCommandTakesATrackToAVideoWhenTheFramesMayBeAcceptedUnseen)
     const Project project = home.savedProject();
     EXPECT_EQ(project.audioPath, tagged);
     EXPECT_EQ(project.lyricsSource, LyricsSource::embeddedVerified) << "whisper was not reached through the name";
-    EXPECT_TRUE(project.allChunksAccepted());
+    EXPECT_TRUE(project.allChunksAccepted(LyricsOnScreen::painted));
     ASSERT_EQ(project.characters.size(), 1);
     EXPECT_EQ(project.characters[0].referenceImagePaths, QStringList{image});
     ASSERT_TRUE(project.plan);

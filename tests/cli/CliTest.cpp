@@ -44,6 +44,12 @@ TEST(CliStatus, AFreshHomeShowsTheSampleAndSavesItAndAnEditOrSettingChangesOnlyW
     EXPECT_EQ(saved.id, before.id);
     EXPECT_EQ(saved.updatedAt, before.updatedAt) << "plain edits do not touch updatedAt";
 
+    // The lyrics follow the backend until the project chooses; the listing shows which.
+    EXPECT_EQ(home.json(args("style")).value(QStringLiteral("lyricsShown")).toString(), QStringLiteral("painted"));
+    const CliResult sung = home.run(args("style --lyrics sung"));
+    EXPECT_TRUE(sung.out.contains(QStringLiteral("Lyrics:      Set as sung\n"))) << sung.out.toStdString();
+    EXPECT_EQ(home.savedProject().style.lyricsOnScreen, LyricsOnScreen::sung);
+
     // The settings print their normalised values and keep them.
     const QJsonObject changed = home.json(args("settings --model m/x --proxy-url https://studio.quillvane.app/")
                                           << QStringLiteral("--edit-workflow") << QStringLiteral(" "));
@@ -134,6 +140,7 @@ TEST(CliUsage, MistakesExitTwoWithAOneLineHintAndHelpTouchesNothing)
         {args("settings --backend cloud"), QStringLiteral("--backend needs service or offline")},
         {args("export --shape 4:3"), QStringLiteral("--shape needs 16:9 (wide), 9:16 (tall) or 1:1 (square), not 4:3")},
         {args("run song.mp3 --shape tall"), QStringLiteral("--shape needs 16:9 (wide)")},
+        {args("run a.mp3 --lyrics sideways"), QStringLiteral("--lyrics needs painted, sung or both")},
     };
     for (const auto &c : cases) {
         const CliResult result = home.run(c.arguments);

@@ -99,7 +99,7 @@ TEST_F(FrameEditing, UndoAndRedoMoveOneVersionWithItsChecks)
         const StoryboardChunk other = chunk(1);
         (c.isUndo ? undoFrame : redoFrame)(*store, chunk(0).id);
         EXPECT_EQ(history(chunk(0)), QString::fromUtf8(c.after)) << c.before;
-        EXPECT_EQ(chunk(0).isAccepted(), c.accepted) << c.before;
+        EXPECT_EQ(chunk(0).isAccepted(LyricsOnScreen::painted), c.accepted) << c.before;
         EXPECT_EQ(chunk(1), other);
         EXPECT_GT(store->project().updatedAt, longAgo) << "touched even when nothing moved";
     }
@@ -109,8 +109,8 @@ TEST_F(FrameEditing, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOne
 {
     openChunks({chunkFrom("| x |"), chunkFrom("| y |"), chunkFrom("| a |"), StoryboardChunk{}});
     setReviewCheck(*store, chunk(0).id, ReviewCheck::styleContinuous, true);
-    EXPECT_EQ(reviewSummary(chunk(0).frame->review), QStringLiteral("3/5 checks"));
-    EXPECT_EQ(store->project().acceptedCount(), 1);
+    EXPECT_EQ(reviewSummary(chunk(0).frame->review, LyricsOnScreen::painted), QStringLiteral("3/5 checks"));
+    EXPECT_EQ(store->project().acceptedCount(LyricsOnScreen::painted), 1);
 
     // Checking a chunk without a frame, or any step on an unknown chunk, changes nothing.
     const QList<StoryboardChunk> before = store->project().chunks;
@@ -124,10 +124,10 @@ TEST_F(FrameEditing, ReviewAcceptsAChunkOnlyWithAllFiveChecksAndAcceptsManyInOne
     QObject::connect(&store->document(), &ProjectDocument::projectChanged, [&] { ++changes; });
     passAllChecks(*store, {chunk(0).id, chunk(1).id, chunk(3).id});
     EXPECT_EQ(changes, 1);
-    EXPECT_EQ(reviewSummary(chunk(1).frame->review), QStringLiteral("Accepted"));
-    EXPECT_EQ(store->project().acceptedCount(), 3);
-    EXPECT_FALSE(store->project().allChunksAccepted()) << "the chunk without a frame holds export back";
-    EXPECT_FALSE(Project{}.allChunksAccepted()) << "an empty storyboard is never accepted";
+    EXPECT_EQ(reviewSummary(chunk(1).frame->review, LyricsOnScreen::painted), QStringLiteral("Accepted"));
+    EXPECT_EQ(store->project().acceptedCount(LyricsOnScreen::painted), 3);
+    EXPECT_FALSE(store->project().allChunksAccepted(LyricsOnScreen::painted)) << "the chunk without a frame holds export back";
+    EXPECT_FALSE(Project{}.allChunksAccepted(LyricsOnScreen::painted)) << "an empty storyboard is never accepted";
 }
 
 TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
@@ -159,7 +159,7 @@ TEST_F(FrameEditing, EditsStartFromTheCurrentVersionAndCutOffWhatWasUndone)
     undoFrame(*store, chunk(1).id);
     undoFrame(*store, chunk(1).id);
     EXPECT_EQ(chunk(1).frame, generated);
-    EXPECT_TRUE(chunk(1).isAccepted()) << "undoing the edits brings back the accepted version";
+    EXPECT_TRUE(chunk(1).isAccepted(LyricsOnScreen::painted)) << "undoing the edits brings back the accepted version";
     EXPECT_EQ(versionLabel(chunk(1)), QStringLiteral("Version 1 · 2 redo"));
 
     edit(QStringLiteral("add rain"));

@@ -2,6 +2,7 @@
 // files land, how a new frame enters a chunk's history, and where a failure leaves the project.
 
 #include "ServiceTest.h"
+#include "generation/Planning.h"
 #include "pipeline/Road.h"
 
 #include <QBuffer>
@@ -60,13 +61,38 @@ TEST(FramePrompt, NamesTheWordsTheirSurfaceTheCharacterAndTheContinuity)
     StyleGuidance style;
     style.continuityNotes = QStringLiteral("Same red jacket throughout.");
     const CharacterReference rae{{}, QStringLiteral("Rae"), QStringLiteral("Short green hair."), {}};
-    const QString prompt = composeFramePrompt(c, style, &rae);
+    const QString prompt = composeFramePrompt(c, style, LyricsOnScreen::painted, &rae);
     for (const QString &part : {QStringLiteral("\"Line 1\""), QStringLiteral("a wet brick wall"),
                                 QStringLiteral("Rae"), QStringLiteral("Short green hair."),
                                 QStringLiteral("Same red jacket throughout."), style.paletteName})
         EXPECT_TRUE(prompt.contains(part)) << qPrintable(part);
     EXPECT_FALSE(prompt.contains(c.imagePrompt));
-    EXPECT_FALSE(composeFramePrompt(c, style).contains(QStringLiteral("Rae")));
+    EXPECT_FALSE(composeFramePrompt(c, style, LyricsOnScreen::painted).contains(QStringLiteral("Rae")));
+}
+
+// Only when the lyrics are sung over the video are the planner and the painter told to leave
+// words out; a planner's prompt that still names the chunk's words is then not used.
+TEST(FramePrompt, AsksForNoWordsOnlyWhenTheLyricsAreSung)
+{
+    StoryboardChunk c = chunk(0);
+    Project project;
+    project.style.continuityNotes = QStringLiteral("Wet asphalt.");
+    for (const LyricsOnScreen lyrics : {LyricsOnScreen::painted, LyricsOnScreen::sung, LyricsOnScreen::both}) {
+        SCOPED_TRACE(qPrintable(textValue(lyrics)));
+        const bool sung = lyrics == LyricsOnScreen::sung;
+        const QString guidance = plannerInput(project, {}, lyrics)[QStringLiteral("style_guidance")].toString();
+        EXPECT_EQ(guidance, sung ? QStringLiteral("Wet asphalt. ") + noWordsInPlan : QStringLiteral("Wet asphalt."));
+        EXPECT_EQ(frameNegativePrompt(project.style, lyrics).contains(wordsToAvoid), sung);
+        for (const QString &planned : {QString(), QStringLiteral("A tram stop at dusk"),
+                                       QStringLiteral("The words \"Line 1\" sprayed on a tram")}) {
+            c.imagePrompt = planned;
+            const QString prompt = framePrompt(c, project.style, lyrics);
+            EXPECT_EQ(prompt.contains(noWordsInFrame), sung) << qPrintable(prompt);
+            EXPECT_EQ(prompt.contains(QStringLiteral("Line 1")), !sung && planned != QStringLiteral("A tram stop at dusk"))
+                << qPrintable(prompt);
+            EXPECT_EQ(prompt.contains(QStringLiteral("tram stop")), planned == QStringLiteral("A tram stop at dusk"));
+        }
+    }
 }
 
 TEST(FrameGenerationReferences, ElementsInChunkOrderThenEveryCharactersImagesEachOnce)

@@ -48,3 +48,33 @@ TEST(PipelineConfig, DefaultsRoundTripAndEveryKeyIsRequired)
         EXPECT_THROW(pipelineConfigFromJson(missing), DocumentError) << key.toStdString();
     }
 }
+
+// The project's choice wins; without one the backend decides. A frame whose three checks of
+// the scene pass is accepted exactly when its stills carry no words to spell or read.
+TEST(LyricsOnScreen, TheEffectiveModeDecidesWhichChecksAFrameStillNeeds)
+{
+    using L = LyricsOnScreen;
+    const struct {
+        std::optional<L> chosen;
+        Backend backend;
+        L effective;
+    } rows[] = {
+        {std::nullopt, Backend::offline, L::sung}, {std::nullopt, Backend::service, L::painted},
+        {L::painted, Backend::offline, L::painted}, {L::sung, Backend::service, L::sung},
+        {L::both, Backend::offline, L::both},
+    };
+    Project project;
+    project.chunks = {StoryboardChunk{}};
+    project.chunks[0].frame = GeneratedFrame{};
+    project.chunks[0].frame->review = {.spellingCorrect = false, .readable = false, .placementOK = true,
+                                       .characterConsistent = true, .styleContinuous = true};
+    for (const auto &row : rows) {
+        project.style.lyricsOnScreen = row.chosen;
+        const L lyrics = lyricsOnScreen(project.style, row.backend);
+        EXPECT_EQ(lyrics, row.effective) << qPrintable(textValue(row.effective));
+        const bool sung = lyrics == L::sung;
+        EXPECT_EQ(project.chunks[0].isAccepted(lyrics), sung);
+        EXPECT_EQ(project.acceptedCount(lyrics), sung ? 1 : 0);
+        EXPECT_EQ(project.allChunksAccepted(lyrics), sung);
+    }
+}

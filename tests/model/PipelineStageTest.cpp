@@ -43,7 +43,7 @@ TEST(StageStatus, DerivesEveryStageFromTheProject)
         row.change(project);
         QString got;
         for (const PipelineStage stage : allPipelineStages()) {
-            const StageStatus status = stageStatus(project, stage);
+            const StageStatus status = stageStatus(project, stage, LyricsOnScreen::painted);
             got += status == StageStatus::todo ? QLatin1Char('t') : status == StageStatus::inProgress ? QLatin1Char('i') : QLatin1Char('c');
         }
         EXPECT_EQ(got, QString::fromLatin1(row.expected)) << row.name;

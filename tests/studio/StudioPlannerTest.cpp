@@ -1,4 +1,6 @@
+#include "generation/FrameGeneration.h"
 #include "generation/PlanParser.h"
+#include "studio/StudioPainter.h"
 #include "studio/StudioPlanner.h"
 
 #include <QJsonArray>
@@ -51,6 +53,27 @@ TEST(StudioPlanner, TheParserReadsADeterministicPlanWithoutShortFramesInsideTheS
     }
     EXPECT_EQ(studio::planResult(input(7, 3.0)), studio::planResult(input(7, 3.0)));
     EXPECT_NE(studio::planResult(input(7, 3.0)), studio::planResult(input(8, 3.0)));
+}
+
+// The road an offline frame takes, from the plan request to the picture: when the lyrics are
+// sung over the video the studio letters nothing (and finds no things in the request's own
+// words); otherwise each frame carries its lyric.
+TEST(StudioPlanner, ASungStoryboardIsPaintedWithoutWords)
+{
+    for (const LyricsOnScreen lyrics : {LyricsOnScreen::painted, LyricsOnScreen::sung}) {
+        SCOPED_TRACE(qPrintable(textValue(lyrics)));
+        QJsonObject request = input(4, 3.0);
+        if (lyrics == LyricsOnScreen::sung)
+            request[QStringLiteral("style_guidance")] = QStringLiteral("80s neon, moody. ") + noWordsInPlan;
+        const PlanParser::Parsed parsed = PlanParser::parse(studio::planResult(request));
+        const StoryboardPlan painted = PlanParser::parse(studio::planResult(input(4, 3.0))).plan;
+        EXPECT_EQ(parsed.plan.elements, painted.elements) << "the same things, whatever the request's words";
+        EXPECT_EQ(parsed.plan.palette, painted.palette);
+        for (const StoryboardChunk &chunk : parsed.chunks) {
+            const studio::FrameSpec scene = studio::frameSpecFromPrompt(framePrompt(chunk, StyleGuidance{}, lyrics));
+            EXPECT_EQ(scene.text, lyrics == LyricsOnScreen::sung ? QString() : chunk.renderedText);
+        }
+    }
 }
 
 } // namespace

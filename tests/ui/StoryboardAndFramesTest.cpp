@@ -71,7 +71,7 @@ TEST(FrameReview, CardsGridAndSheetShowEachFramesStateAndActOnIt)
     ASSERT_TRUE(allPass[4]->isEnabled());
     QMetaObject::invokeMethod(allPass[4], "clicked");
     ui.settle();
-    EXPECT_TRUE(ui.store.project().chunks[4].isAccepted());
+    EXPECT_TRUE(ui.store.project().chunks[4].isAccepted(ui.store.lyricsOnScreen()));
     EXPECT_EQ(chip(4), QStringLiteral("Accepted"));
 
     // The sheet is a popup, an object beside the items rather than one of them.
@@ -98,6 +98,26 @@ TEST(FrameReview, CardsGridAndSheetShowEachFramesStateAndActOnIt)
     ui.bridges.storyboard.undoFrame(chunkID);
     ui.settle();
     EXPECT_EQ(ui.text("versionLine"), QStringLiteral("Version 2 · 2 redo"));
+
+    // Chosen on the style screen (which shows the backend's default until then), lyrics set as
+    // sung make spelling and readability Quillvane's: ticked, fixed and counted as passed.
+    ui.show(PipelineStage::style);
+    EXPECT_EQ(ui.find("lyricsPicker")->property("currentIndex").toInt(), int(LyricsOnScreen::painted));
+    EXPECT_EQ(ui.text("lyricsNote"), QStringLiteral("The Quillvane service's default"));
+    ui.store.editProject([](Project &p) { p.chunks[7].frame->review = {false, false, true, true, true}; });
+    ui.bridges.cast.setLyricsOnScreen(int(LyricsOnScreen::sung));
+    ui.settle();
+    EXPECT_EQ(ui.find("lyricsPicker")->property("currentIndex").toInt(), int(LyricsOnScreen::sung));
+    ui.screenshot("style-lyrics-sung");
+    ui.show(PipelineStage::frames);
+    EXPECT_EQ(chip(7), QStringLiteral("Accepted"));
+    EXPECT_EQ(ui.bridges.storyboard.acceptedCount(), 6);
+    const QQuickItem *spelling = ui.findAll("check-spellingCorrect").value(7);
+    EXPECT_FALSE(spelling->isEnabled());
+    EXPECT_TRUE(spelling->property("checked").toBool());
+    EXPECT_EQ(spelling->property("note").toString(), QStringLiteral("Set by Quillvane as sung"));
+    EXPECT_TRUE(ui.findAll("check-placementOK").value(7)->isEnabled());
+    ui.screenshot("frames-review-sung");
 
     // Every frame accepted: the way to motion appears.
     ui.store.editProject([](Project &p) { p.chunks.erase(p.chunks.begin() + 4, p.chunks.end()); });

@@ -14,6 +14,8 @@ Panel {
     required property bool accepted
     required property int passedCount
     required property var checks
+    // Checks the lettering layer answers while the lyrics are set as sung: ticked, not to change.
+    required property var sungChecks
     required property int undoCount
     required property int redoCount
     readonly property var chip: Texts.reviewChip(hasFrame, passedCount)
@@ -92,6 +94,8 @@ Panel {
                     objectName: "check-" + card.checkNames[index]
                     label: card.checkLabels[index]
                     checked: card.checks[index] === true
+                    enabled: card.sungChecks[index] !== true
+                    note: enabled ? "" : "Set by Quillvane as sung"
                     onToggled: value => Storyboard.setReviewCheck(card.chunkId, card.checkNames[index], value)
                     Layout.fillWidth: true
                 }

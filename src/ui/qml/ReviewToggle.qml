@@ -1,10 +1,12 @@
 import QtQuick
 import QtQuick.Layouts
 
-// One review check: a small switch and its label.
+// One review check: a small switch and its label, and a note on who answers it when the
+// person does not (the toggle is then disabled).
 RowLayout {
     id: toggle
     property string label
+    property string note
     property bool checked
     signal toggled(bool checked)
 
@@ -28,10 +30,20 @@ RowLayout {
             Behavior on x { NumberAnimation { duration: 120 } }
         }
     }
+    opacity: toggle.enabled ? 1 : 0.6
     Text {
         text: toggle.label
         font.pixelSize: 12
         color: toggle.checked ? Theme.cream : Theme.muted
+        Layout.fillWidth: toggle.note === ""
+    }
+    Text {
+        objectName: "toggleNote"
+        visible: toggle.note !== ""
+        text: toggle.note
+        font.pixelSize: 11
+        font.italic: true
+        color: Theme.muted
         Layout.fillWidth: true
     }
     TapHandler {

@@ -52,6 +52,37 @@ ColumnLayout {
 
     Panel {
         Layout.fillWidth: true
+        implicitHeight: lyricsRow.implicitHeight + 2 * padding
+        RowLayout {
+            id: lyricsRow
+            width: parent.width
+            spacing: 14
+            ColumnLayout {
+                spacing: 4
+                Layout.fillWidth: true
+                FieldLabel { text: "Lyrics on screen" }
+                Text {
+                    objectName: "lyricsNote"
+                    text: Cast.lyricsNote !== "" ? Cast.lyricsNote
+                        : "Painted: the image engine letters each frame. Set as sung: Quillvane sets the line being sung over the video."
+                    font.pixelSize: 12
+                    color: Theme.muted
+                    wrapMode: Text.WordWrap
+                    Layout.fillWidth: true
+                }
+            }
+            KitComboBox {
+                objectName: "lyricsPicker"
+                Layout.preferredWidth: 220
+                model: Cast.lyricsLabels
+                currentIndex: Cast.lyricsOnScreen
+                onActivated: index => Cast.lyricsOnScreen = index
+            }
+        }
+    }
+
+    Panel {
+        Layout.fillWidth: true
         implicitHeight: preview.implicitHeight + 2 * padding
         ColumnLayout {
             id: preview
