@@ -3,6 +3,7 @@
 #include "av/Encoding.h"
 #include "av/InputFiles.h"
 #include "av/OffThread.h"
+#include "media/LetteringOverlay.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
 #include "media/Resampler.h"
@@ -53,7 +54,13 @@ public:
             draw(*m_card.still, k, m_card.frameCount, frame);
         else
             draw(*m_still.still, k - m_card.frameCount, m_still.frameCount, frame);
+        // Lettering: the sung lyrics over the finished picture.
+        if (m_lettering)
+            m_lettering->draw(k, frame);
     }
+
+    // Lettering: drawn over every frame from now on; must outlive the drawing.
+    void letterWith(const LetteringOverlay *lettering) { m_lettering = lettering; }
 
 private:
     void draw(const PreparedStill &still, qint64 k, qint64 frameCount, AVFrame *frame)
@@ -88,6 +95,7 @@ private:
     const int m_height;
     const DepthFlowSettings m_settings;
     std::vector<float> m_scratch;
+    const LetteringOverlay *m_lettering = nullptr;
 };
 
 // The clip's muxer and encoder; removes a half-written file unless finished.
@@ -313,6 +321,8 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
         card = prepareStill(titleCard(*image, clip.title, clip.artist), fillColour);
     FrameDrawer drawer({card ? &*card : nullptr, introFrames}, {&still, frameCount - introFrames}, width, height,
                        clip.settings);
+    const LetteringOverlay lettering(clip, *image, width, height, timing.fps, frameCount);
+    drawer.letterWith(&lettering);
     DrawingAhead frames(drawer, width, height, frameCount, cancel);
     for (qint64 k = 0; k < frameCount; ++k) {
         cancel.throwIfCancelled();

@@ -1,6 +1,7 @@
 #include "media/VideoJobs.h"
 
 #include "media/ClipProbe.h"
+#include "media/Lettering.h"
 #include "model/Error.h"
 #include "model/SyncedLyrics.h"
 #include "storage/AtomicFile.h"
@@ -17,10 +18,21 @@ namespace {
 // What the renderer is asked for: the still, the frames and, on the first clip, the title card.
 MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
 {
-    MotionClip clip{order.stillPath, batch.motion, order.frameCount, order.introFrames, {}, {}, {}};
+    MotionClip clip;
+    clip.imagePath = order.stillPath;
+    clip.settings = batch.motion;
+    clip.frameCount = order.frameCount;
+    clip.introFrames = order.introFrames;
     if (order.introFrames > 0) {
         clip.title = batch.title;
         clip.artist = batch.artist;
+    }
+    // Lettering: the lines on screen while the clip plays.
+    if (!batch.lyrics.isEmpty()) {
+        const double seconds = double(order.frameCount) / double(std::max<qint64>(batch.motion.fps, 1));
+        clip.lyrics = linesShownBetween(batch.lyrics, order.songStart, order.songStart + seconds);
+        clip.songStart = order.songStart;
+        clip.lettering = batch.lettering;
     }
     return clip;
 }
@@ -37,6 +49,18 @@ QString keyOf(const MotionClip &clip)
                       QString::number(clip.introFrames)};
     if (clip.introFrames > 0)
         parts.append({clip.title, clip.artist});
+    // Lettering: every line, word and time the clip shows, where the clip starts in the song,
+    // and the look.
+    if (!clip.lyrics.isEmpty()) {
+        const auto time = [](double seconds) { return QString::number(seconds, 'g', 17); };
+        const LetteringStyle &look = clip.lettering;
+        parts.append({QStringLiteral("lettering1"), time(clip.songStart), look.family, look.fill, look.lit, look.outline});
+        for (const TranscriptSegment &line : clip.lyrics) {
+            parts.append({line.text, time(line.start), time(line.end)});
+            for (const TimedWord &word : line.words)
+                parts.append({word.text, time(word.start), time(word.end)});
+        }
+    }
     return QString::fromLatin1(
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
 }

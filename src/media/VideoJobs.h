@@ -24,6 +24,8 @@ struct ClipOrder {
     // The clip the project holds for the chunk now; the file there is reused when it is this
     // path and was made from the same still, frames and motion.
     std::optional<QString> keptPath;
+    // Lettering: the song's time at the clip's first frame.
+    double songStart = 0;
 };
 
 // The clips of one run in playback order, with what they share.
@@ -33,6 +35,10 @@ struct ClipBatch {
     // Lettered on the title card, and named in the .lrc beside the video.
     QString title;
     QString artist;
+    // Lettering: the lines set over the clips as they are sung (none: no lettering), and how
+    // they look. Each clip gets the lines it shows.
+    QList<TranscriptSegment> lyrics;
+    LetteringStyle lettering;
 };
 
 // Told each clip's chunk and path as soon as the clip is written, on the thread that awaits

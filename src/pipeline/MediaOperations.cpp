@@ -1,6 +1,7 @@
 #include "pipeline/MediaOperations.h"
 
 #include "av/AudioClip.h"
+#include "media/Lettering.h"
 #include "model/ClipSpans.h"
 #include "model/PipelineConfig.h"
 
@@ -50,8 +51,16 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
 {
     const Project &project = store.project();
     const ClipSchedule schedule = videoSchedule(project);
-    ClipBatch batch{{}, project.motion, project.title, project.artist};
+    ClipBatch batch;
+    batch.motion = project.motion;
+    batch.title = project.title;
+    batch.artist = project.artist;
     batch.motion.fps = schedule.fps;
+    // Lettering: set the sung lyrics over the clips when the project's pictures call for it.
+    if (setsWords(lyricsOnScreen(project.style, store.settings().generationBackend()))) {
+        batch.lyrics = project.transcript;
+        batch.lettering = letteringStyle(project.plan ? project.plan->palette : QStringList());
+    }
     for (const ClipSlot &slot : schedule.clips) {
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);
         if (acceptedOnly && !chunk->isAccepted())
@@ -59,6 +68,7 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
                             slot.introFrames, store.document().media().clipPath(slot.chunkID),
                             chunk->frame ? chunk->frame->motionClipPath : std::nullopt});
+        batch.clips.last().songStart = schedule.seconds(slot.firstFrame); // lettering
     }
     return batch;
 }
