@@ -296,7 +296,8 @@ LetteringArea letteringArea(QSize frame, LetteringThird third)
     area.fromBottom = third == LetteringThird::lower;
     area.box = area.fromBottom ? QRect(QPoint(side, height - inner), QPoint(width - side - 1, height - edge - 1))
                                : QRect(QPoint(side, edge), QPoint(width - side - 1, inner - 1));
-    area.pixelSize = std::max(6, int(std::lround(std::min(width, height) * 0.06)));
+    // Phones are held close but their frames are narrow: a little larger there.
+    area.pixelSize = std::max(6, int(std::lround(std::min(width, height) * (aspect < 0.8 ? 0.075 : 0.06))));
     return area;
 }
 

@@ -37,8 +37,8 @@ struct ClipBatch {
     QString artist;
     // Lettering: the lines set over the clips as they are sung (none: no lettering), and how
     // they look. Each clip gets the lines it shows.
-    QList<TranscriptSegment> lyrics;
-    LetteringStyle lettering;
+    QList<TranscriptSegment> lyrics = {};
+    LetteringStyle lettering = {};
 };
 
 // Told each clip's chunk and path as soon as the clip is written, on the thread that awaits

@@ -99,9 +99,9 @@ struct MotionClip {
 
     // Lettering: the lyric lines set over the clip as they are sung (none: no lettering), the
     // song's time at the clip's first frame, and how they look.
-    QList<TranscriptSegment> lyrics;
+    QList<TranscriptSegment> lyrics = {};
     double songStart = 0;
-    LetteringStyle lettering;
+    LetteringStyle lettering = {};
 
     bool operator==(const MotionClip &) const = default;
 };
