@@ -92,7 +92,7 @@ QList<const TranscriptSegment *> showable(const QList<TranscriptSegment> &lines)
 
 } // namespace
 
-int syllableCount(const QString &word)
+int syllablesSung(const QString &word)
 {
     int count = 0;
     bool inVowels = false;
@@ -121,7 +121,7 @@ LineCue lineCue(const TranscriptSegment &line)
     }
     QList<int> syllables;
     for (const Token &token : tokens)
-        syllables.append(syllableCount(cue.text.mid(token.from, token.length)));
+        syllables.append(syllablesSung(cue.text.mid(token.from, token.length)));
     const double total = std::max(1, std::accumulate(syllables.begin(), syllables.end(), 0));
     int before = 0;
     for (qsizetype i = 0; i < tokens.size(); ++i) {

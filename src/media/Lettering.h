@@ -44,7 +44,7 @@ struct LineCue {
 
 // Syllables of a word, estimated: its groups of vowels (accents ignored), each CJK or kana
 // character counted as one, and at least 1.
-int syllableCount(const QString &word);
+int syllablesSung(const QString &word);
 
 // The line's words in its text with their starts: the aligned word times when the line has
 // them and they match its words, otherwise the line's span shared out by syllables. `until`

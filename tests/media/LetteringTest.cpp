@@ -63,7 +63,7 @@ TEST(Lettering, WordsAreLitFromTheirTimesOrBySyllables)
     const std::pair<const char *, int> syllables[] = {{"strength", 1}, {"beautiful", 3}, {"café", 2}, {"Ёлка", 2},
                                                       {"東京", 2},      {"...!", 1},      {"rhythm", 1}};
     for (const auto &[word, count] : syllables)
-        EXPECT_EQ(syllableCount(QString::fromUtf8(word)), count) << word;
+        EXPECT_EQ(syllablesSung(QString::fromUtf8(word)), count) << word;
 
     // Aligned times are used when they match the words; otherwise the span goes by syllables.
     const QList<TimedWord> aligned{{QStringLiteral("hello"), 1.5, 1.8}, {QStringLiteral("world"), 2.5, 3}};
