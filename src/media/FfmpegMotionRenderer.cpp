@@ -3,6 +3,7 @@
 #include "av/Encoding.h"
 #include "av/InputFiles.h"
 #include "av/OffThread.h"
+#include "media/LetteringOverlay.h"
 #include "media/MediaErrors.h"
 #include "media/MotionGeometry.h"
 #include "media/Resampler.h"
@@ -65,7 +66,13 @@ public:
             draw(m_still, k - m_card.frameCount, frame);
         if (k < m_fadeFrames)
             fadeIn(k, frame);
+        // Lettering: the sung lyrics over the finished picture, the fade included.
+        if (m_lettering)
+            m_lettering->draw(k, frame);
     }
+
+    // Lettering: drawn over every frame from now on; must outlive the drawing.
+    void letterWith(const LetteringOverlay *lettering) { m_lettering = lettering; }
 
 private:
     // Frame k of the fade: the previous clip's picture drawn aside, then each sample of the
@@ -134,6 +141,7 @@ private:
     Part m_previous;
     qint64 m_fadeFrames = 0;
     Frame m_previousFrame;
+    const LetteringOverlay *m_lettering = nullptr;
 };
 
 // The clip's muxer and encoder; removes a half-written file unless finished.
@@ -374,6 +382,8 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
                          .subject = subjectOf(*before)},
                         fadeFrames);
     }
+    const LetteringOverlay lettering(clip, *image, width, height, timing.fps, frameCount);
+    drawer.letterWith(&lettering);
     DrawingAhead frames(drawer, width, height, frameCount, cancel);
     for (qint64 k = 0; k < frameCount; ++k) {
         cancel.throwIfCancelled();

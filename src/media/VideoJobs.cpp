@@ -1,6 +1,7 @@
 #include "media/VideoJobs.h"
 
 #include "media/ClipProbe.h"
+#include "media/Lettering.h"
 #include "model/Error.h"
 #include "model/SyncedLyrics.h"
 #include "storage/AtomicFile.h"
@@ -17,7 +18,11 @@ namespace {
 // What the renderer is asked for: the still, the frames and, on the first clip, the title card.
 MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
 {
-    MotionClip clip{order.stillPath, batch.motion, order.frameCount, order.introFrames, {}, {}, {}, {}, 0};
+    MotionClip clip;
+    clip.imagePath = order.stillPath;
+    clip.settings = batch.motion;
+    clip.frameCount = order.frameCount;
+    clip.introFrames = order.introFrames;
     if (order.introFrames > 0) {
         clip.title = batch.title;
         clip.artist = batch.artist;
@@ -28,6 +33,13 @@ MotionClip motionClip(const ClipOrder &order, const ClipBatch &batch)
         clip.previousFrameCount = order.previousFrameCount;
     }
     clip.frameSize = batch.frameSize;
+    // Lettering: the lines on screen while the clip plays.
+    if (!batch.lyrics.isEmpty()) {
+        const double seconds = double(order.frameCount) / double(std::max<qint64>(batch.motion.fps, 1));
+        clip.lyrics = linesShownBetween(batch.lyrics, order.songStart, order.songStart + seconds);
+        clip.songStart = order.songStart;
+        clip.lettering = batch.lettering;
+    }
     return clip;
 }
 
@@ -55,6 +67,18 @@ QString keyOf(const MotionClip &clip)
     // The shape: a clip of another size is another picture.
     if (!clip.frameSize.isEmpty())
         parts.append(QStringLiteral("%1x%2").arg(clip.frameSize.width()).arg(clip.frameSize.height()));
+    // Lettering: every line, word and time the clip shows, where the clip starts in the song,
+    // and the look.
+    if (!clip.lyrics.isEmpty()) {
+        const auto time = [](double seconds) { return QString::number(seconds, 'g', 17); };
+        const LetteringStyle &look = clip.lettering;
+        parts.append({QStringLiteral("lettering1"), time(clip.songStart), look.family, look.fill, look.lit, look.outline});
+        for (const TranscriptSegment &line : clip.lyrics) {
+            parts.append({line.text, time(line.start), time(line.end)});
+            for (const TimedWord &word : line.words)
+                parts.append({word.text, time(word.start), time(word.end)});
+        }
+    }
     return QString::fromLatin1(
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256).toHex());
 }

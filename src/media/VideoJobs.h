@@ -30,6 +30,8 @@ struct ClipOrder {
     // card left out.
     QString previousStillPath;
     qint64 previousFrameCount = 0;
+    // Lettering: the song's time at the clip's first frame.
+    double songStart = 0;
 };
 
 // The clips of one run in playback order, with what they share.
@@ -42,6 +44,10 @@ struct ClipBatch {
 
     // The clips' pixels, in the video's shape; empty: the renderer's own size.
     QSize frameSize{};
+    // Lettering: the lines set over the clips as they are sung (none: no lettering), and how
+    // they look. Each clip gets the lines it shows.
+    QList<TranscriptSegment> lyrics = {};
+    LetteringStyle lettering = {};
 };
 
 // Told each clip's chunk and path as soon as the clip is written, on the thread that awaits

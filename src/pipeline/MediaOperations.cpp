@@ -1,6 +1,7 @@
 #include "pipeline/MediaOperations.h"
 
 #include "av/AudioClip.h"
+#include "media/Lettering.h"
 #include "model/ClipSpans.h"
 #include "model/PipelineConfig.h"
 
@@ -50,10 +51,18 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
 {
     const Project &project = store.project();
     const ClipSchedule schedule = videoSchedule(project);
-    ClipBatch batch{{}, project.motion, project.title, project.artist};
+    ClipBatch batch;
+    batch.motion = project.motion;
+    batch.title = project.title;
+    batch.artist = project.artist;
     batch.motion.fps = schedule.fps;
     // Clips stay 1080 on their short side whatever the export's resolution; the export scales.
     batch.frameSize = frameSize(project.exportSettings.shape, ExportResolution::p1080);
+    // Lettering: set the sung lyrics over the clips when the project's pictures call for it.
+    if (setsWords(store.lyricsOnScreen())) {
+        batch.lyrics = project.transcript;
+        batch.lettering = letteringStyle(project.plan ? project.plan->palette : QStringList());
+    }
     for (qsizetype i = 0; i < schedule.clips.size(); ++i) {
         const ClipSlot &slot = schedule.clips[i];
         const StoryboardChunk *chunk = project.chunkWithID(slot.chunkID);
@@ -62,6 +71,7 @@ ClipBatch clipBatch(const ProjectStore &store, bool acceptedOnly)
         batch.clips.append({slot.chunkID, chunk->frame ? chunk->frame->localPath : QString(), slot.frameCount,
                             slot.introFrames, store.document().media().clipPath(slot.chunkID),
                             chunk->frame ? chunk->frame->motionClipPath : std::nullopt, QString(), 0});
+        batch.clips.last().songStart = schedule.seconds(slot.firstFrame); // lettering
         // The clip before in the finished video, whether or not it is rendered in this run, so a
         // clip made now is still current when the video is exported.
         if (i > 0) {

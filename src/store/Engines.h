@@ -73,6 +73,17 @@ public:
                                                          CancelToken cancel) = 0;
 };
 
+// Lettering: how the sung lyrics are set over the clips. Colours are "#RRGGBB"; the lettering
+// layer picks a system family when `family` is not installed.
+struct LetteringStyle {
+    QString family = QStringLiteral("Anton");
+    QString fill = QStringLiteral("#F7ECD2");    // words not yet sung
+    QString lit = QStringLiteral("#FF6748");     // words being or already sung
+    QString outline = QStringLiteral("#000000"); // around both, and the band behind them
+
+    bool operator==(const LetteringStyle &) const = default;
+};
+
 // What one motion clip shows.
 struct MotionClip {
     QString imagePath;
@@ -95,6 +106,12 @@ struct MotionClip {
 
     // The clip's pixels, in the video's shape; empty: the renderer's own size.
     QSize frameSize{};
+
+    // Lettering: the lyric lines set over the clip as they are sung (none: no lettering), the
+    // song's time at the clip's first frame, and how they look.
+    QList<TranscriptSegment> lyrics = {};
+    double songStart = 0;
+    LetteringStyle lettering = {};
 
     bool operator==(const MotionClip &) const = default;
 };

@@ -218,6 +218,41 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
     EXPECT_TRUE(isColour(int(facts.frameColours.size()) - 1, Qt::blue));
 }
 
+TEST(MediaRuns, SungLyricsAreLetteredAndAnEditedLineRendersOnlyTheClipItShowsIn)
+{
+    QTemporaryDir dir;
+    Fixture f({chunk(0, Qt::red, true, 1.5), chunk(1, Qt::green, true, 2.2), chunk(2, Qt::blue, true, 3.1)}, QString(),
+              tone(dir, 4));
+    const auto sung = [](const char *text, double start, double end) {
+        TranscriptSegment line;
+        line.text = QString::fromLatin1(text);
+        line.start = start;
+        line.end = end;
+        return line;
+    };
+    f.store.editProject([&](Project &project) {
+        project.style.lyricsOnScreen = LyricsOnScreen::sung;
+        project.transcript = {sung("FIRST", 1.6, 2.1), sung("SECOND", 3.2, 3.9)};
+    });
+    std::optional<QString> path = exportedPath(f.store);
+    ASSERT_TRUE(path) << f.error();
+    // Letters brighter than the red picture while the first line is sung, and none after it.
+    const VideoFacts facts = inspectVideo(*path, {18, 21});
+    ASSERT_EQ(facts.luma.size(), 2);
+    EXPECT_GT(*std::max_element(facts.luma[0].samples.begin(), facts.luma[0].samples.end()), 100);
+    EXPECT_LT(*std::max_element(facts.luma[1].samples.begin(), facts.luma[1].samples.end()), 80);
+
+    QHash<QUuid, QDateTime> written;
+    for (const StoryboardChunk &c : f.store.project().chunks)
+        written.insert(c.id, QFileInfo(*c.frame->motionClipPath).lastModified());
+    QThread::msleep(30);
+    f.store.editProject([](Project &project) { project.transcript[1].text = QStringLiteral("CHANGED"); });
+    path = exportedPath(f.store);
+    ASSERT_TRUE(path) << f.error();
+    for (const StoryboardChunk &c : f.store.project().chunks)
+        EXPECT_EQ(QFileInfo(*c.frame->motionClipPath).lastModified() != written.value(c.id), c.index == 2) << c.index;
+}
+
 TEST(MediaRuns, ASongEndingBeforeEveryChunkIsRefusedWithASentence)
 {
     QTemporaryDir dir;
