@@ -11,6 +11,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <exception>
 
 namespace quillvane {
 
@@ -66,12 +67,23 @@ QCoro::Task<LyricsCheck> verifyLyrics(Transcriber &transcriber, QString path, QS
     clips.paths.append(co_await tailTrim);
     cancel.throwIfCancelled();
 
+    // Both ends are heard at once: each transcription runs on a worker of its own (a decoder
+    // or a process per call), so on two cores the check takes the time of one end.
     const auto ignoreStatus = [](QString) {};
     auto headTranscription = transcriber.transcribe(clips.paths.at(0), ignoreStatus, cancel);
-    const TranscriptionResult headHeard = co_await headTranscription;
-    cancel.throwIfCancelled();
     auto tailTranscription = transcriber.transcribe(clips.paths.at(1), ignoreStatus, cancel);
+    // The tail is awaited whatever the head did, so no hearing outlives the clips it reads.
+    TranscriptionResult headHeard;
+    std::exception_ptr headFailure;
+    try {
+        headHeard = co_await headTranscription;
+    } catch (...) {
+        headFailure = std::current_exception();
+    }
     const TranscriptionResult tailHeard = co_await tailTranscription;
+    if (headFailure)
+        std::rethrow_exception(headFailure);
+    cancel.throwIfCancelled();
     co_return compareLyrics(lyrics, headHeard.text, tailHeard.text);
 }
 
