@@ -42,31 +42,6 @@ TEST(ProjectStoreStartUp, TakesTheGivenProjectThenTheLastSavedThenTheSample)
     EXPECT_FALSE(fresh.session().selectedChunkID() || fresh.session().runningTask() || fresh.session().taskProgress() || fresh.session().lastError());
 }
 
-TEST(ProjectStoreStartUp, AProjectWhoseClipsFollowTheSongOpensWithItsSpans)
-{
-    Project stale;
-    stale.audioDuration = 15;
-    for (const auto &[text, start, end] : {std::tuple{"a", 2.0, 5.0}, {"b", 6.0, 9.0}, {"c", 10.0, 13.0}})
-        stale.transcript.append(TranscriptSegment{QUuid::createUuid(), QString::fromLatin1(text), start, end, {}});
-    // Times as a planner gave them, or as a build before spans saved them.
-    for (const auto &[index, text, start, end] : {std::tuple{0, "a b", 2.0, 4.0}, {1, "c", 10.0, 11.0}}) {
-        StoryboardChunk chunk;
-        chunk.index = index;
-        chunk.lyricExcerpt = QString::fromLatin1(text);
-        chunk.start = start;
-        chunk.end = end;
-        stale.chunks.append(chunk);
-    }
-    test::TempLibrary temp;
-    const Project opened = ProjectStore(temp.library(), stale).project();
-    ASSERT_EQ(opened.chunks.size(), 2);
-    EXPECT_EQ(std::pair(opened.chunks[0].start, opened.chunks[0].end), std::pair(2.0, 10.0));
-    EXPECT_EQ(std::pair(opened.chunks[1].start, opened.chunks[1].end), std::pair(10.0, 15.0));
-
-    stale.motion.clipTiming = ClipTiming::fixedLength;
-    EXPECT_EQ(ProjectStore(temp.library(), stale).project(), stale) << "fixed-length clips keep the planner's times";
-}
-
 TEST(ProjectStoreStartUp, AnUnreadableSavedProjectShowsTheSampleAndStaysByteForByte)
 {
     const QByteArray badDocuments[] = {
