@@ -50,12 +50,14 @@ public:
     {
     }
 
-    // The first `frames` frames cross-fade from the previous clip's still, its push-in carried
-    // on past its last frame.
-    void fadeFrom(Part previous, qint64 frames)
+    // `frames` frames from frame `start` cross-fade from another picture, its push-in carried
+    // on past its last frame: the previous clip's still from the clip's first frame, or the
+    // title card into the still it opens.
+    void fadeFrom(Part previous, qint64 frames, qint64 start = 0)
     {
         m_previous = previous;
         m_fadeFrames = frames;
+        m_fadeStart = start;
     }
 
     void draw(qint64 k, AVFrame *frame)
@@ -64,8 +66,8 @@ public:
             draw(m_card, k, frame);
         else
             draw(m_still, k - m_card.frameCount, frame);
-        if (k < m_fadeFrames)
-            fadeIn(k, frame);
+        if (k >= m_fadeStart && k - m_fadeStart < m_fadeFrames)
+            fadeIn(k - m_fadeStart, frame);
         // Lettering: the sung lyrics over the finished picture, the fade included.
         if (m_lettering)
             m_lettering->draw(k, frame);
@@ -140,6 +142,7 @@ private:
     std::vector<float> m_scratch;
     Part m_previous;
     qint64 m_fadeFrames = 0;
+    qint64 m_fadeStart = 0;
     Frame m_previousFrame;
     const LetteringOverlay *m_lettering = nullptr;
 };
@@ -382,6 +385,10 @@ void FfmpegMotionRenderer::renderNow(const MotionClip &clip, const QString &outp
                          .subject = subjectOf(*before)},
                         fadeFrames);
     }
+    // The title card gives way to the still the same way.
+    const qint64 cardFade = std::min(fadeFrames, (frameCount - introFrames) / 2);
+    if (clip.settings.transition == ClipTransition::crossfade && card && cardFade > 0)
+        drawer.fadeFrom({.still = &*card, .frameCount = introFrames, .subject = {}}, cardFade, introFrames);
     const LetteringOverlay lettering(clip, *image, width, height, timing.fps, frameCount);
     drawer.letterWith(&lettering);
     DrawingAhead frames(drawer, width, height, frameCount, cancel);

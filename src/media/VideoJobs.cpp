@@ -55,7 +55,7 @@ QString keyOf(const MotionClip &clip)
                       QString::number(m.zoom, 'g', 17), QString::number(m.fps), QString::number(clip.frameCount),
                       QString::number(clip.introFrames)};
     if (clip.introFrames > 0)
-        parts.append({clip.title, clip.artist});
+        parts.append({clip.title, clip.artist, textValue(clip.settings.transition)});
     // The start of a cross-faded clip shows the previous still, so editing that still renders
     // this clip again too.
     if (!clip.previousImagePath.isEmpty()) {

@@ -168,8 +168,8 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
     EXPECT_GE(facts.videoEnd, songLength - 1e-3) << "the song is cut";
     EXPECT_NEAR(facts.audioSeconds, songLength, 0.1);
 
-    // Which picture is on screen on either side of every boundary; the first three frames of a
-    // clip after the first cross-fade into it.
+    // Which picture is on screen on either side of every boundary; the first three frames of
+    // every clip cross-fade into it, from the clip before or from the title card.
     const YuvColour red = expectedColour(Qt::red);
     ASSERT_GE(facts.frameColours.size(), 40);
     const auto isColour = [&](int k, QColor colour) {
@@ -180,7 +180,7 @@ TEST(MediaRuns, TheExportFollowsTheSongFrameByFrameAndAgainRendersOnlyTheClipsTh
         EXPECT_GT(std::abs(facts.frameColours[k].cr - red.cr), 20) << "frame " << k << " shows the lyric early";
     const int last = int(facts.frameColours.size()) - 1;
     for (const auto &[k, colour] :
-         {std::pair{15, Qt::red}, {21, Qt::red}, {25, Qt::green}, {30, Qt::green}, {34, Qt::blue}, {last, Qt::blue}})
+         {std::pair{18, Qt::red}, {21, Qt::red}, {25, Qt::green}, {30, Qt::green}, {34, Qt::blue}, {last, Qt::blue}})
         EXPECT_TRUE(isColour(k, colour)) << k;
     for (const auto &[k, before, after] : {std::tuple{22, Qt::red, Qt::green}, {33, Qt::green, Qt::blue}})
         EXPECT_FALSE(isColour(k, before) || isColour(k, after)) << k;
