@@ -31,6 +31,20 @@ using namespace ffmpeg;
 // The near-black teal that shows wherever the picture does not reach.
 const YuvColour fillColour = yuvFromRgb(0.01, 0.06, 0.06);
 
+// A width x height Y'CbCr 4:2:0 frame with its own buffer.
+Frame frameBuffer(int width, int height)
+{
+    Frame frame(av_frame_alloc());
+    if (!frame)
+        throw MotionError::pixelBufferFailed();
+    frame->format = AV_PIX_FMT_YUV420P;
+    frame->width = width;
+    frame->height = height;
+    if (av_frame_get_buffer(frame.get(), 0) < 0)
+        throw MotionError::pixelBufferFailed();
+    return frame;
+}
+
 // Draws the frames of one clip into Y'CbCr 4:2:0 frame buffers: the title card's frames
 // first when there is one, then the still's, each with a push-in over its own frames.
 class FrameDrawer {
@@ -82,16 +96,8 @@ private:
     // ever shown alone in the fade and its steps are even on both sides.
     void fadeIn(qint64 k, AVFrame *frame)
     {
-        if (!m_previousFrame) {
-            m_previousFrame.reset(av_frame_alloc());
-            if (!m_previousFrame)
-                throw MotionError::pixelBufferFailed();
-            m_previousFrame->format = AV_PIX_FMT_YUV420P;
-            m_previousFrame->width = m_width;
-            m_previousFrame->height = m_height;
-            if (av_frame_get_buffer(m_previousFrame.get(), 0) < 0)
-                throw MotionError::pixelBufferFailed();
-        }
+        if (!m_previousFrame)
+            m_previousFrame = frameBuffer(m_width, m_height);
         draw(m_previous, m_previous.frameCount + k, m_previousFrame.get());
         const float weight = float(k + 1) / float(m_fadeFrames + 1);
         for (int plane = 0; plane < 3; ++plane) {
@@ -229,16 +235,8 @@ public:
         , m_frameCount(frameCount)
         , m_cancel(cancel)
     {
-        for (Frame &frame : m_frames) {
-            frame.reset(av_frame_alloc());
-            if (!frame)
-                throw MotionError::pixelBufferFailed();
-            frame->format = AV_PIX_FMT_YUV420P;
-            frame->width = width;
-            frame->height = height;
-            if (av_frame_get_buffer(frame.get(), 0) < 0)
-                throw MotionError::pixelBufferFailed();
-        }
+        for (Frame &frame : m_frames)
+            frame = frameBuffer(width, height);
         m_thread = std::thread([this] { drawAll(); });
     }
 
